@@ -36,7 +36,7 @@ extern "C" OZL_API void* OZL_CALL ozlwMalloc(int length) { return alignedBlock(b
 extern "C" OZL_API void* OZL_CALL ozliMalloc(int length) { return alignedBlock(bytesFor(length, 4)); }
 
 // Floats and 32-bit integers take the same code, exported under both names.
-extern "C" OZL_API void* OZL_CALL ozlsMalloc(int length) __attribute__((alias("ozliMalloc")));
+extern "C" OZL_API void* OZL_CALL ozlsMalloc(int length) __attribute__((alias("ozliMalloc"), nothrow));
 
 extern "C" OZL_API void* OZL_CALL ozldMalloc(int length) { return alignedBlock(bytesFor(length, 8)); }
 
