@@ -1,0 +1,65 @@
+// Version record and cycle counter.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdint>
+#include <thread>
+
+#include "ozl.h"
+
+#if defined(__linux__)
+#include <sched.h>
+#endif
+
+namespace {
+
+TEST(Version, RecordFields) {
+    const OzlLibVersion* v = ozlGetLibVersion();
+    ASSERT_NE(v, nullptr);
+    EXPECT_EQ(v->major, 2);
+    EXPECT_EQ(v->minor, 1);
+    EXPECT_EQ(v->build, 58);
+    EXPECT_STREQ(v->name, "ozlA6.dll");
+    EXPECT_STREQ(v->version, "2.1");
+    EXPECT_STREQ(v->internalVersion, "[2.1.058, 02/02/99]");
+    EXPECT_STREQ(v->buildDate, "Feb  6 1999");
+    EXPECT_STREQ(v->callConv, "DLL");
+}
+
+TEST(Version, SameRecordEveryCallAndEveryThread) {
+    const OzlLibVersion* first = ozlGetLibVersion();
+    EXPECT_EQ(ozlGetLibVersion(), first);
+    const OzlLibVersion* other = nullptr;
+    std::thread t([&] { other = ozlGetLibVersion(); });
+    t.join();
+    EXPECT_EQ(other, first);
+}
+
+TEST(Counter, NonDecreasingAndAdvancing) {
+#if defined(__linux__)
+    // One processor, so the counter read is always the same one.
+    cpu_set_t saved;
+    const bool pinned = sched_getaffinity(0, sizeof saved, &saved) == 0;
+    if (pinned) {
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        for (int c = 0; c < CPU_SETSIZE; ++c)
+            if (CPU_ISSET(c, &saved)) { CPU_SET(c, &one); break; }
+        sched_setaffinity(0, sizeof one, &one);
+    }
+#endif
+    uint64_t previous = ozlGetQuintorCounter();
+    const uint64_t start = previous;
+    for (int i = 0; i < 100000; ++i) {
+        const uint64_t now = ozlGetQuintorCounter();
+        ASSERT_GE(now, previous) << "read " << i;
+        previous = now;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    EXPECT_GT(ozlGetQuintorCounter(), start);
+#if defined(__linux__)
+    if (pinned) sched_setaffinity(0, sizeof saved, &saved);
+#endif
+}
+
+}  // namespace
