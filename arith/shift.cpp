@@ -6,6 +6,20 @@ using namespace ozl::arith;
 
 namespace {
 
+// The cases both shifts settle before any header check: a NULL source, and a
+// shift of 0 (a copy). Returns true when the call is done.
+bool shiftSettled(const Caller& caller, OzlImage* src, OzlImage* dst, unsigned nShift) {
+    if (!src) {
+        fail(caller, OZL_StsBadArg, "srcImage==0", 40);
+        return true;
+    }
+    if (nShift == 0) {
+        ozlXorS(src, dst, 0);
+        return true;
+    }
+    return false;
+}
+
 // Bits per value; 1 for 1-bit images.
 unsigned valueBits(uint32_t depth) { return static_cast<unsigned>(ozl::image::depthBits(depth)); }
 
@@ -14,14 +28,7 @@ unsigned valueBits(uint32_t depth) { return static_cast<unsigned>(ozl::image::de
 extern "C" OZL_API void OZL_CALL ozlLShiftS(OzlImage* srcImage, OzlImage* dstImage,
                                              unsigned int nShift) {
     const Caller caller{"ozlLShiftS", "ozllshs"};
-    if (!srcImage) {
-        fail(caller, OZL_StsBadArg, "srcImage==0", 40);
-        return;
-    }
-    if (nShift == 0) {
-        ozlXorS(srcImage, dstImage, 0);
-        return;
-    }
+    if (shiftSettled(caller, srcImage, dstImage, nShift)) return;
     // Every bit shifted out (a negative count, seen unsigned, too): all zero.
     if (nShift >= valueBits(srcImage->depth)) {
         ozlAndS(srcImage, dstImage, 0);
@@ -34,14 +41,7 @@ extern "C" OZL_API void OZL_CALL ozlLShiftS(OzlImage* srcImage, OzlImage* dstIma
 extern "C" OZL_API void OZL_CALL ozlRShiftS(OzlImage* srcImage, OzlImage* dstImage,
                                              unsigned int nShift) {
     const Caller caller{"ozlRShiftS", "ozlrshs"};
-    if (!srcImage) {
-        fail(caller, OZL_StsBadArg, "srcImage==0", 40);
-        return;
-    }
-    if (nShift == 0) {
-        ozlXorS(srcImage, dstImage, 0);
-        return;
-    }
+    if (shiftSettled(caller, srcImage, dstImage, nShift)) return;
     const unsigned bits = valueBits(srcImage->depth);
     if (nShift >= bits) {
         // Unsigned values become 0; signed ones 0 or -1 by their sign.
