@@ -1,0 +1,186 @@
+// The one loop over a run, driving an operation's vector form (vec_ops.hpp)
+// with its scalar form for what the vectors cannot cover; and the builder of a
+// level's kernel table from it. Internal linkage (see vec_sse2.hpp).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "arith/kernels.hpp"
+#include "arith/vec_ops.hpp"
+
+namespace ozl::arith {
+namespace {
+
+// True when the byte ranges [d, d + bytes) and [s, s + bytes) do not meet
+// (a missing source meets nothing).
+inline bool disjoint(const void* d, const void* s, size_t bytes) {
+    if (!s) return true;
+    const uintptr_t du = reinterpret_cast<uintptr_t>(d), su = reinterpret_cast<uintptr_t>(s);
+    return du + bytes <= su || su + bytes <= du;
+}
+
+// Runs at least this long (bytes) are first brought to an aligned destination.
+constexpr size_t kAlignFrom = 256;
+
+// Vector blocks of four registers, then single registers; the destination is
+// aligned first on long runs. Runs shorter than a vector go to the narrower
+// level's kernel when there is one. The last partial vector is done by running the
+// last full vector again at n - width when the destination shares no memory
+// with a source (an in-place rerun would read results as operands); otherwise,
+// and for runs shorter than a vector, the scalar form finishes.
+template <class Vx, class K>
+void runLoop(const void* pa, const void* pb, void* pd, size_t n, const OpArgs& args) {
+    using T = typename K::Elem;
+    using V = typename K::V;
+    constexpr size_t W = Vx::kBytes / sizeof(T);
+    const T* a = static_cast<const T*>(pa);
+    const T* b = static_cast<const T*>(pb);
+    T* d = static_cast<T*>(pd);
+    const K k(args);
+
+    auto load = [](const T* p) { return Vx::template load<V>(p); };
+    auto one = [&](size_t i) {
+        V x{}, y{};
+        if constexpr (K::arity >= 1) x = load(a + i);
+        if constexpr (K::arity >= 2) y = load(b + i);
+        Vx::store(d + i, k.r(x, y));
+    };
+    auto scalar = [&](size_t from, size_t to) {
+        for (size_t i = from; i < to; ++i)
+            d[i] = K::r(K::arity >= 1 ? a[i] : T{}, K::arity >= 2 ? b[i] : T{}, args);
+    };
+
+    if constexpr (Vx::kHasNarrower) {
+        if (n < W) {
+            Vx::narrower().run[static_cast<int>(K::op)][static_cast<int>(ElemOf<T>::value)](
+                pa, pb, pd, n, args);
+            return;
+        }
+    }
+    size_t i = 0;
+    if (n >= W) {
+        const size_t bytes = n * sizeof(T);
+        const bool separate = (K::arity < 1 || disjoint(d, a, bytes)) &&
+                              (K::arity < 2 || disjoint(d, b, bytes));
+        const size_t mis = reinterpret_cast<uintptr_t>(d) % Vx::kBytes;
+        if (mis != 0 && bytes >= kAlignFrom && mis % sizeof(T) == 0) {
+            const size_t head = (Vx::kBytes - mis) / sizeof(T);
+            if (separate) one(0);
+            else scalar(0, head);
+            i = head;
+        }
+        for (; i + 4 * W <= n; i += 4 * W) {
+            V x0{}, x1{}, x2{}, x3{}, y0{}, y1{}, y2{}, y3{};
+            if constexpr (K::arity >= 1) {
+                x0 = load(a + i); x1 = load(a + i + W);
+                x2 = load(a + i + 2 * W); x3 = load(a + i + 3 * W);
+            }
+            if constexpr (K::arity >= 2) {
+                y0 = load(b + i); y1 = load(b + i + W);
+                y2 = load(b + i + 2 * W); y3 = load(b + i + 3 * W);
+            }
+            Vx::store(d + i, k.r(x0, y0));
+            Vx::store(d + i + W, k.r(x1, y1));
+            Vx::store(d + i + 2 * W, k.r(x2, y2));
+            Vx::store(d + i + 3 * W, k.r(x3, y3));
+        }
+        for (; i + W <= n; i += W) one(i);
+        if (i < n && separate) {
+            one(n - W);
+            i = n;
+        }
+    }
+    scalar(i, n);
+}
+
+// A level's table: the vector form of every kernel, the scalar table's entries
+// for anything without one.
+template <class Vx>
+KernelTable vectorRunTable() {
+    KernelTable t = refTable();
+    forEachKernel([&](auto opConst, auto tag) {
+        constexpr Op op = decltype(opConst)::value;
+        using T = decltype(tag);
+        t.run[static_cast<int>(op)][static_cast<int>(ElemOf<T>::value)] =
+            &runLoop<Vx, VecOp<op, Vx, T>>;
+    });
+    return t;
+}
+
+}  // namespace
+}  // namespace ozl::arith
+
+namespace ozl::arith {
+namespace {
+
+// Masked copy of pixels of U bytes, in blocks of Ex::kPixels pixels (a multiple
+// of 8, and Ex::kPixels * U bytes is U vectors). Ex supplies the block's mask
+// bits (first pixel most significant) and expands them into U vectors of
+// all-ones or all-zero bytes. Blocks whose mask is all clear are skipped, all
+// set are copied. A blend only ever copies src, so running the last full block
+// again over the tail gives the same bytes.
+template <class Vx, class Ex, size_t U>
+void blendLoop(uint8_t* d, const uint8_t* s, size_t nPix, const uint8_t* mask, size_t bit0) {
+    using V = typename Vx::V;
+    constexpr size_t P = Ex::kPixels;
+    static_assert(P % 8 == 0 && P * U % Vx::kBytes == 0);
+    constexpr size_t kVecs = P * U / Vx::kBytes;
+    auto block = [&](size_t p) {
+        const uint32_t m = Ex::bits(mask, bit0 + p);
+        if (m == 0) return;
+        uint8_t* dd = d + p * U;
+        const uint8_t* ss = s + p * U;
+        if (m == Ex::kAll) {
+            for (size_t j = 0; j < kVecs; ++j)
+                Vx::store(dd + j * Vx::kBytes, Vx::template load<V>(ss + j * Vx::kBytes));
+            return;
+        }
+        V lanes[kVecs];
+        Ex::template expand<U>(m, lanes);
+        for (size_t j = 0; j < kVecs; ++j) {
+            const V x = Vx::template load<V>(ss + j * Vx::kBytes);
+            const V y = Vx::template load<V>(dd + j * Vx::kBytes);
+            Vx::store(dd + j * Vx::kBytes, Vx::select(lanes[j], x, y));
+        }
+    };
+    size_t p = 0;
+    for (; p + P <= nPix; p += P) block(p);
+    if (p < nPix && nPix >= P) {
+        block(nPix - P);
+        p = nPix;
+    }
+    // Pixels as runs of U bytes: the element type does not matter to a copy.
+    const size_t bit = bit0 + p;
+    scalarBlend<uint8_t>(d + p * U, s + p * U, nPix - p, static_cast<int>(U), mask + bit / 8,
+                         static_cast<int>(bit % 8));
+}
+
+// BlendFn for elements of S bytes: pixels of 1 to 4 channels are units of
+// S * nCh bytes.
+template <class Vx, class Ex, size_t S>
+void blendKernel(void* pd, const void* ps, size_t nPix, int nCh, const uint8_t* mask,
+                 int maskBit) {
+    if constexpr (Vx::kHasNarrower) {
+        if (nPix < Ex::kPixels) {
+            Vx::narrower().blend[blendIndex(S)](pd, ps, nPix, nCh, mask, maskBit);
+            return;
+        }
+    }
+    uint8_t* d = static_cast<uint8_t*>(pd);
+    const uint8_t* s = static_cast<const uint8_t*>(ps);
+    mask += maskBit / 8;
+    const size_t bit0 = static_cast<size_t>(maskBit % 8);
+    switch (nCh) {
+        case 1: blendLoop<Vx, Ex, S>(d, s, nPix, mask, bit0); break;
+        case 2: blendLoop<Vx, Ex, 2 * S>(d, s, nPix, mask, bit0); break;
+        case 3: blendLoop<Vx, Ex, 3 * S>(d, s, nPix, mask, bit0); break;
+        case 4: blendLoop<Vx, Ex, 4 * S>(d, s, nPix, mask, bit0); break;
+        default:
+            scalarBlend<uint8_t>(d, s, nPix, nCh * static_cast<int>(S), mask,
+                                 static_cast<int>(bit0));
+    }
+}
+
+}  // namespace
+}  // namespace ozl::arith

@@ -1,0 +1,111 @@
+// 256-bit integer and float vectors for the AVX2 kernels, with the names of the
+// 128-bit layer. Packs and unpacks work within 128-bit lanes; the kernels only
+// pair an unpack with the matching pack, which keeps the element order. Only for
+// the avx2 translation unit (internal linkage, see vec_sse2.hpp).
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "arith/kernels.hpp"
+
+namespace ozl::arith {
+namespace {
+
+struct Avx2 {
+    using V = __m256i;
+    using VF = __m256;
+    static constexpr size_t kBytes = 32;
+    // Runs shorter than one vector are handed to the 128-bit kernels.
+    static constexpr bool kHasNarrower = true;
+    static const KernelTable& narrower() { return sse2Table(); }
+
+    template <class W>
+    static W load(const void* p) {
+        if constexpr (std::is_same_v<W, VF>)
+            return _mm256_loadu_ps(static_cast<const float*>(p));
+        else
+            return _mm256_loadu_si256(static_cast<const __m256i*>(p));
+    }
+    static void store(void* p, V v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
+    static void store(void* p, VF v) { _mm256_storeu_ps(static_cast<float*>(p), v); }
+    // Destination 32-byte aligned.
+    static void stream(void* p, V v) { _mm256_stream_si256(static_cast<__m256i*>(p), v); }
+    static void stream(void* p, VF v) { _mm256_stream_ps(static_cast<float*>(p), v); }
+    static void streamFence() { _mm_sfence(); }
+
+    static V zero() { return _mm256_setzero_si256(); }
+    static V ones() { return _mm256_set1_epi32(-1); }
+    static V set8(int v) { return _mm256_set1_epi8(static_cast<char>(v)); }
+    static V set16(int v) { return _mm256_set1_epi16(static_cast<short>(v)); }
+    static V set32(int32_t v) { return _mm256_set1_epi32(v); }
+    static __m128i count(int32_t s) { return _mm_cvtsi32_si128(s); }
+
+    static V and_(V a, V b) { return _mm256_and_si256(a, b); }
+    static V or_(V a, V b) { return _mm256_or_si256(a, b); }
+    static V xor_(V a, V b) { return _mm256_xor_si256(a, b); }
+    static V andNot(V a, V b) { return _mm256_andnot_si256(b, a); }  // a & ~b
+    // m ? x : y, m all-ones or all-zero per byte.
+    static V select(V m, V x, V y) { return _mm256_blendv_epi8(y, x, m); }
+
+    static V addsU8(V a, V b) { return _mm256_adds_epu8(a, b); }
+    static V addsS8(V a, V b) { return _mm256_adds_epi8(a, b); }
+    static V addsU16(V a, V b) { return _mm256_adds_epu16(a, b); }
+    static V addsS16(V a, V b) { return _mm256_adds_epi16(a, b); }
+    static V subsU8(V a, V b) { return _mm256_subs_epu8(a, b); }
+    static V subsS8(V a, V b) { return _mm256_subs_epi8(a, b); }
+    static V subsU16(V a, V b) { return _mm256_subs_epu16(a, b); }
+    static V subsS16(V a, V b) { return _mm256_subs_epi16(a, b); }
+    static V add16(V a, V b) { return _mm256_add_epi16(a, b); }
+    static V sub16(V a, V b) { return _mm256_sub_epi16(a, b); }
+    static V add32(V a, V b) { return _mm256_add_epi32(a, b); }
+    static V sub32(V a, V b) { return _mm256_sub_epi32(a, b); }
+    static V cmpeq16(V a, V b) { return _mm256_cmpeq_epi16(a, b); }
+
+    static V mullo16(V a, V b) { return _mm256_mullo_epi16(a, b); }
+    static V mulhiU16(V a, V b) { return _mm256_mulhi_epu16(a, b); }
+    static V mulhiS16(V a, V b) { return _mm256_mulhi_epi16(a, b); }
+
+    static V unpackLo8(V a, V b) { return _mm256_unpacklo_epi8(a, b); }
+    static V unpackHi8(V a, V b) { return _mm256_unpackhi_epi8(a, b); }
+    static V unpackLo16(V a, V b) { return _mm256_unpacklo_epi16(a, b); }
+    static V unpackHi16(V a, V b) { return _mm256_unpackhi_epi16(a, b); }
+    static V packUS16(V a, V b) { return _mm256_packus_epi16(a, b); }
+    static V packS16(V a, V b) { return _mm256_packs_epi16(a, b); }
+    static V packS32(V a, V b) { return _mm256_packs_epi32(a, b); }
+
+    template <int s> static V slli16(V a) { return _mm256_slli_epi16(a, s); }
+    template <int s> static V srli16(V a) { return _mm256_srli_epi16(a, s); }
+    template <int s> static V srai16(V a) { return _mm256_srai_epi16(a, s); }
+    template <int s> static V srai32(V a) { return _mm256_srai_epi32(a, s); }
+    static V sll16(V a, __m128i c) { return _mm256_sll_epi16(a, c); }
+    static V srl16(V a, __m128i c) { return _mm256_srl_epi16(a, c); }
+    static V sra16(V a, __m128i c) { return _mm256_sra_epi16(a, c); }
+    static V sll32(V a, __m128i c) { return _mm256_sll_epi32(a, c); }
+    static V sra32(V a, __m128i c) { return _mm256_sra_epi32(a, c); }
+
+    static VF addF(VF a, VF b) { return _mm256_add_ps(a, b); }
+    static VF subF(VF a, VF b) { return _mm256_sub_ps(a, b); }
+    static VF mulF(VF a, VF b) { return _mm256_mul_ps(a, b); }
+
+    // 32S product through double precision, clamped, truncated: the same
+    // roundings as the scalar form, four values per double vector.
+    static V mulSatS32(V a, V b) {
+        const __m256d hi = _mm256_set1_pd(2147483647.0);
+        const __m256d lo = _mm256_set1_pd(-2147483648.0);
+        __m256d p0 = _mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(a)),
+                                   _mm256_cvtepi32_pd(_mm256_castsi256_si128(b)));
+        __m256d p1 = _mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(a, 1)),
+                                   _mm256_cvtepi32_pd(_mm256_extracti128_si256(b, 1)));
+        p0 = _mm256_max_pd(_mm256_min_pd(p0, hi), lo);
+        p1 = _mm256_max_pd(_mm256_min_pd(p1, hi), lo);
+        return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm256_cvttpd_epi32(p0)),
+                                       _mm256_cvttpd_epi32(p1), 1);
+    }
+};
+
+}  // namespace
+}  // namespace ozl::arith

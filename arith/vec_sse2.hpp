@@ -1,0 +1,107 @@
+// 128-bit integer and float vectors for the SSE2 kernels: a thin layer over the
+// intrinsics with the same names as the 256-bit layer, so that one kernel body
+// serves both. Only for the sse2 translation unit: everything here has internal
+// linkage, so no copy of it can be shared with code built for another target.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+namespace ozl::arith {
+namespace {
+
+struct Sse2 {
+    using V = __m128i;
+    using VF = __m128;
+    static constexpr size_t kBytes = 16;
+    static constexpr bool kHasNarrower = false;
+
+    template <class W>
+    static W load(const void* p) {
+        if constexpr (std::is_same_v<W, VF>)
+            return _mm_loadu_ps(static_cast<const float*>(p));
+        else
+            return _mm_loadu_si128(static_cast<const __m128i*>(p));
+    }
+    static void store(void* p, V v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
+    static void store(void* p, VF v) { _mm_storeu_ps(static_cast<float*>(p), v); }
+    // Destination 16-byte aligned.
+    static void stream(void* p, V v) { _mm_stream_si128(static_cast<__m128i*>(p), v); }
+    static void stream(void* p, VF v) { _mm_stream_ps(static_cast<float*>(p), v); }
+    static void streamFence() { _mm_sfence(); }
+
+    static V zero() { return _mm_setzero_si128(); }
+    static V ones() { return _mm_set1_epi32(-1); }
+    static V set8(int v) { return _mm_set1_epi8(static_cast<char>(v)); }
+    static V set16(int v) { return _mm_set1_epi16(static_cast<short>(v)); }
+    static V set32(int32_t v) { return _mm_set1_epi32(v); }
+    // Shift count for the shift-by-register forms.
+    static V count(int32_t s) { return _mm_cvtsi32_si128(s); }
+
+    static V and_(V a, V b) { return _mm_and_si128(a, b); }
+    static V or_(V a, V b) { return _mm_or_si128(a, b); }
+    static V xor_(V a, V b) { return _mm_xor_si128(a, b); }
+    static V andNot(V a, V b) { return _mm_andnot_si128(b, a); }  // a & ~b
+    // m ? x : y, m all-ones or all-zero per byte.
+    static V select(V m, V x, V y) { return _mm_or_si128(_mm_and_si128(m, x), _mm_andnot_si128(m, y)); }
+
+    static V addsU8(V a, V b) { return _mm_adds_epu8(a, b); }
+    static V addsS8(V a, V b) { return _mm_adds_epi8(a, b); }
+    static V addsU16(V a, V b) { return _mm_adds_epu16(a, b); }
+    static V addsS16(V a, V b) { return _mm_adds_epi16(a, b); }
+    static V subsU8(V a, V b) { return _mm_subs_epu8(a, b); }
+    static V subsS8(V a, V b) { return _mm_subs_epi8(a, b); }
+    static V subsU16(V a, V b) { return _mm_subs_epu16(a, b); }
+    static V subsS16(V a, V b) { return _mm_subs_epi16(a, b); }
+    static V add16(V a, V b) { return _mm_add_epi16(a, b); }
+    static V sub16(V a, V b) { return _mm_sub_epi16(a, b); }
+    static V add32(V a, V b) { return _mm_add_epi32(a, b); }
+    static V sub32(V a, V b) { return _mm_sub_epi32(a, b); }
+    static V cmpeq16(V a, V b) { return _mm_cmpeq_epi16(a, b); }
+
+    static V mullo16(V a, V b) { return _mm_mullo_epi16(a, b); }
+    static V mulhiU16(V a, V b) { return _mm_mulhi_epu16(a, b); }
+    static V mulhiS16(V a, V b) { return _mm_mulhi_epi16(a, b); }
+
+    static V unpackLo8(V a, V b) { return _mm_unpacklo_epi8(a, b); }
+    static V unpackHi8(V a, V b) { return _mm_unpackhi_epi8(a, b); }
+    static V unpackLo16(V a, V b) { return _mm_unpacklo_epi16(a, b); }
+    static V unpackHi16(V a, V b) { return _mm_unpackhi_epi16(a, b); }
+    static V packUS16(V a, V b) { return _mm_packus_epi16(a, b); }
+    static V packS16(V a, V b) { return _mm_packs_epi16(a, b); }
+    static V packS32(V a, V b) { return _mm_packs_epi32(a, b); }
+
+    template <int s> static V slli16(V a) { return _mm_slli_epi16(a, s); }
+    template <int s> static V srli16(V a) { return _mm_srli_epi16(a, s); }
+    template <int s> static V srai16(V a) { return _mm_srai_epi16(a, s); }
+    template <int s> static V srai32(V a) { return _mm_srai_epi32(a, s); }
+    static V sll16(V a, V c) { return _mm_sll_epi16(a, c); }
+    static V srl16(V a, V c) { return _mm_srl_epi16(a, c); }
+    static V sra16(V a, V c) { return _mm_sra_epi16(a, c); }
+    static V sll32(V a, V c) { return _mm_sll_epi32(a, c); }
+    static V sra32(V a, V c) { return _mm_sra_epi32(a, c); }
+
+    static VF addF(VF a, VF b) { return _mm_add_ps(a, b); }
+    static VF subF(VF a, VF b) { return _mm_sub_ps(a, b); }
+    static VF mulF(VF a, VF b) { return _mm_mul_ps(a, b); }
+
+    // 32S product through double precision, clamped, truncated: the same
+    // roundings as the scalar form, two values per double vector.
+    static V mulSatS32(V a, V b) {
+        const __m128d hi = _mm_set1_pd(2147483647.0);
+        const __m128d lo = _mm_set1_pd(-2147483648.0);
+        const __m128i aH = _mm_shuffle_epi32(a, _MM_SHUFFLE(1, 0, 3, 2));
+        const __m128i bH = _mm_shuffle_epi32(b, _MM_SHUFFLE(1, 0, 3, 2));
+        __m128d p0 = _mm_mul_pd(_mm_cvtepi32_pd(a), _mm_cvtepi32_pd(b));
+        __m128d p1 = _mm_mul_pd(_mm_cvtepi32_pd(aH), _mm_cvtepi32_pd(bH));
+        p0 = _mm_max_pd(_mm_min_pd(p0, hi), lo);
+        p1 = _mm_max_pd(_mm_min_pd(p1, hi), lo);
+        return _mm_unpacklo_epi64(_mm_cvttpd_epi32(p0), _mm_cvttpd_epi32(p1));
+    }
+};
+
+}  // namespace
+}  // namespace ozl::arith
