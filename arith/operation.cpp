@@ -58,6 +58,19 @@ OpArgs argsForDepth(OpArgs args, uint32_t depth) {
     return args;
 }
 
+// Whether the operation combines two images (else an image and a constant).
+// Decided by the operation, not by srcB, so that a NULL second source is
+// caught by the header check.
+bool takesTwoImages(Op op) {
+    switch (op) {
+        case Op::Add: case Op::Sub: case Op::Mul: case Op::MulScale:
+        case Op::And: case Op::Or: case Op::Xor: case Op::AndNot:
+            return true;
+        default:
+            return false;
+    }
+}
+
 }  // namespace
 
 bool fail(const Caller& caller, OzlStatus status, const char* message, int line) {
@@ -74,8 +87,9 @@ bool headersValid(const Caller& caller, std::initializer_list<const OzlImage*> i
 
 void runOperation(const Caller& caller, OzlImage* srcA, OzlImage* srcB, OzlImage* dst,
                   const OperationSpec& spec) {
-    const Messages& msg = srcB ? kTwoImages : kOneImage;
-    if (srcB ? !headersValid(caller, {srcA, srcB, dst}, kLineHeader)
+    const bool twoImages = takesTwoImages(spec.op);
+    const Messages& msg = twoImages ? kTwoImages : kOneImage;
+    if (twoImages ? !headersValid(caller, {srcA, srcB, dst}, kLineHeader)
              : !headersValid(caller, {srcA, dst}, kLineHeader))
         return;
     if (srcA->depth != dst->depth) {

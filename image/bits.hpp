@@ -18,7 +18,8 @@ inline uint8_t readBits(const uint8_t* p, size_t pos, int count) {
 
 // The mask of `count` bits starting at bit `first` within one byte.
 inline uint8_t bitSpan(int first, int count) {
-    return static_cast<uint8_t>((0xFF00u >> count) >> first);
+    // Cut to a byte before moving right, or the high bits would follow into it.
+    return static_cast<uint8_t>(((0xFF00u >> count) & 0xFFu) >> first);
 }
 
 // Walks the destination bytes that a run of `n` bits starting at `dBit` covers,
