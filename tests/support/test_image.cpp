@@ -119,10 +119,10 @@ void TestImage::put(int x, int y, int channel, double v) {
 }
 
 uint32_t TestImage::bitsAt(int x, int y, int channel) const {
-    const float f = static_cast<float>(at(x, y, channel));
-    uint32_t bits;
-    std::memcpy(&bits, &f, sizeof bits);
-    return bits;
+    // Read as stored: a float round trip through double could change a NaN.
+    const char* row = rowStart(image_->imageData, image_->widthStep, image_->height,
+                               image_->dataOrder, y, channel);
+    return load<uint32_t>(row + 4 * valueIndex(image_->nChannels, image_->dataOrder, x, channel));
 }
 
 void TestImage::fillRandom(uint32_t seed) {
