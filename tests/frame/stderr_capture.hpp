@@ -6,6 +6,7 @@
 
 #if defined(_WIN32)
 #include <io.h>
+#include <process.h>
 #else
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,9 +17,14 @@ namespace ozl::test {
 // Runs body with standard error sent to a file and returns what it wrote.
 template <class Body>
 std::string captureStderr(Body body) {
-    static const char* const kPath = "ozl_frame_stderr.tmp";
     std::fflush(stderr);
-    std::FILE* file = std::fopen(kPath, "w+b");
+#if defined(_WIN32)
+    // Named per process: test processes may run side by side in one directory.
+    const std::string path = "ozl_frame_stderr_" + std::to_string(_getpid()) + ".tmp";
+    std::FILE* file = std::fopen(path.c_str(), "w+b");
+#else
+    std::FILE* file = std::tmpfile();
+#endif
     if (file == nullptr) return "<capture failed>";
 #if defined(_WIN32)
     const int saved = _dup(2);
@@ -42,7 +48,9 @@ std::string captureStderr(Body body) {
     std::size_t n;
     while ((n = std::fread(chunk, 1, sizeof chunk, file)) > 0) text.append(chunk, n);
     std::fclose(file);
-    std::remove(kPath);
+#if defined(_WIN32)
+    std::remove(path.c_str());
+#endif
     return text;
 }
 
