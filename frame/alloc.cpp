@@ -44,3 +44,9 @@ extern "C" OZL_API void OZL_CALL ozlFree(void* ptr) {
     if (ptr == nullptr) return;
     std::free(static_cast<void**>(ptr)[-1]);
 }
+
+// ROI and tile records come from ozlMalloc; their delete functions are ozlFree
+// itself under further names.
+extern "C" OZL_API void OZL_CALL ozlDeleteROI(OzlROI* roi) __attribute__((alias("ozlFree"), nothrow));
+extern "C" OZL_API void OZL_CALL ozlDeleteTileInfo(OzlTileInfo* tileInfo)
+    __attribute__((alias("ozlFree"), nothrow));

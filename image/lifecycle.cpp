@@ -264,8 +264,6 @@ extern "C" OZL_API void OZL_CALL ozlSetROI(OzlROI* roi, int coi, int xOffset, in
 }
 
 // ROI and tile records come from ozlMalloc, so their release is ozlFree's.
-extern "C" OZL_API void OZL_CALL ozlDeleteROI(OzlROI* roi) { ozlFree(roi); }
-
 extern "C" OZL_API OzlTileInfo* OZL_CALL ozlCreateTileInfo(OzlCallBack callBack, void* id,
                                                            int width, int height) {
     auto* tileInfo =
@@ -284,8 +282,6 @@ extern "C" OZL_API void OZL_CALL ozlSetTileInfo(OzlTileInfo* tileInfo, OzlCallBa
     tileInfo->width = width;
     tileInfo->height = height;
 }
-
-extern "C" OZL_API void OZL_CALL ozlDeleteTileInfo(OzlTileInfo* tileInfo) { ozlFree(tileInfo); }
 
 extern "C" OZL_API OzlImage* OZL_CALL ozlCloneImage(const OzlImage* image) {
     static constexpr const char* kFunc = "ozlCloneImage";
