@@ -22,9 +22,20 @@ build:
 	$(CMAKE) --build build -j$(JOBS)
 
 # Every platform: 64-bit, sanitizers, 32-bit, the 32-bit Windows DLL, the 64-bit
-# Windows tests under Wine.
-test: check asan m32 win32 win64
-	@echo "make test: all configurations passed (64-bit, asan, m32, win32, win64)"
+# Windows tests under Wine. A failing configuration does not stop the others;
+# the summary names the failures and the exit status is non-zero.
+CONFIGS = check asan m32 win32 win64
+test:
+	@failed=""; summary=""; \
+	for c in $(CONFIGS); do \
+	    echo "==== make $$c"; \
+	    t0=$$(date +%s); \
+	    if $(MAKE) --no-print-directory $$c; then r=passed; else r=FAILED; failed="$$failed $$c"; fi; \
+	    summary="$$summary$$(printf '  %-6s %-7s %4ds' $$c $$r $$(( $$(date +%s) - t0 )))\n"; \
+	done; \
+	echo "==== make test summary"; printf "$$summary"; \
+	if [ -n "$$failed" ]; then echo "make test: FAILED:$$failed"; exit 1; fi; \
+	echo "make test: all configurations passed"
 
 check: build
 	cd build && $(CTEST) $(CTEST_FLAGS)
