@@ -341,38 +341,38 @@ TEST(ArithmeticChannels, AlphaAndChannelOfInterest) {
     for (int order : {OZL_DATA_ORDER_PIXEL, OZL_DATA_ORDER_PLANE}) {
         SCOPED_TRACE(order);
         const unsigned U8 = OZL_DEPTH_8U;
-        TestImage withAlpha(U8, 35, 3, 4, order, true), three(U8, 35, 3, 3, order);
-        TestImage one(U8, 35, 3, 1, order);
+        TestImage withAlpha(U8, 300, 3, 4, order, true), three(U8, 300, 3, 3, order);
+        TestImage one(U8, 300, 3, 1, order);
         withAlpha.fillRandom(1);
         three.fillRandom(2);
         one.fillRandom(3);
 
-        TestImage d3(U8, 35, 3, 3, order);
+        TestImage d3(U8, 300, 3, 3, order);
         d3.fillRandom(4);
         TestImage before = d3.clone();
         ozlAdd(withAlpha, three, d3);  // 4 channels with alpha + 3 into 3
         ozl::test::expectPixelwise(before, d3, withAlpha, three, sum);
 
-        TestImage dAlpha(U8, 35, 3, 4, order, true);
+        TestImage dAlpha(U8, 300, 3, 4, order, true);
         dAlpha.fillRandom(5);
         before = dAlpha.clone();
         ozlAdd(three, withAlpha, dAlpha);  // the alpha values of dst stay
         ozl::test::expectPixelwise(before, dAlpha, three, withAlpha, sum);
 
-        TestImage d1(U8, 35, 3, 1, order);
+        TestImage d1(U8, 300, 3, 1, order);
         d1.fillRandom(6);
         before = d1.clone();
-        three.setRoi(2, 0, 0, 35, 3);  // channel 2 of A only
+        three.setRoi(2, 0, 0, 300, 3);  // channel 2 of A only
         ozlAdd(three, one, d1);
         ozl::test::expectPixelwise(before, d1, three, one, sum);
 
-        withAlpha.setRoi(3, 0, 0, 35, 3);  // two COIs naming different channels
+        withAlpha.setRoi(3, 0, 0, 300, 3);  // two COIs naming different channels
         before = d1.clone();
         ozlSubtract(three, withAlpha, d1);
         ozl::test::expectPixelwise(before, d1, three, withAlpha,
                                    [](double a, double b) { return std::max(a - b, 0.0); });
 
-        d3.setRoi(3, 1, 1, 30, 2);  // COI on dst: only channel 3 of the region changes
+        d3.setRoi(3, 1, 1, 290, 2);  // COI on dst: only channel 3 of the region changes
         before = d3.clone();
         ozlAdd(one, one, d3);
         ozl::test::expectPixelwise(before, d3, one, one, sum);
@@ -389,39 +389,44 @@ TEST(ArithmeticMasks, OneMaskTwoMasksAndAnEmptyCommonRegion) {
         unsigned depth;
         int nCh, order;
         bool alpha;
+        Arith op;
     };
-    for (Config c : {Config{OZL_DEPTH_8U, 3, 0, false}, Config{OZL_DEPTH_16S, 2, 1, false},
-                     Config{OZL_DEPTH_32F, 4, 0, true}, Config{OZL_DEPTH_1U, 1, 0, false}}) {
+    for (Config c : {Config{OZL_DEPTH_8U, 3, 0, false, Arith::Sub},
+                     Config{OZL_DEPTH_16U, 1, 0, false, Arith::Scale},
+                     Config{OZL_DEPTH_16S, 2, 1, false, Arith::Mul},
+                     Config{OZL_DEPTH_32F, 4, 0, true, Arith::Add},
+                     Config{OZL_DEPTH_1U, 1, 0, false, Arith::Sub}}) {
         SCOPED_TRACE(c.depth);
-        TestImage a(c.depth, 45, 6, c.nCh, c.order, c.alpha), b(c.depth, 45, 6, c.nCh, c.order, c.alpha);
-        TestImage d(c.depth, 45, 6, c.nCh, c.order, c.alpha);
-        TestImage m1(OZL_DEPTH_1U, 45, 6), m2(OZL_DEPTH_1U, 50, 8);
+        const int w = 301;  // rows longer than the frame's chunks
+        TestImage a(c.depth, w, 6, c.nCh, c.order, c.alpha), b(c.depth, w, 6, c.nCh, c.order, c.alpha);
+        TestImage d(c.depth, w, 6, c.nCh, c.order, c.alpha);
+        TestImage m1(OZL_DEPTH_1U, w, 6), m2(OZL_DEPTH_1U, w + 5, 8);
         a.fillRandom(1);
         b.fillRandom(2);
         d.fillRandom(3);
         m1.fillRandom(4);
         m2.fillRandom(5);
-        auto f = [&](double va, double vb) { return reference(Arith::Sub, c.depth, va, vb); };
+        auto f = [&](double va, double vb) { return reference(c.op, c.depth, va, vb); };
         auto f1 = [&](double va, double vb) { return double(int(va) & !int(vb)); };
         const ozl::test::ValueFn op = c.depth == OZL_DEPTH_1U ? ozl::test::ValueFn(f1) : f;
 
         d.setMask(&m1);  // where the mask bit is 0 the destination keeps its value
         TestImage before = d.clone();
-        ozlSubtract(a, b, d);
+        entry(c.op)(a, b, d);
         ozl::test::expectPixelwise(before, d, a, b, op, [&](int x, int y) { return m1.at(x, y) != 0; });
 
-        m2.setRoi(0, 3, 1, 44, 7);  // masks of two operands ANDed, each at its own region
+        m2.setRoi(0, 3, 1, w - 1, 7);  // masks of two operands ANDed, each at its own region
         a.setMask(&m2);
         d.fillRandom(6);
         before = d.clone();
-        ozlSubtract(a, b, d);
+        entry(c.op)(a, b, d);
         ozl::test::expectPixelwise(before, d, a, b, op,
                                    [&](int x, int y) { return m1.at(x, y) != 0 && m2.at(x + 3, y + 1) != 0; },
-                                   44, 6);
+                                   w - 1, 6);
 
-        m2.setRoi(0, 50, 0, 4, 8);  // xOffset == mask width: empty common region
+        m2.setRoi(0, w + 5, 0, 4, 8);  // xOffset == mask width: empty common region
         before = d.clone();
-        ozlSubtract(a, b, d);
+        entry(c.op)(a, b, d);
         EXPECT_EQ(d.bytes(), before.bytes());
     }
     EXPECT_TRUE(errors.empty());
@@ -457,27 +462,37 @@ TEST(ArithmeticPaths, InPlaceOperands) {
 TEST(ArithmeticPaths, WholeBufferAndRowsAgree) {
     ErrorCapture errors;
     for (unsigned depth : kDepths)
-        for (int nCh : {1, 3}) {
-            SCOPED_TRACE(depth);
-            // Identical headers: one run over the buffers. A wider srcA whose ROI
-            // selects the same pixels, and a ROI over all of dst: row by row.
-            TestImage a(depth, 29, 7, nCh), b(depth, 29, 7, nCh), d(depth, 29, 7, nCh);
-            TestImage aWide(depth, 32, 7, nCh), dRows(depth, 29, 7, nCh);
-            a.fillRandom(1);
-            b.fillRandom(2);
-            for (int y = 0; y < 7; ++y)
-                for (int x = 0; x < 29; ++x)
-                    for (int c = 0; c < nCh; ++c) aWide.put(x, y, c, a.at(x, y, c));
-            aWide.setRoi(0, 0, 0, 29, 7);
-            dRows.setRoi(0, 0, 0, 29, 7);
-            for (Arith op : {Arith::Add, Arith::Sub, Arith::Mul}) {
-                entry(op)(a, b, d);
-                entry(op)(aWide, b, dRows);
+        for (int nCh : {1, 3})
+            for (int w : {29, 32}) {
+                SCOPED_TRACE(testing::Message() << depth << " " << nCh << " " << w);
+                // Identical headers: one run over the buffers. A wider srcA whose
+                // ROI selects the same pixels: row by row. A taller srcA: rows
+                // merged into one run where they have no padding.
+                TestImage a(depth, w, 7, nCh), b(depth, w, 7, nCh), d(depth, w, 7, nCh);
+                TestImage aWide(depth, w + 3, 7, nCh), aTall(depth, w, 9, nCh);
+                TestImage dRows(depth, w, 7, nCh), dMerged(depth, w, 7, nCh);
+                a.fillRandom(1);
+                b.fillRandom(2);
                 for (int y = 0; y < 7; ++y)
-                    for (int x = 0; x < 29; ++x)
-                        for (int c = 0; c < nCh; ++c) ASSERT_EQ(d.at(x, y, c), dRows.at(x, y, c));
+                    for (int x = 0; x < w; ++x)
+                        for (int c = 0; c < nCh; ++c) {
+                            aWide.put(x, y, c, a.at(x, y, c));
+                            aTall.put(x, y, c, a.at(x, y, c));
+                        }
+                aWide.setRoi(0, 0, 0, w, 7);
+                dRows.setRoi(0, 0, 0, w, 7);
+                for (Arith op : {Arith::Add, Arith::Sub, Arith::Mul}) {
+                    entry(op)(a, b, d);
+                    entry(op)(aWide, b, dRows);
+                    entry(op)(aTall, b, dMerged);
+                    for (int y = 0; y < 7; ++y)
+                        for (int x = 0; x < w; ++x)
+                            for (int c = 0; c < nCh; ++c) {
+                                ASSERT_EQ(d.at(x, y, c), dRows.at(x, y, c));
+                                ASSERT_EQ(d.at(x, y, c), dMerged.at(x, y, c));
+                            }
+                }
             }
-        }
     EXPECT_TRUE(errors.empty());
 }
 
@@ -497,6 +512,7 @@ TEST(ArithmeticTiles, TiledOperandsGiveTheUntiledResult) {
         for (bool inPlace : {false, true}) {
             SCOPED_TRACE(testing::Message() << c.depth << (inPlace ? " in place" : ""));
             TiledImage ta(c.depth, 37, 21, c.nCh, c.order, 8, 8);
+            TiledImage tb(c.depth, 37, 21, c.nCh, c.order, 24, 16);
             TiledImage td(c.depth, 37, 21, c.nCh, c.order, 16, 8);
             TestImage a(c.depth, 37, 21, c.nCh, c.order), b(c.depth, 37, 21, c.nCh, c.order);
             TestImage d(c.depth, 37, 21, c.nCh, c.order), mask(OZL_DEPTH_1U, 40, 20);
@@ -505,15 +521,20 @@ TEST(ArithmeticTiles, TiledOperandsGiveTheUntiledResult) {
             d.fillRandom(3);
             mask.fillRandom(4);
             ta.pixels().fillRandom(1);
+            tb.pixels().fillRandom(2);
             td.pixels().fillRandom(3);
             ta.setRoi(0, 3, 5, 29, 13);
             a.setRoi(0, 3, 5, 29, 13);
+            tb.setRoi(0, 1, 2, 30, 15);
             b.setRoi(0, 1, 2, 30, 15);
             td.setRoi(0, 5, 3, 27, 14);
             d.setRoi(0, 5, 3, 27, 14);
-            if (c.op == Arith::Sub) b.setMask(&mask);
+            if (c.op == Arith::Sub) {
+                b.setMask(&mask);
+                tb->maskROI = mask;
+            }
             entry(c.op)(inPlace ? d.get() : a.get(), b, d);
-            entry(c.op)(inPlace ? td.get() : ta.get(), b, td);
+            entry(c.op)(inPlace ? td.get() : ta.get(), tb, td);
             EXPECT_EQ(td.pixels().bytes(), d.bytes());
         }
     EXPECT_TRUE(errors.empty());
