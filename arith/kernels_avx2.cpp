@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "arith/kernels.hpp"
 #include "arith/run_loop.hpp"
@@ -33,20 +32,8 @@ constexpr SpreadIndex<U> kSpread{};
 
 // Mask expansion for blendLoop: blocks of 32 pixels.
 struct Avx2Expand {
-    static constexpr size_t kPixels = 32;
-    static constexpr uint32_t kAll = 0xFFFFFFFF;
-
-    // The 32 mask bits from bit `bit` on, first pixel in bit 31. The fifth byte
-    // is read only when the bits reach into it.
-    static uint32_t bits(const uint8_t* mask, size_t bit) {
-        const uint8_t* p = mask + bit / 8;
-        const unsigned o = bit % 8;
-        uint32_t w;
-        std::memcpy(&w, p, 4);
-        w = __builtin_bswap32(w);
-        if (o) w = w << o | p[4] >> (8 - o);
-        return w;
-    }
+    template <size_t U>
+    static constexpr size_t pixels = 32;
 
     template <size_t U>
     static void expand(uint32_t m, __m256i* out) {

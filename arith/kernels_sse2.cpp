@@ -28,20 +28,11 @@ struct MaskTables {
 };
 alignas(16) constexpr MaskTables kMasks{};
 
-// Mask expansion for blendLoop: blocks of 16 pixels.
+// Mask expansion for blendLoop: blocks of 32 pixels, or of 16 where the
+// expanded masks of 32 would not fit the registers.
 struct Sse2Expand {
-    static constexpr size_t kPixels = 16;
-    static constexpr uint32_t kAll = 0xFFFF;
-
-    // The 16 mask bits from bit `bit` on, first pixel in bit 15. The third byte
-    // is read only when the bits reach into it.
-    static uint32_t bits(const uint8_t* mask, size_t bit) {
-        const uint8_t* p = mask + bit / 8;
-        const unsigned o = bit % 8;
-        uint32_t w = uint32_t{p[0]} << 16 | uint32_t{p[1]} << 8;
-        if (o) w |= p[2];
-        return (w << o) >> 8 & 0xFFFF;
-    }
+    template <size_t U>
+    static constexpr size_t pixels = U <= 8 ? 32 : 16;
 
     // Doubling every byte keeps each pixel's bytes together: N lanes become 2N.
     template <size_t N, size_t U>
@@ -56,9 +47,19 @@ struct Sse2Expand {
         }
     }
 
-    // U lanes of byte masks for 16 pixels of U bytes.
     template <size_t U>
     static void expand(uint32_t m, __m128i* out) {
+        if constexpr (pixels<U> == 32) {
+            expand16<U>(m >> 16, out);
+            expand16<U>(m & 0xFFFF, out + U);
+        } else {
+            expand16<U>(m, out);
+        }
+    }
+
+    // U lanes of byte masks for 16 pixels of U bytes.
+    template <size_t U>
+    static void expand16(uint32_t m, __m128i* out) {
         if constexpr (U % 3 == 0) {
             const uint8_t* r0 = kMasks.px3[m >> 8];
             const uint8_t* r1 = kMasks.px3[m & 0xFF];

@@ -23,12 +23,18 @@ inline bool disjoint(const void* d, const void* s, size_t bytes) {
 // Runs at least this long (bytes) are first brought to an aligned destination.
 constexpr size_t kAlignFrom = 256;
 
+// Runs at least this long (bytes) store past the caches: a destination this
+// size would only evict the sources, and streaming saves reading it first.
+// Shorter runs are faster with ordinary stores, whose lines the next operation
+// usually reads.
+constexpr size_t kStreamFrom = size_t{64} << 20;
+
 // Vector blocks of four registers, then single registers; the destination is
-// aligned first on long runs. Runs shorter than a vector go to the narrower
-// level's kernel when there is one. The last partial vector is done by running the
-// last full vector again at n - width when the destination shares no memory
-// with a source (an in-place rerun would read results as operands); otherwise,
-// and for runs shorter than a vector, the scalar form finishes.
+// aligned first on long runs, and very long runs stream their stores. The last
+// partial vector is done by running the last full vector again at n - width
+// when the destination shares no memory with a source (an in-place rerun would
+// read results as operands); otherwise the scalar form finishes. Runs shorter
+// than a vector go to the narrower level's kernel, or to the scalar form.
 template <class Vx, class K>
 void runLoop(const void* pa, const void* pb, void* pd, size_t n, const OpArgs& args) {
     using T = typename K::Elem;
@@ -45,6 +51,21 @@ void runLoop(const void* pa, const void* pb, void* pd, size_t n, const OpArgs& a
         if constexpr (K::arity >= 1) x = load(a + i);
         if constexpr (K::arity >= 2) y = load(b + i);
         Vx::store(d + i, k.r(x, y));
+    };
+    auto four = [&](size_t i, auto put) {
+        V x0{}, x1{}, x2{}, x3{}, y0{}, y1{}, y2{}, y3{};
+        if constexpr (K::arity >= 1) {
+            x0 = load(a + i); x1 = load(a + i + W);
+            x2 = load(a + i + 2 * W); x3 = load(a + i + 3 * W);
+        }
+        if constexpr (K::arity >= 2) {
+            y0 = load(b + i); y1 = load(b + i + W);
+            y2 = load(b + i + 2 * W); y3 = load(b + i + 3 * W);
+        }
+        put(d + i, k.r(x0, y0));
+        put(d + i + W, k.r(x1, y1));
+        put(d + i + 2 * W, k.r(x2, y2));
+        put(d + i + 3 * W, k.r(x3, y3));
     };
     auto scalar = [&](size_t from, size_t to) {
         for (size_t i = from; i < to; ++i)
@@ -70,21 +91,11 @@ void runLoop(const void* pa, const void* pb, void* pd, size_t n, const OpArgs& a
             else scalar(0, head);
             i = head;
         }
-        for (; i + 4 * W <= n; i += 4 * W) {
-            V x0{}, x1{}, x2{}, x3{}, y0{}, y1{}, y2{}, y3{};
-            if constexpr (K::arity >= 1) {
-                x0 = load(a + i); x1 = load(a + i + W);
-                x2 = load(a + i + 2 * W); x3 = load(a + i + 3 * W);
-            }
-            if constexpr (K::arity >= 2) {
-                y0 = load(b + i); y1 = load(b + i + W);
-                y2 = load(b + i + 2 * W); y3 = load(b + i + 3 * W);
-            }
-            Vx::store(d + i, k.r(x0, y0));
-            Vx::store(d + i + W, k.r(x1, y1));
-            Vx::store(d + i + 2 * W, k.r(x2, y2));
-            Vx::store(d + i + 3 * W, k.r(x3, y3));
+        if (bytes >= kStreamFrom && reinterpret_cast<uintptr_t>(d + i) % Vx::kBytes == 0) {
+            for (; i + 4 * W <= n; i += 4 * W) four(i, [](T* p, V v) { Vx::stream(p, v); });
+            Vx::streamFence();
         }
+        for (; i + 4 * W <= n; i += 4 * W) four(i, [](T* p, V v) { Vx::store(p, v); });
         for (; i + W <= n; i += W) one(i);
         if (i < n && separate) {
             one(n - W);
@@ -114,24 +125,42 @@ KernelTable vectorRunTable() {
 namespace ozl::arith {
 namespace {
 
-// Masked copy of pixels of U bytes, in blocks of Ex::kPixels pixels (a multiple
-// of 8, and Ex::kPixels * U bytes is U vectors). Ex supplies the block's mask
-// bits (first pixel most significant) and expands them into U vectors of
-// all-ones or all-zero bytes. Blocks whose mask is all clear are skipped, all
-// set are copied. A blend only ever copies src, so running the last full block
-// again over the tail gives the same bytes.
+// P (16 or 32) mask bits from bit `bit` on, the first pixel's bit most
+// significant. Reads only the bytes that hold those bits.
+template <size_t P>
+uint32_t maskBits(const uint8_t* mask, size_t bit) {
+    static_assert(P == 16 || P == 32);
+    const uint8_t* p = mask + bit / 8;
+    const unsigned o = bit % 8;
+    if constexpr (P == 16) {
+        uint32_t w = uint32_t{p[0]} << 16 | uint32_t{p[1]} << 8;
+        if (o) w |= p[2];
+        return (w << o) >> 8 & 0xFFFF;
+    } else {
+        uint32_t w = uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3];
+        if (o) w = w << o | p[4] >> (8 - o);
+        return w;
+    }
+}
+
+// Masked copy of pixels of U bytes, in blocks of P = Ex::pixels<U> pixels (16
+// or 32, with P * U bytes a whole number of vectors). Ex expands the block's
+// mask bits into those vectors, all-ones or all-zero per byte. Blocks whose
+// mask is all clear are skipped, all set are copied. A blend only ever copies
+// src, so running the last full block again over the tail gives the same bytes.
 template <class Vx, class Ex, size_t U>
 void blendLoop(uint8_t* d, const uint8_t* s, size_t nPix, const uint8_t* mask, size_t bit0) {
     using V = typename Vx::V;
-    constexpr size_t P = Ex::kPixels;
-    static_assert(P % 8 == 0 && P * U % Vx::kBytes == 0);
+    constexpr size_t P = Ex::template pixels<U>;
+    static_assert(P * U % Vx::kBytes == 0);
     constexpr size_t kVecs = P * U / Vx::kBytes;
+    constexpr uint32_t kAll = P == 32 ? 0xFFFFFFFFu : 0xFFFFu;
     auto block = [&](size_t p) {
-        const uint32_t m = Ex::bits(mask, bit0 + p);
+        const uint32_t m = maskBits<P>(mask, bit0 + p);
         if (m == 0) return;
         uint8_t* dd = d + p * U;
         const uint8_t* ss = s + p * U;
-        if (m == Ex::kAll) {
+        if (m == kAll) {
             for (size_t j = 0; j < kVecs; ++j)
                 Vx::store(dd + j * Vx::kBytes, Vx::template load<V>(ss + j * Vx::kBytes));
             return;
@@ -145,10 +174,12 @@ void blendLoop(uint8_t* d, const uint8_t* s, size_t nPix, const uint8_t* mask, s
         }
     };
     size_t p = 0;
-    for (; p + P <= nPix; p += P) block(p);
-    if (p < nPix && nPix >= P) {
-        block(nPix - P);
-        p = nPix;
+    if (nPix >= P) {
+        for (; p + P <= nPix; p += P) block(p);
+        if (p < nPix) {
+            block(nPix - P);
+            p = nPix;
+        }
     }
     // Pixels as runs of U bytes: the element type does not matter to a copy.
     const size_t bit = bit0 + p;
@@ -162,7 +193,7 @@ template <class Vx, class Ex, size_t S>
 void blendKernel(void* pd, const void* ps, size_t nPix, int nCh, const uint8_t* mask,
                  int maskBit) {
     if constexpr (Vx::kHasNarrower) {
-        if (nPix < Ex::kPixels) {
+        if (nPix < 32) {
             Vx::narrower().blend[blendIndex(S)](pd, ps, nPix, nCh, mask, maskBit);
             return;
         }
