@@ -45,7 +45,7 @@ void runLoop(const void* pa, const void* pb, void* pd, size_t n, const OpArgs& a
     T* d = static_cast<T*>(pd);
     const K k(args);
 
-    auto load = [](const T* p) { return Vx::template load<V>(p); };
+    auto load = [](const T* p) { return K::load(p); };
     auto one = [&](size_t i) {
         V x{}, y{};
         if constexpr (K::arity >= 1) x = load(a + i);
@@ -162,14 +162,14 @@ void blendLoop(uint8_t* d, const uint8_t* s, size_t nPix, const uint8_t* mask, s
         const uint8_t* ss = s + p * U;
         if (m == kAll) {
             for (size_t j = 0; j < kVecs; ++j)
-                Vx::store(dd + j * Vx::kBytes, Vx::template load<V>(ss + j * Vx::kBytes));
+                Vx::store(dd + j * Vx::kBytes, Vx::load(ss + j * Vx::kBytes));
             return;
         }
         V lanes[kVecs];
         Ex::template expand<U>(m, lanes);
         for (size_t j = 0; j < kVecs; ++j) {
-            const V x = Vx::template load<V>(ss + j * Vx::kBytes);
-            const V y = Vx::template load<V>(dd + j * Vx::kBytes);
+            const V x = Vx::load(ss + j * Vx::kBytes);
+            const V y = Vx::load(dd + j * Vx::kBytes);
             Vx::store(dd + j * Vx::kBytes, Vx::select(lanes[j], x, y));
         }
     };
@@ -194,7 +194,7 @@ void blendKernel(void* pd, const void* ps, size_t nPix, int nCh, const uint8_t* 
                  int maskBit) {
     if constexpr (Vx::kHasNarrower) {
         if (nPix < 32) {
-            Vx::narrower().blend[blendIndex(S)](pd, ps, nPix, nCh, mask, maskBit);
+            Vx::narrower().blend[S == 1 ? 0 : S == 2 ? 1 : 2](pd, ps, nPix, nCh, mask, maskBit);
             return;
         }
     }

@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 #include "arith/kernels.hpp"
 
@@ -23,13 +22,8 @@ struct Avx2 {
     static constexpr bool kHasNarrower = true;
     static const KernelTable& narrower() { return sse2Table(); }
 
-    template <class W>
-    static W load(const void* p) {
-        if constexpr (std::is_same_v<W, VF>)
-            return _mm256_loadu_ps(static_cast<const float*>(p));
-        else
-            return _mm256_loadu_si256(static_cast<const __m256i*>(p));
-    }
+    static V load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+    static VF loadF(const void* p) { return _mm256_loadu_ps(static_cast<const float*>(p)); }
     static void store(void* p, V v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
     static void store(void* p, VF v) { _mm256_storeu_ps(static_cast<float*>(p), v); }
     // Destination 32-byte aligned.

@@ -14,15 +14,22 @@
 namespace ozl::arith {
 namespace {
 
+// Vector type of an element type: float vectors for float, else integer.
+template <class Vx, class T> struct VecOf { using type = typename Vx::V; };
+template <class Vx> struct VecOf<Vx, float> { using type = typename Vx::VF; };
+
 template <Op kOp, class Vx, class T, int kArity>
 struct OpBase {
     using Elem = T;
-    using V = std::conditional_t<std::is_same_v<T, float>, typename Vx::VF, typename Vx::V>;
-    using VI = typename Vx::V;
+    using V = typename VecOf<Vx, T>::type;
     static constexpr Op op = kOp;
     // Number of source runs the vector form reads: 2 (a, b), 1 (a) or 0.
     static constexpr int arity = kArity;
     static T r(T a, T b, const OpArgs& args) { return scalarOp<kOp, T>(a, b, args); }
+    static V load(const T* p) {
+        if constexpr (std::is_same_v<T, float>) return Vx::loadF(p);
+        else return Vx::load(p);
+    }
 };
 
 // The element's bits replicated across a vector.

@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 namespace ozl::arith {
 namespace {
@@ -19,13 +18,8 @@ struct Sse2 {
     static constexpr size_t kBytes = 16;
     static constexpr bool kHasNarrower = false;
 
-    template <class W>
-    static W load(const void* p) {
-        if constexpr (std::is_same_v<W, VF>)
-            return _mm_loadu_ps(static_cast<const float*>(p));
-        else
-            return _mm_loadu_si128(static_cast<const __m128i*>(p));
-    }
+    static V load(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
+    static VF loadF(const void* p) { return _mm_loadu_ps(static_cast<const float*>(p)); }
     static void store(void* p, V v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
     static void store(void* p, VF v) { _mm_storeu_ps(static_cast<float*>(p), v); }
     // Destination 16-byte aligned.
