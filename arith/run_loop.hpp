@@ -1,6 +1,7 @@
 // The one loop over a run, driving an operation's vector form (vec_ops.hpp)
-// with its scalar form for what the vectors cannot cover; and the builder of a
-// level's kernel table from it. Internal linkage (see vec_sse2.hpp).
+// with its scalar form for what the vectors cannot cover; the builder of a
+// level's run-kernel table from it; and the loop of the masked blends, over a
+// level's mask expansion. Internal linkage (see vec_sse2.hpp).
 #pragma once
 
 #include <cstddef>
@@ -31,9 +32,9 @@ constexpr size_t kStreamFrom = size_t{64} << 20;
 
 // Vector blocks of four registers, then single registers; the destination is
 // aligned first on long runs, and very long runs stream their stores. The last
-// partial vector is done by running the last full vector again at n - width
-// when the destination shares no memory with a source (an in-place rerun would
-// read results as operands); otherwise the scalar form finishes. Runs shorter
+// partial vector is done by running the last full vector again at n - width,
+// from operands read before the loop (in place, the loop overwrites them); the
+// scalar form finishes when d overlaps a source in any other way. Runs shorter
 // than a vector go to the narrower level's kernel, or to the scalar form.
 template <class Vx, class K>
 void runLoop(const void* pa, const void* pb, void* pd, size_t n, const OpArgs& args) {
@@ -84,21 +85,36 @@ void runLoop(const void* pa, const void* pb, void* pd, size_t n, const OpArgs& a
         const size_t bytes = n * sizeof(T);
         const bool separate = (K::arity < 1 || disjoint(d, a, bytes)) &&
                               (K::arity < 2 || disjoint(d, b, bytes));
-        const size_t mis = reinterpret_cast<uintptr_t>(d) % Vx::kBytes;
-        if (mis != 0 && bytes >= kAlignFrom && mis % sizeof(T) == 0) {
-            const size_t head = (Vx::kBytes - mis) / sizeof(T);
-            if (separate) one(0);
-            else scalar(0, head);
-            i = head;
+        // In place: d is a source itself, and apart from the other one.
+        const bool inPlace = !separate && (K::arity < 1 || d == a || disjoint(d, a, bytes)) &&
+                             (K::arity < 2 || d == b || disjoint(d, b, bytes));
+        // The first and last full vectors, read before any store can reach
+        // them: stored after the loop, they rewrite the values the loop left
+        // there and cover the unaligned head and the partial tail.
+        const bool ends = separate || inPlace;
+        V xt{}, yt{}, rh{};
+        if (ends) {
+            if constexpr (K::arity >= 1) xt = load(a + n - W);
+            if constexpr (K::arity >= 2) yt = load(b + n - W);
         }
+        const size_t mis = reinterpret_cast<uintptr_t>(d) % Vx::kBytes;
+        if (ends && mis != 0 && bytes >= kAlignFrom && mis % sizeof(T) == 0) {
+            V x{}, y{};
+            if constexpr (K::arity >= 1) x = load(a);
+            if constexpr (K::arity >= 2) y = load(b);
+            rh = k.r(x, y);
+            i = (Vx::kBytes - mis) / sizeof(T);
+        }
+        const size_t head = i;
         if (bytes >= kStreamFrom && reinterpret_cast<uintptr_t>(d + i) % Vx::kBytes == 0) {
             for (; i + 4 * W <= n; i += 4 * W) four(i, [](T* p, V v) { Vx::stream(p, v); });
             Vx::streamFence();
         }
         for (; i + 4 * W <= n; i += 4 * W) four(i, [](T* p, V v) { Vx::store(p, v); });
         for (; i + W <= n; i += W) one(i);
-        if (i < n && separate) {
-            one(n - W);
+        if (head != 0) Vx::store(d, rh);
+        if (i < n && ends) {
+            Vx::store(d + n - W, k.r(xt, yt));
             i = n;
         }
     }
@@ -118,12 +134,6 @@ KernelTable vectorRunTable() {
     });
     return t;
 }
-
-}  // namespace
-}  // namespace ozl::arith
-
-namespace ozl::arith {
-namespace {
 
 // P (16 or 32) mask bits from bit `bit` on, the first pixel's bit most
 // significant. Reads only the bytes that hold those bits.
@@ -188,7 +198,7 @@ void blendLoop(uint8_t* d, const uint8_t* s, size_t nPix, const uint8_t* mask, s
 }
 
 // BlendFn for elements of S bytes: pixels of 1 to 4 channels are units of
-// S * nCh bytes.
+// S * nCh bytes. Runs shorter than a 32-pixel block go to the narrower level.
 template <class Vx, class Ex, size_t S>
 void blendKernel(void* pd, const void* ps, size_t nPix, int nCh, const uint8_t* mask,
                  int maskBit) {
