@@ -8,7 +8,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
-#include <sstream>
+#include <ostream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -18,7 +18,7 @@
 
 namespace ozl::cpu {
 // Level parameters print as their names.
-void PrintTo(Level level, std::ostream* os) { *os << name(level); }
+static void PrintTo(Level level, std::ostream* os) { *os << name(level); }
 }  // namespace ozl::cpu
 
 namespace {
