@@ -84,8 +84,8 @@ static inline T saturate(int64_t v) {
 // 32S product: formed in double precision, clamped, truncated toward zero.
 static inline int32_t mulSat32(int32_t a, int32_t b) {
     const double p = static_cast<double>(a) * static_cast<double>(b);
-    if (p > 2147483647.0) return std::numeric_limits<int32_t>::max();
-    if (p < -2147483648.0) return std::numeric_limits<int32_t>::min();
+    if (p > 2147483647.0) return INT32_MAX;
+    if (p < -2147483648.0) return INT32_MIN;
     return static_cast<int32_t>(p);
 }
 
