@@ -25,10 +25,11 @@ inline bool disjoint(const void* d, const void* s, size_t bytes) {
 constexpr size_t kAlignFrom = 256;
 
 // Runs at least this long (bytes) store past the caches: a destination this
-// size would only evict the sources, and streaming saves reading it first.
-// Shorter runs are faster with ordinary stores, whose lines the next operation
-// usually reads.
-constexpr size_t kStreamFrom = size_t{64} << 20;
+// size, with its sources, outgrows a typical last-level cache, so caching it
+// would only evict the sources, and streaming saves reading it first. Shorter
+// runs are faster with ordinary stores, whose lines the next operation usually
+// reads.
+constexpr size_t kStreamFrom = size_t{16} << 20;
 
 // Vector blocks of four registers, then single registers; the destination is
 // aligned first on long runs, and very long runs stream their stores. The last
