@@ -97,49 +97,33 @@ void processRow(const RowContext& rc, const char* a, int aStride, const char* b,
 }
 
 // A row of 1-bit pixels. Where every operand starts at the same bit, the whole
-// bytes in the middle go through the byte kernel.
+// bytes between the first and last partial byte go through the byte kernel;
+// the rest is merged a byte at a time.
 void processBitRow(const RowContext& rc, const uint8_t* a, int aBit, const uint8_t* b, int bBit,
                    uint8_t* d, int dBit, const uint8_t* mask, int maskBit, size_t n) {
-    using image::bitSpan;
-    using image::readBits;
     auto byteOp = [&](uint8_t va, uint8_t vb) {
         uint8_t r;
         rc.run(a ? &va : nullptr, b ? &vb : nullptr, &r, 1, *rc.args);
         return r;
     };
-    size_t start = 0;
-    size_t end = n;
+    // Bits [from, to) of the run.
+    auto merge = [&](size_t from, size_t to) {
+        if (from >= to) return;
+        const size_t offset = static_cast<size_t>(dBit) + from;
+        image::mergeBits(a, aBit + from, b, bBit + from, d + (offset >> 3),
+                         static_cast<int>(offset & 7), mask, maskBit + from, to - from, byteOp);
+    };
     const bool aligned = !mask && (!a || aBit == dBit) && (!b || bBit == dBit);
-    if (aligned) {
-        // Leave the whole bytes between the first and last partial byte to the run kernel.
-        const size_t head = dBit == 0 ? 0 : std::min(n, static_cast<size_t>(8 - dBit));
-        const size_t body = (n - head) / 8;
-        if (body > 0) {
-            const size_t first = (static_cast<size_t>(dBit) + head) >> 3;
-            rc.run(a ? a + first : nullptr, b ? b + first : nullptr, d + first, body, *rc.args);
-            // Head and tail remain: [0, head) and [head + 8 * body, n).
-            image::forEachDestinationByte(dBit, head, [&](size_t byte, int first, int count,
-                                                          size_t pos) {
-                const uint8_t span = bitSpan(first, count);
-                const uint8_t va = a ? readBits(a, aBit + pos, count) >> first : 0;
-                const uint8_t vb = b ? readBits(b, bBit + pos, count) >> first : 0;
-                d[byte] = static_cast<uint8_t>((d[byte] & ~span) | (byteOp(va, vb) & span));
-            });
-            start = head + 8 * body;
-        }
+    const size_t head = dBit == 0 ? 0 : std::min(n, static_cast<size_t>(8 - dBit));
+    const size_t body = aligned ? (n - head) / 8 : 0;
+    if (body == 0) {
+        merge(0, n);
+        return;
     }
-    if (start >= end) return;
-    const size_t offset = static_cast<size_t>(dBit) + start;
-    uint8_t* dd = d + (offset >> 3);
-    image::forEachDestinationByte(static_cast<int>(offset & 7), end - start,
-                                  [&](size_t byte, int first, int count, size_t pos) {
-        uint8_t span = bitSpan(first, count);
-        const size_t p = start + pos;
-        if (mask) span &= static_cast<uint8_t>(readBits(mask, maskBit + p, count) >> first);
-        const uint8_t va = a ? readBits(a, aBit + p, count) >> first : 0;
-        const uint8_t vb = b ? readBits(b, bBit + p, count) >> first : 0;
-        dd[byte] = static_cast<uint8_t>((dd[byte] & ~span) | (byteOp(va, vb) & span));
-    });
+    const size_t first = (static_cast<size_t>(dBit) + head) >> 3;
+    rc.run(a ? a + first : nullptr, b ? b + first : nullptr, d + first, body, *rc.args);
+    merge(0, head);
+    merge(head + 8 * body, n);
 }
 
 bool anyAlpha(const PixelOperands& o) {

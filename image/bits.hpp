@@ -41,4 +41,20 @@ inline void forEachDestinationByte(int dBit, size_t n, F&& f) {
     }
 }
 
+// Sets the n bits of d from bit dBit to op(bits of a, bits of b), a byte at a
+// time, leaving every other bit of d as it was; with a mask, only where the
+// mask's bit is 1. Absent operands (nullptr) read as zero bits. Each operand
+// has its own bit position.
+template <class Op>
+inline void mergeBits(const uint8_t* a, size_t aBit, const uint8_t* b, size_t bBit, uint8_t* d,
+                      int dBit, const uint8_t* mask, size_t maskBit, size_t n, Op&& op) {
+    forEachDestinationByte(dBit, n, [&](size_t byte, int first, int count, size_t pos) {
+        uint8_t span = bitSpan(first, count);
+        if (mask) span &= static_cast<uint8_t>(readBits(mask, maskBit + pos, count) >> first);
+        const uint8_t va = a ? static_cast<uint8_t>(readBits(a, aBit + pos, count) >> first) : 0;
+        const uint8_t vb = b ? static_cast<uint8_t>(readBits(b, bBit + pos, count) >> first) : 0;
+        d[byte] = static_cast<uint8_t>((d[byte] & ~span) | (op(va, vb) & span));
+    });
+}
+
 }  // namespace ozl::image

@@ -8,28 +8,15 @@
 
 namespace ozl::image {
 
-namespace {
-
-template <class F>
-void combineBits(const uint8_t* a, int aBit, const uint8_t* b, int bBit, uint8_t* d, int dBit,
-                 size_t n, F&& op) {
-    forEachDestinationByte(dBit, n, [&](size_t byte, int first, int count, size_t pos) {
-        const uint8_t span = bitSpan(first, count);
-        const uint8_t va = static_cast<uint8_t>(readBits(a, aBit + pos, count) >> first);
-        const uint8_t vb = b ? static_cast<uint8_t>(readBits(b, bBit + pos, count) >> first) : 0;
-        d[byte] = static_cast<uint8_t>((d[byte] & ~span) | (op(va, vb) & span));
-    });
-}
-
-}  // namespace
 
 void andBits(const unsigned char* a, int aBit, const unsigned char* b, int bBit,
              unsigned char* d, int dBit, size_t n) {
-    combineBits(a, aBit, b, bBit, d, dBit, n, [](uint8_t x, uint8_t y) { return x & y; });
+    mergeBits(a, aBit, b, bBit, d, dBit, nullptr, 0, n,
+              [](uint8_t x, uint8_t y) { return static_cast<uint8_t>(x & y); });
 }
 
 void copyBits(const unsigned char* s, int sBit, unsigned char* d, int dBit, size_t n) {
-    combineBits(s, sBit, nullptr, 0, d, dBit, n, [](uint8_t x, uint8_t) { return x; });
+    mergeBits(s, sBit, nullptr, 0, d, dBit, nullptr, 0, n, [](uint8_t x, uint8_t) { return x; });
 }
 
 CombinedMask combineMasks(const OzlImage* const* masks, int count) {
