@@ -15,8 +15,7 @@ namespace {
 using namespace ozl::frame;
 
 struct Asked {
-    std::string text;
-    std::string caption;
+    std::string text, caption;
     unsigned flags;
 };
 
@@ -39,7 +38,6 @@ protected:
     void SetUp() override {
         g_asked.clear();
         previousPrompt_ = setUserPrompt(recordingPrompt);
-        savedMode_ = ozlGetErrMode();
     }
     void TearDown() override {
         setUserPrompt(previousPrompt_);
@@ -54,30 +52,52 @@ protected:
 
 private:
     UserPrompt previousPrompt_ = nullptr;
-    int savedMode_ = 0;
+    int savedMode_ = ozlGetErrMode();
 };
 
-const char* const kParentSuffix = "\n\nErrMode=OZL_ErrorModeParent\n\nContinue?";
-const char* const kLeafSuffix = "\n\nErrMode=OZL_ErrorModeLeaf\n\nTerminate the application?";
+const std::string kParentSuffix = "\n\nErrMode=OZL_ErrorModeParent\n\nContinue?";
+const std::string kLeafSuffix = "\n\nErrMode=OZL_ErrorModeLeaf\n\nTerminate the application?";
 
-TEST_F(GuiBoxReport, ParentModeAsksOkCancelAndContinuesOnOk) {
-    EXPECT_EQ(report(OZL_ErrModeParent, kAnswerOk, -5, "ozlAdd", "(srcImageA->depth != dstImage->depth)", "ozladd", 97), -5);
-    ASSERT_EQ(g_asked.size(), 1u);
-    EXPECT_EQ(g_asked[0].text, std::string("In function ozlAdd(): [file ozladd, line 97]\n"
-                                           "(srcImageA->depth != dstImage->depth)\n\nBad argument\n(status: -5)") +
-                                   kParentSuffix);
-    EXPECT_EQ(g_asked[0].caption, std::string("OZL ") + ozlGetLibVersion()->version);
-    EXPECT_EQ(g_asked[0].caption, "OZL 2.1");
-    EXPECT_EQ(g_asked[0].flags, 0x2011u);
-}
-
-TEST_F(GuiBoxReport, LeafModeAsksYesNoAndContinuesOnNo) {
-    EXPECT_EQ(report(OZL_ErrModeLeaf, kAnswerNo, -117, "ozlCopy", "ctx", "ozlcopy", 3), -117);
-    ASSERT_EQ(g_asked.size(), 1u);
-    EXPECT_EQ(g_asked[0].text, std::string("In function ozlCopy(): [file ozlcopy, line 3]\nctx\n\n"
-                                           "Mask. Incorrect depth value in the image header\n(status: -117)") +
-                                   kLeafSuffix);
-    EXPECT_EQ(g_asked[0].flags, 0x2014u);
+// Answers that do not terminate: one question, then the status comes back. The
+// mode picks the buttons and the closing lines.
+TEST_F(GuiBoxReport, QuestionTextAndButtons) {
+    const std::string func(300, 'f'), file(300, 'm'), context(150, 'c');
+    const std::string unsupported = "In function f(): [file m, line 2]\nc\n\nUnsupported function\n(status: -6)";
+    const struct {
+        int mode, answer;
+        OzlStatus status;
+        const char *func, *context, *file;
+        int line;
+        std::string text;
+    } cases[] = {
+        {OZL_ErrModeParent, kAnswerOk, -5, "ozlAdd", "(srcImageA->depth != dstImage->depth)", "ozladd", 97,
+         "In function ozlAdd(): [file ozladd, line 97]\n(srcImageA->depth != dstImage->depth)\n\nBad argument\n(status: -5)"},
+        {OZL_ErrModeLeaf, kAnswerNo, -117, "ozlCopy", "ctx", "ozlcopy", 3,
+         "In function ozlCopy(): [file ozlcopy, line 3]\nctx\n\nMask. Incorrect depth value in the image header\n(status: -117)"},
+        {OZL_ErrModeParent, kAnswerOk, OZL_StsBackTrace, "ozlConvolve2D", "inner", "ozlcnv2d", 210,
+         "Called from ozlConvolve2D(): [file ozlcnv2d, line 210]\ninner\n\nBacktrace\n(status: -1)"},
+        {OZL_ErrModeLeaf, kAnswerNo, OZL_StsAutoTrace, "ownCSep2", "", "ownCSep2", 5,
+         "Called from ownCSep2(): [file ownCSep2, line 5]\n\n\nAutotrace call\n(status: -8)"},
+        // NULL names and negative lines are substituted; long names are not cut.
+        {OZL_ErrModeParent, kAnswerOk, -2, nullptr, "c", nullptr, -40,
+         "In function <unknown>(): [file , line 0]\nc\n\nUnknown error or status code\n(status: -2)"},
+        {OZL_ErrModeParent, kAnswerOk, 3, "f", "", "", 0, "In function f(): [file , line 0]\n\n\nUnknown error or status code\n(status: 3)"},
+        {OZL_ErrModeParent, kAnswerOk, -4, func.c_str(), context.c_str(), file.c_str(), 123456,
+         "In function " + func + "(): [file " + file + ", line 123456]\n" + context + "\n\nOut of memory\n(status: -4)"},
+        // Other modes report without a question and never terminate.
+        {3, kAnswerYes, -6, "f", "c", "m", 2, unsupported},
+        {-1, kAnswerCancel, -6, "f", "c", "m", 2, unsupported},
+        {100, kAnswerYes, -6, "f", "c", "m", 2, unsupported},
+    };
+    for (const auto& c : cases) {
+        g_asked.clear();
+        EXPECT_EQ(report(c.mode, c.answer, c.status, c.func, c.context, c.file, c.line), c.status);
+        ASSERT_EQ(g_asked.size(), 1u) << "status " << c.status;
+        const bool leaf = c.mode == OZL_ErrModeLeaf, parent = c.mode == OZL_ErrModeParent;
+        EXPECT_EQ(g_asked[0].text, c.text + (leaf ? kLeafSuffix : parent ? kParentSuffix : ""));
+        EXPECT_EQ(g_asked[0].caption, "OZL 2.1");
+        EXPECT_EQ(g_asked[0].flags, leaf ? 0x2014u : parent ? 0x2011u : 0x2010u) << "status " << c.status;
+    }
 }
 
 TEST_F(GuiBoxReport, OnlyTheTerminatingAnswerTerminates) {
@@ -90,52 +110,10 @@ TEST_F(GuiBoxReport, OnlyTheTerminatingAnswerTerminates) {
     for (const Asked& a : g_asked) EXPECT_NE(a.flags, 0x2040u);
 }
 
-TEST_F(GuiBoxReport, TraceCodesUseCalledFromForm) {
-    report(OZL_ErrModeParent, kAnswerOk, OZL_StsBackTrace, "ozlConvolve2D", "inner", "ozlcnv2d", 210);
-    report(OZL_ErrModeLeaf, kAnswerNo, OZL_StsAutoTrace, "ownCSep2", "", "ownCSep2", 5);
-    ASSERT_EQ(g_asked.size(), 2u);
-    EXPECT_EQ(g_asked[0].text, std::string("Called from ozlConvolve2D(): [file ozlcnv2d, line 210]\ninner\n\n"
-                                           "Backtrace\n(status: -1)") + kParentSuffix);
-    EXPECT_EQ(g_asked[1].text, std::string("Called from ownCSep2(): [file ownCSep2, line 5]\n\n\n"
-                                           "Autotrace call\n(status: -8)") + kLeafSuffix);
-}
-
-TEST_F(GuiBoxReport, NullNamesAndNegativeLineAreSubstituted) {
-    report(OZL_ErrModeParent, kAnswerOk, -2, nullptr, "c", nullptr, -40);
-    report(OZL_ErrModeParent, kAnswerOk, 3, "f", "", "", 0);
-    ASSERT_EQ(g_asked.size(), 2u);
-    EXPECT_EQ(g_asked[0].text, std::string("In function <unknown>(): [file , line 0]\nc\n\n"
-                                           "Unknown error or status code\n(status: -2)") + kParentSuffix);
-    EXPECT_EQ(g_asked[1].text, std::string("In function f(): [file , line 0]\n\n\n"
-                                           "Unknown error or status code\n(status: 3)") + kParentSuffix);
-}
-
 TEST_F(GuiBoxReport, SilentModeNeitherAsksNorWrites) {
-    const std::string err = ozl::test::captureStderr([&] {
-        EXPECT_EQ(report(OZL_ErrModeSilent, kAnswerYes, -5, "f", "c", "m", 1), -5);
-    });
+    EXPECT_EQ(ozl::test::captureStderr([&] { EXPECT_EQ(report(OZL_ErrModeSilent, kAnswerYes, -5, "f", "c", "m", 1), -5); }),
+              "");
     EXPECT_TRUE(g_asked.empty());
-    EXPECT_EQ(err, "");
-}
-
-TEST_F(GuiBoxReport, OtherModesReportWithoutQuestionAndNeverTerminate) {
-    for (int mode : {3, -1, 100}) {
-        for (int answer : {kAnswerYes, kAnswerCancel}) {
-            g_asked.clear();
-            EXPECT_EQ(report(mode, answer, -6, "f", "c", "m", 2), -6);
-            ASSERT_EQ(g_asked.size(), 1u);
-            EXPECT_EQ(g_asked[0].text, "In function f(): [file m, line 2]\nc\n\nUnsupported function\n(status: -6)");
-            EXPECT_EQ(g_asked[0].flags, 0x2010u);
-        }
-    }
-}
-
-TEST_F(GuiBoxReport, LongNamesAreNotCut) {
-    const std::string func(300, 'f'), file(300, 'm'), context(150, 'c');
-    report(OZL_ErrModeParent, kAnswerOk, -4, func.c_str(), context.c_str(), file.c_str(), 123456);
-    ASSERT_EQ(g_asked.size(), 1u);
-    EXPECT_EQ(g_asked[0].text, "In function " + func + "(): [file " + file + ", line 123456]\n" + context +
-                                   "\n\nOut of memory\n(status: -4)" + kParentSuffix);
 }
 
 TEST_F(GuiBoxReport, IsTheDefaultReportOfANewThread) {
@@ -146,79 +124,56 @@ TEST_F(GuiBoxReport, IsTheDefaultReportOfANewThread) {
     });
     t.join();
     ASSERT_EQ(g_asked.size(), 1u);
-    EXPECT_EQ(g_asked[0].text, std::string("In function ozlSet(): [file ozlset, line 8]\nsize\n\n"
-                                           "Incorrect image size\n(status: -10)") + kParentSuffix);
+    EXPECT_EQ(g_asked[0].text, "In function ozlSet(): [file ozlset, line 8]\nsize\n\nIncorrect image size\n(status: -10)" +
+                                   kParentSuffix);
 }
 
-const char* const kExitRecord = "<2040|Win32: Application exit|OZL Library: terminating the application>";
+const std::string kExitRecord = "<2040|Win32: Application exit|OZL Library: terminating the application>";
+
+// The terminating answers: the question, then the information box, then exit 1.
+void answerTerminating(bool leaf) {
+    setUserPrompt(printingPrompt);
+    ozlSetErrMode(leaf ? OZL_ErrModeLeaf : OZL_ErrModeParent);
+    g_answer = leaf ? kAnswerYes : kAnswerCancel;
+    if (leaf)
+        ozlError(OZL_StsAutoTrace, "f", "c", "m", 1);
+    else
+        ozlGuiBoxReport(-5, "f", "c", "m", 1);
+}
 
 #if !defined(_WIN32)
 
-using ozl::test::ChildOutcome;
-using ozl::test::runInChild;
-
 void atExitMarker() { std::fputs("[exit handlers ran]", stderr); }
 
-TEST_F(GuiBoxReport, CancelInParentModeTerminatesAfterInformationBox) {
-    const ChildOutcome out = runInChild([] {
+TEST_F(GuiBoxReport, TerminatingAnswersExitAfterInformationBox) {
+    ozl::test::ChildOutcome out = ozl::test::runInChild([] {
         std::atexit(atExitMarker);
-        setUserPrompt(printingPrompt);
-        ozlSetErrMode(OZL_ErrModeParent);
-        g_answer = kAnswerCancel;
-        ozlGuiBoxReport(-5, "f", "c", "m", 1);
+        answerTerminating(false);
         return 3;
     });
-    EXPECT_TRUE(out.exited);
     EXPECT_EQ(out.exitCode, 1);
-    EXPECT_EQ(out.err, std::string("<2011|OZL 2.1|In function f(): [file m, line 1]\nc\n\nBad argument\n(status: -5)") +
+    EXPECT_EQ(out.err, "<2011|OZL 2.1|In function f(): [file m, line 1]\nc\n\nBad argument\n(status: -5)" +
                            kParentSuffix + ">" + kExitRecord + "[exit handlers ran]");
-}
-
-TEST_F(GuiBoxReport, YesInLeafModeTerminatesAfterInformationBox) {
-    const ChildOutcome out = runInChild([] {
-        setUserPrompt(printingPrompt);
-        ozlSetErrMode(OZL_ErrModeLeaf);
-        g_answer = kAnswerYes;
-        ozlError(OZL_StsAutoTrace, "f", "c", "m", 1);
-        return 3;
-    });
-    EXPECT_TRUE(out.exited);
+    out = ozl::test::runInChild([] { answerTerminating(true); return 3; });
     EXPECT_EQ(out.exitCode, 1);
-    EXPECT_EQ(out.err, std::string("<2014|OZL 2.1|Called from f(): [file m, line 1]\nc\n\nAutotrace call\n(status: -8)") +
+    EXPECT_EQ(out.err, "<2014|OZL 2.1|Called from f(): [file m, line 1]\nc\n\nAutotrace call\n(status: -8)" +
                            kLeafSuffix + ">" + kExitRecord);
 }
 
 #else  // _WIN32: the child process is a death test.
 
-TEST_F(GuiBoxReport, CancelInParentModeTerminatesAfterInformationBox) {
-    EXPECT_EXIT(
-        {
-            setUserPrompt(printingPrompt);
-            ozlSetErrMode(OZL_ErrModeParent);
-            g_answer = kAnswerCancel;
-            ozlGuiBoxReport(-5, "f", "c", "m", 1);
-        },
-        ::testing::ExitedWithCode(1), "Continue\\?>.2040\\|Win32: Application exit\\|OZL Library: terminating the application>$");
-}
-
-TEST_F(GuiBoxReport, YesInLeafModeTerminatesAfterInformationBox) {
-    EXPECT_EXIT(
-        {
-            setUserPrompt(printingPrompt);
-            ozlSetErrMode(OZL_ErrModeLeaf);
-            g_answer = kAnswerYes;
-            ozlError(OZL_StsAutoTrace, "f", "c", "m", 1);
-        },
-        ::testing::ExitedWithCode(1), "Terminate the application\\?>.2040\\|Win32: Application exit\\|OZL Library: terminating the application>$");
+TEST_F(GuiBoxReport, TerminatingAnswersExitAfterInformationBox) {
+    const char* const exitRecord = ">.2040\\|Win32: Application exit\\|OZL Library: terminating the application>$";
+    EXPECT_EXIT(answerTerminating(false), ::testing::ExitedWithCode(1), std::string("Continue\\?") + exitRecord);
+    EXPECT_EXIT(answerTerminating(true), ::testing::ExitedWithCode(1), std::string("Terminate the application\\?") + exitRecord);
 }
 
 #endif
 
-TEST(UserPrompt, SetReturnsPreviousAndNullRestoresPlatformPrompt) {
+TEST(UserPrompt, PlatformPromptIsTheDefaultAndNullRestoresIt) {
     const UserPrompt original = setUserPrompt(recordingPrompt);
     EXPECT_EQ(original, platformPrompt);
-    EXPECT_EQ(setUserPrompt(printingPrompt), recordingPrompt);
-    EXPECT_EQ(setUserPrompt(nullptr), printingPrompt);
+    setUserPrompt(nullptr);
     EXPECT_EQ(setUserPrompt(original), platformPrompt);
 }
 
