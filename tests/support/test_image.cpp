@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <random>
 
@@ -12,18 +13,14 @@ namespace {
 
 int bitsOf(unsigned depth) { return static_cast<int>(depth & ~OZL_DEPTH_SIGN); }
 
-// Index of the value among the row's values, and the row's start.
-size_t valueIndex(int nChannels, int dataOrder, int x, int channel) {
-    return dataOrder == OZL_DATA_ORDER_PLANE ? static_cast<size_t>(x)
-                                             : static_cast<size_t>(x) * nChannels + channel;
-}
-
-const char* rowStart(const char* data, int widthStep, int planeRows, int dataOrder, int y,
-                     int channel) {
-    const ptrdiff_t row = dataOrder == OZL_DATA_ORDER_PLANE
-                              ? static_cast<ptrdiff_t>(channel) * planeRows + y
-                              : y;
-    return data + row * widthStep;
+// Where value (x, y, channel) of a buffer laid out like an image header says
+// lives: the row's start and the value's index in it.
+char* locate(const char* data, int widthStep, int planeRows, int nChannels, int dataOrder,
+             int x, int y, int channel, size_t& index) {
+    const bool plane = dataOrder == OZL_DATA_ORDER_PLANE;
+    index = plane ? static_cast<size_t>(x) : static_cast<size_t>(x) * nChannels + channel;
+    const ptrdiff_t row = plane ? static_cast<ptrdiff_t>(channel) * planeRows + y : y;
+    return const_cast<char*>(data) + row * widthStep;
 }
 
 template <class T>
@@ -33,20 +30,12 @@ T load(const char* p) {
     return v;
 }
 
-template <class T>
-void save(char* p, T v) {
-    std::memcpy(p, &v, sizeof v);
-}
-
-}  // namespace
-
 double valueAt(const char* data, int widthStep, int planeRows, int nChannels, int dataOrder,
                unsigned depth, int x, int y, int channel) {
-    const char* row = rowStart(data, widthStep, planeRows, dataOrder, y, channel);
-    const size_t i = valueIndex(nChannels, dataOrder, x, channel);
+    size_t i;
+    const char* row = locate(data, widthStep, planeRows, nChannels, dataOrder, x, y, channel, i);
     switch (depth) {
-        case OZL_DEPTH_1U:
-            return (static_cast<unsigned char>(row[i >> 3]) >> (7 - (i & 7))) & 1;
+        case OZL_DEPTH_1U: return (static_cast<unsigned char>(row[i >> 3]) >> (7 - (i & 7))) & 1;
         case OZL_DEPTH_8U: return load<uint8_t>(row + i);
         case OZL_DEPTH_8S: return load<int8_t>(row + i);
         case OZL_DEPTH_16U: return load<uint16_t>(row + 2 * i);
@@ -58,9 +47,10 @@ double valueAt(const char* data, int widthStep, int planeRows, int nChannels, in
 
 void storeValue(char* data, int widthStep, int planeRows, int nChannels, int dataOrder,
                 unsigned depth, int x, int y, int channel, double v) {
-    char* row = const_cast<char*>(rowStart(data, widthStep, planeRows, dataOrder, y, channel));
-    const size_t i = valueIndex(nChannels, dataOrder, x, channel);
+    size_t i;
+    char* row = locate(data, widthStep, planeRows, nChannels, dataOrder, x, y, channel, i);
     const auto n = static_cast<int64_t>(v);
+    const auto f = static_cast<float>(v);
     switch (depth) {
         case OZL_DEPTH_1U: {
             const auto bit = static_cast<unsigned char>(0x80u >> (i & 7));
@@ -68,12 +58,20 @@ void storeValue(char* data, int widthStep, int planeRows, int nChannels, int dat
             byte = static_cast<unsigned char>(n & 1 ? byte | bit : byte & ~bit);
             break;
         }
-        case OZL_DEPTH_8U: case OZL_DEPTH_8S: save(row + i, static_cast<uint8_t>(n)); break;
-        case OZL_DEPTH_16U: case OZL_DEPTH_16S: save(row + 2 * i, static_cast<uint16_t>(n)); break;
-        case OZL_DEPTH_32S: save(row + 4 * i, static_cast<uint32_t>(n)); break;
-        default: save(row + 4 * i, static_cast<float>(v)); break;
+        case OZL_DEPTH_32F: std::memcpy(row + 4 * i, &f, 4); break;
+        default: {  // the low bytes of the two's complement form (little-endian)
+            const size_t size = static_cast<size_t>(bitsOf(depth) / 8);
+            std::memcpy(row + size * i, &n, size);
+        }
     }
 }
+
+double valueOf(const OzlImage* im, int x, int y, int c) {
+    return valueAt(im->imageData, im->widthStep, im->height, im->nChannels, im->dataOrder,
+                   im->depth, x, y, c);
+}
+
+}  // namespace
 
 // ---------------------------------------------------------------------------
 // TestImage
@@ -108,46 +106,26 @@ void TestImage::clearRoi() {
     image_->roi = nullptr;
 }
 
-double TestImage::at(int x, int y, int channel) const {
-    return valueAt(image_->imageData, image_->widthStep, image_->height, image_->nChannels,
-                   image_->dataOrder, image_->depth, x, y, channel);
-}
+double TestImage::at(int x, int y, int channel) const { return valueOf(image_, x, y, channel); }
 
 void TestImage::put(int x, int y, int channel, double v) {
     storeValue(image_->imageData, image_->widthStep, image_->height, image_->nChannels,
                image_->dataOrder, image_->depth, x, y, channel, v);
 }
 
-uint32_t TestImage::bitsAt(int x, int y, int channel) const {
-    // Read as stored: a float round trip through double could change a NaN.
-    const char* row = rowStart(image_->imageData, image_->widthStep, image_->height,
-                               image_->dataOrder, y, channel);
-    return load<uint32_t>(row + 4 * valueIndex(image_->nChannels, image_->dataOrder, x, channel));
-}
-
-void TestImage::fillRandom(uint32_t seed) {
-    if (image_->depth == OZL_DEPTH_32F) {
-        fillRandom(seed, -1000.0, 1000.0);
-        return;
-    }
-    std::mt19937 rng(seed);
-    for (int32_t i = 0; i < image_->imageSize; ++i)
-        image_->imageData[i] = static_cast<char>(rng() & 0xFF);
-}
-
 void TestImage::fillRandom(uint32_t seed, double lo, double hi) {
     std::mt19937 rng(seed);
     for (int32_t i = 0; i < image_->imageSize; ++i)
         image_->imageData[i] = static_cast<char>(rng() & 0xFF);
-    std::uniform_real_distribution<double> real(lo, hi);
-    std::uniform_int_distribution<int64_t> integer(static_cast<int64_t>(lo),
-                                                   static_cast<int64_t>(hi));
+    const bool real = image_->depth == OZL_DEPTH_32F;
+    if (real && lo >= hi) lo = -1000, hi = 1000;
+    if (lo >= hi) return;
+    std::uniform_real_distribution<double> reals(lo, hi);
+    std::uniform_int_distribution<int64_t> ints(static_cast<int64_t>(lo), static_cast<int64_t>(hi));
     for (int y = 0; y < image_->height; ++y)
         for (int x = 0; x < image_->width; ++x)
             for (int c = 0; c < image_->nChannels; ++c)
-                put(x, y, c,
-                    image_->depth == OZL_DEPTH_32F ? static_cast<float>(real(rng))
-                                                   : static_cast<double>(integer(rng)));
+                put(x, y, c, real ? static_cast<float>(reals(rng)) : static_cast<double>(ints(rng)));
 }
 
 void TestImage::fill(double v) {
@@ -166,6 +144,111 @@ TestImage TestImage::clone() const {
                    image_->dataOrder, image_->alphaChannel != 0, image_->align);
     std::memcpy(copy->imageData, image_->imageData, static_cast<size_t>(image_->imageSize));
     return copy;
+}
+
+// ---------------------------------------------------------------------------
+// Reference values and checks
+
+double reference(Ref op, unsigned depth, double a, double b) {
+    if (depth == OZL_DEPTH_32F) {
+        const float fa = static_cast<float>(a), fb = static_cast<float>(b);
+        return op == Ref::Add ? fa + fb : op == Ref::Sub ? fa - fb : fa * fb;
+    }
+    const int bits = bitsOf(depth);
+    const bool sign = (depth & OZL_DEPTH_SIGN) != 0;
+    const double lo = sign ? -std::ldexp(1.0, bits - 1) : 0;
+    const double hi = sign ? std::ldexp(1.0, bits - 1) - 1 : std::ldexp(1.0, bits) - 1;
+    const uint64_t mask = (uint64_t{1} << bits) - 1;
+    auto toBits = [&](double v) { return static_cast<uint64_t>(static_cast<int64_t>(v)) & mask; };
+    auto fromBits = [&](uint64_t u) {
+        u &= mask;
+        return sign && (u >> (bits - 1)) ? static_cast<double>(static_cast<int64_t>(u) - (int64_t{1} << bits))
+                                         : static_cast<double>(u);
+    };
+    switch (op) {
+        case Ref::Add: return std::clamp(a + b, lo, hi);
+        case Ref::Sub: return std::clamp(a - b, lo, hi);
+        case Ref::Mul: return std::clamp(std::trunc(a * b), lo, hi);
+        case Ref::MulScale: {  // the product scaled by the maximum, rounded
+            const uint32_t p = static_cast<uint32_t>(a) * static_cast<uint32_t>(b);
+            return (p + (p >> bits) + 1) >> bits;
+        }
+        case Ref::And: return fromBits(toBits(a) & toBits(b));
+        case Ref::Or: return fromBits(toBits(a) | toBits(b));
+        case Ref::Xor: return fromBits(toBits(a) ^ toBits(b));
+        case Ref::AndNot: return fromBits(toBits(a) & ~toBits(b));
+        case Ref::LShift: return b >= bits ? 0 : fromBits(toBits(a) << static_cast<int>(b));
+        default:  // floor division: arithmetic for signed values; past the width, the sign
+            if (b >= bits) return sign ? std::floor(a / std::ldexp(1.0, bits - 1)) : 0;
+            return std::floor(a / std::ldexp(1.0, static_cast<int>(b)));
+    }
+}
+
+namespace {
+
+struct Region {
+    int x = 0, y = 0, width = 0, height = 0;
+};
+
+Region regionOf(const OzlImage* im) {
+    if (!im->roi) return {0, 0, im->width, im->height};
+    const OzlROI& r = *im->roi;
+    return {r.xOffset, r.yOffset, std::max(0, std::min(r.width, im->width - r.xOffset)),
+            std::max(0, std::min(r.height, im->height - r.yOffset))};
+}
+
+int coiOf(const OzlImage* im) { return im->roi ? im->roi->coi : 0; }
+
+}  // namespace
+
+void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImage* a,
+                     const OzlImage* b, const ValueFn& f, const SelectFn& selected,
+                     int maskWidth, int maskHeight) {
+    const Region rd = regionOf(dst);
+    const Region ra = a ? regionOf(a) : rd;
+    const Region rb = b ? regionOf(b) : rd;
+    const int w = std::min({rd.width, ra.width, rb.width, maskWidth});
+    const int h = std::min({rd.height, ra.height, rb.height, maskHeight});
+    const int nCh = coiOf(dst) > 0 ? 1 : dst->nChannels - (dst->alphaChannel ? 1 : 0);
+    auto channelIn = [](const OzlImage* im, int k) { return coiOf(im) > 0 ? coiOf(im) - 1 : k; };
+
+    int failures = 0;
+    for (int y = 0; y < dst->height; ++y)
+        for (int x = 0; x < dst->width; ++x)
+            for (int c = 0; c < dst->nChannels; ++c) {
+                const int rx = x - rd.x, ry = y - rd.y;
+                const int k = coiOf(dst) > 0 ? (c == coiOf(dst) - 1 ? 0 : nCh) : c;
+                double expected = before.at(x, y, c);
+                if (rx >= 0 && ry >= 0 && rx < w && ry < h && k < nCh &&
+                    (!selected || selected(rx, ry))) {
+                    const double va = a ? valueOf(a, ra.x + rx, ra.y + ry, channelIn(a, k)) : 0;
+                    const double vb = b ? valueOf(b, rb.x + rx, rb.y + ry, channelIn(b, k)) : 0;
+                    expected = f(va, vb);
+                }
+                const double actual = valueOf(dst, x, y, c);
+                const bool same = actual == expected || (actual != actual && expected != expected);
+                if (!same && ++failures <= 5)
+                    ADD_FAILURE() << "at (" << x << ", " << y << ") channel " << c << ": "
+                                  << actual << ", expected " << expected;
+            }
+    EXPECT_EQ(failures, 0);
+}
+
+void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImage* a,
+                     const OzlImage* b, Ref op, double constant) {
+    expectPixelwise(before, dst, a, b, [&](double va, double vb) {
+        return reference(op, dst->depth, va, b ? vb : constant);
+    });
+}
+
+void expectRefused(ErrorCapture& errors, const TestImage& dst, const std::vector<uint8_t>& before,
+                   ErrorReport expected) {
+    ASSERT_EQ(errors.count(), 1u) << expected;
+    if (expected.line == 0) expected.line = errors.last().line;
+    EXPECT_EQ(errors.last(), expected);
+    EXPECT_EQ(ozlGetErrStatus(), expected.status);
+    EXPECT_EQ(dst.bytes(), before) << expected;
+    errors.clear();
 }
 
 // ---------------------------------------------------------------------------
@@ -202,22 +285,19 @@ void TiledImage::setRoi(int coi, int xOffset, int yOffset, int width, int height
 
 // Copies the part of tile (xIndex, yIndex) that lies inside the image.
 void TiledImage::copyTile(int xIndex, int yIndex, bool toTile) {
-    std::vector<char>& buffer = buffers_[{xIndex, yIndex}];
+    char* buffer = buffers_[{xIndex, yIndex}].data();
     const OzlImage* im = pixels_.get();
-    const int tw = tile_->width;
-    const int th = tile_->height;
+    const int tw = tile_->width, th = tile_->height;
     for (int c = 0; c < im->nChannels; ++c)
         for (int ty = 0; ty < th && yIndex * th + ty < im->height; ++ty)
             for (int tx = 0; tx < tw && xIndex * tw + tx < im->width; ++tx) {
-                const int x = xIndex * tw + tx;
-                const int y = yIndex * th + ty;
+                const int x = xIndex * tw + tx, y = yIndex * th + ty;
                 if (toTile)
-                    storeValue(buffer.data(), tileStep_, th, im->nChannels, im->dataOrder,
-                               im->depth, tx, ty, c, pixels_.at(x, y, c));
+                    storeValue(buffer, tileStep_, th, im->nChannels, im->dataOrder, im->depth, tx,
+                               ty, c, pixels_.at(x, y, c));
                 else
-                    pixels_.put(x, y, c,
-                                valueAt(buffer.data(), tileStep_, th, im->nChannels,
-                                        im->dataOrder, im->depth, tx, ty, c));
+                    pixels_.put(x, y, c, valueAt(buffer, tileStep_, th, im->nChannels,
+                                                 im->dataOrder, im->depth, tx, ty, c));
             }
 }
 
@@ -246,66 +326,6 @@ void OZL_CALL TiledImage::serve(const OzlImage* image, int xIndex, int yIndex, i
     self->copyTile(xIndex, yIndex, true);
     self->writing_[key] = mode == OZL_GET_TILE_TO_WRITE;
     tile->tileData = buffer.data();
-}
-
-}  // namespace ozl::test
-
-namespace ozl::test {
-
-namespace {
-
-struct Region {
-    int x = 0, y = 0, width = 0, height = 0;
-};
-
-Region regionOf(const OzlImage* im) {
-    if (!im->roi) return {0, 0, im->width, im->height};
-    const OzlROI& r = *im->roi;
-    return {r.xOffset, r.yOffset, std::max(0, std::min(r.width, im->width - r.xOffset)),
-            std::max(0, std::min(r.height, im->height - r.yOffset))};
-}
-
-int coiOf(const OzlImage* im) { return im->roi ? im->roi->coi : 0; }
-
-double value(const OzlImage* im, int x, int y, int c) {
-    return valueAt(im->imageData, im->widthStep, im->height, im->nChannels, im->dataOrder,
-                   im->depth, x, y, c);
-}
-
-}  // namespace
-
-void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImage* a,
-                     const OzlImage* b, const ValueFn& f, const SelectFn& selected,
-                     int maskWidth, int maskHeight) {
-    const Region rd = regionOf(dst);
-    const Region ra = a ? regionOf(a) : rd;
-    const Region rb = b ? regionOf(b) : rd;
-    const int w = std::min({rd.width, ra.width, rb.width, maskWidth});
-    const int h = std::min({rd.height, ra.height, rb.height, maskHeight});
-    const int nCh = coiOf(dst) > 0 ? 1 : dst->nChannels - (dst->alphaChannel ? 1 : 0);
-    auto channelIn = [](const OzlImage* im, int k) { return coiOf(im) > 0 ? coiOf(im) - 1 : k; };
-
-    int failures = 0;
-    for (int y = 0; y < dst->height; ++y)
-        for (int x = 0; x < dst->width; ++x)
-            for (int c = 0; c < dst->nChannels; ++c) {
-                const int rx = x - rd.x;
-                const int ry = y - rd.y;
-                const int k = coiOf(dst) > 0 ? (c == coiOf(dst) - 1 ? 0 : nCh) : c;
-                double expected = before.at(x, y, c);
-                if (rx >= 0 && ry >= 0 && rx < w && ry < h && k < nCh &&
-                    (!selected || selected(rx, ry))) {
-                    const double va = a ? value(a, ra.x + rx, ra.y + ry, channelIn(a, k)) : 0;
-                    const double vb = b ? value(b, rb.x + rx, rb.y + ry, channelIn(b, k)) : 0;
-                    expected = f(va, vb);
-                }
-                const double actual = value(dst, x, y, c);
-                const bool same = actual == expected || (actual != actual && expected != expected);
-                if (!same && ++failures <= 5)
-                    ADD_FAILURE() << "at (" << x << ", " << y << ") channel " << c << ": "
-                                  << actual << ", expected " << expected;
-            }
-    EXPECT_EQ(failures, 0);
 }
 
 }  // namespace ozl::test

@@ -4,7 +4,6 @@
 //   a.fillRandom(7);                  // every byte, padding included
 //   a.setRoi(2, 1, 1, 30, 4);         // coi, xOffset, yOffset, width, height
 //   double v = a.at(x, y, channel);   // any depth, either data order, 1U MSB first
-//   std::vector<uint8_t> before = a.bytes();
 //
 //   TiledImage t(OZL_DEPTH_8U, 24, 16, 1, OZL_DATA_ORDER_PIXEL, 8, 8);
 //   t.pixels().fillRandom(1);         // what the tiles show
@@ -19,12 +18,12 @@
 #include <vector>
 
 #include "ozl.h"
+#include "support/error_capture.hpp"
 
 namespace ozl::test {
 
-// An image with its own header and pixel data (ozlAllocateImage or, for 32F,
-// ozlAllocateImageFP), released with its ROI when the object goes. A mask
-// attached with setMask stays its owner's.
+// An image with its own header and pixel data, released with its ROI when the
+// object goes. A mask attached with setMask stays its owner's.
 class TestImage {
 public:
     TestImage(unsigned depth, int width, int height, int nChannels = 1,
@@ -46,22 +45,17 @@ public:
     void clearRoi();
     void setMask(const TestImage* mask) { image_->maskROI = mask ? mask->get() : nullptr; }
 
-    // One value at column x, row y (memory order), 0-based channel. Integers
-    // exactly, 1U as 0 or 1, 32F as the stored float.
+    // One value at column x, row y, 0-based channel: integers exactly, 1U as 0
+    // or 1, 32F as the stored float. put stores without clamping.
     double at(int x, int y, int channel = 0) const;
-    // Stores v converted to the depth's type (no clamping: the caller's values fit).
     void put(int x, int y, int channel, double v);
-    // The stored bits of a 32F value (for results such as NaN).
-    uint32_t bitsAt(int x, int y, int channel = 0) const;
 
-    // Random bytes everywhere, padding included; 32F values then set to
-    // random numbers in [-1000, 1000] with fractions.
-    void fillRandom(uint32_t seed);
-    // Random bytes everywhere, then every value uniformly in [lo, hi].
-    void fillRandom(uint32_t seed, double lo, double hi);
+    // Random bytes everywhere, padding included; with lo < hi (always for 32F,
+    // default [-1000, 1000]) every value then uniformly in [lo, hi].
+    void fillRandom(uint32_t seed, double lo = 0, double hi = 0);
     void fill(double v);
 
-    // The raw pixel buffer (imageSize bytes), to show that nothing was written.
+    // The raw pixel buffer, to show that nothing was written.
     std::vector<uint8_t> bytes() const;
     // The same geometry and bytes, without ROI or mask.
     TestImage clone() const;
@@ -70,29 +64,34 @@ private:
     OzlImage* image_;
 };
 
-// A value of a buffer laid out like an image header says (shared with the tile helper).
-double valueAt(const char* data, int widthStep, int planeRows, int nChannels, int dataOrder,
-               unsigned depth, int x, int y, int channel);
-void storeValue(char* data, int widthStep, int planeRows, int nChannels, int dataOrder,
-                unsigned depth, int x, int y, int channel, double v);
+// What one value becomes: b is the second value, the constant or the shift
+// count. Integer results saturate (Add, Sub, Mul) or keep the stored bits.
+enum class Ref { Add, Sub, Mul, MulScale, And, Or, Xor, AndNot, LShift, RShift };
+double reference(Ref op, unsigned depth, double a, double b);
 
 // Checks `dst` after a pixel-wise operation. The processed rectangle is the
-// smallest clipped region among dst, a, b (and `maskRegion`, when given as
-// width x height), each anchored at its own ROI offsets; the processed channels
-// are dst's effective ones (a COI selects one channel of its image). There each
-// value must be f(a, b) where `selected(x, y)` (region coordinates) holds, and
-// everywhere else dst must hold what `before` holds.
+// smallest clipped region among dst, a, b (and the mask's width x height), each
+// anchored at its own ROI offsets; the processed channels are dst's effective
+// ones (a COI selects one channel of its image). There each value must be
+// f(a, b) where `selected(x, y)` (region coordinates) holds; everywhere else
+// dst must hold what `before` holds.
 using ValueFn = std::function<double(double a, double b)>;
 using SelectFn = std::function<bool(int x, int y)>;
 void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImage* a,
                      const OzlImage* b, const ValueFn& f, const SelectFn& selected = nullptr,
                      int maskWidth = 1 << 30, int maskHeight = 1 << 30);
+// The same with f = reference(op, dst's depth, a, b).
+void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImage* a,
+                     const OzlImage* b, Ref op, double constant = 0);
+
+// Exactly one report `expected` (its line too unless 0), the stored status set
+// to it, and `dst` still holding `before`; clears the capture.
+void expectRefused(ErrorCapture& errors, const TestImage& dst, const std::vector<uint8_t>& before,
+                   ErrorReport expected);
 
 struct TileCall {
     int image;  // tag of the TiledImage
-    int x;
-    int y;
-    int mode;
+    int x, y, mode;
     bool operator==(const TileCall& o) const {
         return image == o.image && x == o.x && y == o.y && mode == o.mode;
     }
@@ -100,10 +99,9 @@ struct TileCall {
 std::ostream& operator<<(std::ostream& os, const TileCall& call);
 
 // A tiled image whose callback serves tiles out of an untiled backing image
-// (pixels()). A fetch (mode 1 or 2) copies the tile from the backing image into
-// a buffer of the tile's layout and sets tileData; a release (mode 4) copies a
-// tile fetched for writing back and clears tileData. Every call is recorded,
-// also in `log` when one is given, so the order across images can be checked.
+// (pixels()): a fetch copies the tile into a buffer of the tile's layout, a
+// release of a tile fetched for writing copies it back. Every call is recorded,
+// also in `log` when given, so that the order across images can be checked.
 class TiledImage {
 public:
     TiledImage(unsigned depth, int width, int height, int nChannels, int dataOrder,
