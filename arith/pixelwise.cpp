@@ -45,7 +45,6 @@ void scatter(char* dst, ptrdiff_t stride, const void* src, size_t nPix, int nCh,
 }
 
 struct RowContext {
-    const KernelTable* table;
     RunFn run;
     BlendFn blend;
     size_t size;
@@ -144,7 +143,6 @@ void processUntiled(const PixelOperands& o, const OzlImage* mask, const PixelKer
     const bool bits = o.d->depth == OZL_DEPTH_1U;
     const Elem elem = bits ? Elem::U8 : k.elem;
     RowContext rc;
-    rc.table = &table;
     rc.run = table.run[static_cast<int>(k.op)][static_cast<int>(elem)];
     rc.size = elemSize(elem);
     rc.blend = table.blend[blendIndex(rc.size)];

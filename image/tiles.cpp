@@ -45,13 +45,14 @@ void makeTileStandIn(const OzlImage* image, int xInTile, int yInTile, int w, int
         imageSizeFor(image->dataOrder, image->nChannels, tile->height, header->widthStep);
 }
 
-}  // namespace
-
+// Stand-in for the part of an untiled image at (x, y) of its region, size w x h.
 void makeStandIn(const OzlImage* image, int x, int y, int w, int h, OzlImage* header,
                  OzlROI* roi) {
     const Origin o = regionOrigin(image);
     attachRoi(image, header, roi, o.x + x, o.y + y, w, h);
 }
+
+}  // namespace
 
 int walkTiles(const TileOperand* operands, int count, const OzlImage* mask, int width, int height,
               PieceFn onPiece, void* context) {

@@ -51,10 +51,4 @@ int walkTiles(const TileOperand* operands, int count, const OzlImage* mask, int 
 
 inline bool isTiled(const OzlImage* image) { return image && image->tileInfo; }
 
-// Stand-in for the part of an untiled image at (x, y) of its region, size w x h:
-// a header copy with `roi` attached. Used by operations that re-enter
-// themselves on a piece.
-void makeStandIn(const OzlImage* image, int x, int y, int w, int h, OzlImage* header,
-                 OzlROI* roi);
-
 }  // namespace ozl::image
