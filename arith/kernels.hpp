@@ -1,8 +1,9 @@
-// Row kernels of the pixel-wise operations: the scalar form of every operation
-// (also the reference the vector forms are tested against) and the table of
-// run kernels per instruction-set level.
+// Run kernels of the arithmetic and logic family: the scalar form of every
+// operation (also the reference the vector forms are tested against) and the
+// table of run kernels per instruction-set level.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -11,75 +12,68 @@
 #include <utility>
 
 #include "frame/cpu.hpp"
+#include "image/depth.hpp"
 
 namespace ozl::arith {
+
+using image::Elem;
+using image::ElemOf;
+using image::kElemCount;
 
 enum class Op : uint8_t {
     Add, Sub, Mul, MulScale,   // two images, saturating
     And, Or, Xor, AndNot,      // two images, bitwise (AndNot: a & ~b, the 1-bit subtract)
-    AndS, OrS, XorS,           // image and constant
+    AndS, OrS, XorS,           // image and constant, bitwise
     LShift, RShift,            // image and shift count
-    Set,                       // constant only
+    AddC, SubC, RevSubC,       // a + c, a - c, c - a, saturating
+    MulC, MulScaleC,           // a * c saturating; a * c / max rounded
+    Abs, Square,               // one image
     Count
 };
-
-// Value type of a kernel. Bitwise operations use the unsigned type of the width.
-enum class Elem : uint8_t { U8, S8, U16, S16, S32, F32, Count };
-
 constexpr int kOpCount = static_cast<int>(Op::Count);
-constexpr int kElemCount = static_cast<int>(Elem::Count);
 
-// The constant of AndS/OrS/XorS/Set (already reduced to the element's bits) and
-// the shift count of LShift/RShift.
+// The constant of a call: `value` for integer images (already brought into the
+// range its kernels need), `real` for float images, `shift` for the shifts.
 struct OpArgs {
     int32_t value = 0;
     int32_t shift = 0;
+    float real = 0.0f;
 };
 
-// d[i] = op(a[i], b[i]) for two-image operations, op(a[i], args) for constant
-// operations and shifts, args.value for Set. Pointers may be unaligned (element
-// aligned); d may equal a or b.
-using RunFn = void (*)(const void* a, const void* b, void* d, size_t n, const OpArgs& args);
-
-// Writes nPix pixels of nCh values from src (contiguous) into d (contiguous)
-// where the pixel's mask bit is set. Mask bits are most significant first,
-// starting at bit maskBit of mask[0].
-using BlendFn = void (*)(void* d, const void* src, size_t nPix, int nCh, const uint8_t* mask,
-                         int maskBit);
+// d[i] = op(a[i], b[i]) for two-image operations, op(a[i], args) for the
+// others. Pointers may be unaligned (element aligned); d may equal a or b.
+using RunFn = void (*)(const void* a, const void* b, void* d, size_t n, const void* args);
 
 struct KernelTable {
     RunFn run[kOpCount][kElemCount] = {};
-    BlendFn blend[3] = {};  // by element size: 1, 2, 4 bytes
 };
 
-// Tables per level; entries a level has no vector form for come from the
-// scalar table.
-const KernelTable& refTable();
-const KernelTable& sse2Table();
-const KernelTable& avx2Table();
-const KernelTable& tableFor(cpu::Level level);
-inline const KernelTable& activeTable() { return tableFor(cpu::active()); }
+const KernelTable& kernelTable(cpu::Level level);
+inline const KernelTable& activeTable() { return kernelTable(cpu::active()); }
 
-inline int blendIndex(size_t elemSize) { return elemSize == 1 ? 0 : elemSize == 2 ? 1 : 2; }
+// Which value types each operation has kernels for. Bitwise operations use the
+// unsigned type of the width (and int32 for 32 bits).
+constexpr bool hasKernel(Op op, Elem e) {
+    const bool bitwiseType = e == Elem::U8 || e == Elem::U16 || e == Elem::S32;
+    switch (op) {
+        case Op::Add: case Op::Sub: case Op::Mul: return true;
+        case Op::MulScale: case Op::MulScaleC: return e == Elem::U8 || e == Elem::U16;
+        case Op::And: case Op::Or: case Op::Xor: case Op::AndNot:
+        case Op::AndS: case Op::OrS: case Op::XorS: case Op::LShift:
+            return bitwiseType;
+        case Op::RShift: return e != Elem::F32;
+        case Op::AddC: case Op::SubC: case Op::RevSubC: case Op::MulC: case Op::Square:
+            return true;
+        case Op::Abs: return e == Elem::S8 || e == Elem::S16 || e == Elem::S32 || e == Elem::F32;
+        default: return false;
+    }
+}
 
 // ---------------------------------------------------------------------------
 // Scalar forms. `static` so that every instruction-set file keeps its own copy
 // compiled for its own target.
 
-template <class T> struct ElemOf;
-template <> struct ElemOf<uint8_t> { static constexpr Elem value = Elem::U8; };
-template <> struct ElemOf<int8_t> { static constexpr Elem value = Elem::S8; };
-template <> struct ElemOf<uint16_t> { static constexpr Elem value = Elem::U16; };
-template <> struct ElemOf<int16_t> { static constexpr Elem value = Elem::S16; };
-template <> struct ElemOf<int32_t> { static constexpr Elem value = Elem::S32; };
-template <> struct ElemOf<float> { static constexpr Elem value = Elem::F32; };
-
-template <class T>
-static inline T saturate(int64_t v) {
-    constexpr int64_t lo = std::numeric_limits<T>::min();
-    constexpr int64_t hi = std::numeric_limits<T>::max();
-    return static_cast<T>(v < lo ? lo : v > hi ? hi : v);
-}
+using image::saturate;
 
 // 32S product: formed in double precision, clamped, truncated toward zero.
 static inline int32_t mulSat32(int32_t a, int32_t b) {
@@ -89,15 +83,32 @@ static inline int32_t mulSat32(int32_t a, int32_t b) {
     return static_cast<int32_t>(p);
 }
 
+// Rounded quotient by the depth's maximum: (p + (p >> bits) + 1) >> bits.
+template <class T>
+static inline T mulScale(uint32_t a, uint32_t b) {
+    constexpr int bits = sizeof(T) * 8;
+    const uint32_t p = a * b;
+    return static_cast<T>((p + (p >> bits) + 1) >> bits);
+}
+
+// Absolute value of a float: the sign bit cleared, so that the vector form
+// (a bitwise AND) matches it for every input, NaN included.
+static inline float absBits(float a) {
+    uint32_t u;
+    std::memcpy(&u, &a, sizeof u);
+    u &= 0x7FFFFFFFu;
+    std::memcpy(&a, &u, sizeof u);
+    return a;
+}
+
 template <Op op, class T>
 static inline T scalarOp(T a, T b, const OpArgs& args) {
+    constexpr bool isFloat = std::is_same_v<T, float>;
     if constexpr (op == Op::Add || op == Op::Sub || op == Op::Mul) {
-        if constexpr (std::is_same_v<T, float>) {
+        if constexpr (isFloat) {
             return op == Op::Add ? a + b : op == Op::Sub ? a - b : a * b;
-        } else if constexpr (std::is_same_v<T, int32_t>) {
-            if constexpr (op == Op::Mul) return mulSat32(a, b);
-            const int64_t r = op == Op::Add ? int64_t{a} + b : int64_t{a} - b;
-            return saturate<int32_t>(r);
+        } else if constexpr (op == Op::Mul && std::is_same_v<T, int32_t>) {
+            return mulSat32(a, b);
         } else {
             const int64_t r = op == Op::Add ? int64_t{a} + b
                               : op == Op::Sub ? int64_t{a} - b
@@ -105,10 +116,12 @@ static inline T scalarOp(T a, T b, const OpArgs& args) {
             return saturate<T>(r);
         }
     } else if constexpr (op == Op::MulScale) {
-        // Rounded quotient by the depth's maximum: (p + (p >> bits) + 1) >> bits.
-        constexpr int bits = sizeof(T) * 8;
-        const uint32_t p = static_cast<uint32_t>(a) * static_cast<uint32_t>(b);
-        return static_cast<T>((p + (p >> bits) + 1) >> bits);
+        return mulScale<T>(a, b);
+    } else if constexpr (op == Op::MulScaleC) {
+        // Constants beyond the depth's range are taken at its limits.
+        constexpr int32_t max = std::numeric_limits<T>::max();
+        const int32_t c = args.value < 0 ? 0 : args.value > max ? max : args.value;
+        return mulScale<T>(a, static_cast<uint32_t>(c));
     } else if constexpr (op == Op::And) {
         return static_cast<T>(a & b);
     } else if constexpr (op == Op::Or) {
@@ -129,11 +142,24 @@ static inline T scalarOp(T a, T b, const OpArgs& args) {
     } else if constexpr (op == Op::RShift) {
         // Signed types shift arithmetically, unsigned logically.
         return static_cast<T>(a >> args.shift);
+    } else if constexpr (op == Op::AddC || op == Op::SubC || op == Op::RevSubC) {
+        if constexpr (isFloat) {
+            const float c = args.real;
+            return op == Op::AddC ? a + c : op == Op::SubC ? a - c : c - a;
+        } else {
+            const int64_t c = args.value;
+            return saturate<T>(op == Op::AddC ? a + c : op == Op::SubC ? a - c : c - a);
+        }
+    } else if constexpr (op == Op::MulC) {
+        if constexpr (isFloat) return a * args.real;
+        else if constexpr (std::is_same_v<T, int32_t>) return mulSat32(a, args.value);
+        else return saturate<T>(int64_t{a} * args.value);
+    } else if constexpr (op == Op::Abs) {
+        if constexpr (isFloat) return absBits(a);
+        else return saturate<T>(a < 0 ? -int64_t{a} : int64_t{a});
     } else {
-        static_assert(op == Op::Set);
-        T v;
-        std::memcpy(&v, &args.value, sizeof(T));  // low bytes on little-endian
-        return v;
+        static_assert(op == Op::Square);
+        return scalarOp<Op::Mul, T>(a, a, args);
     }
 }
 
@@ -145,44 +171,17 @@ static inline void scalarRun(const T* a, const T* b, T* d, size_t n, const OpArg
         d[i] = scalarOp<op, T>(a ? a[i] : T{}, b ? b[i] : T{}, args);
 }
 
-// Reference blend: one pixel at a time.
-template <class T>
-static inline void scalarBlend(T* d, const T* src, size_t nPix, int nCh, const uint8_t* mask,
-                               int maskBit) {
-    for (size_t p = 0; p < nPix; ++p) {
-        const size_t bit = static_cast<size_t>(maskBit) + p;
-        if ((mask[bit >> 3] >> (7 - (bit & 7))) & 1)
-            for (int c = 0; c < nCh; ++c) d[p * nCh + c] = src[p * nCh + c];
-    }
+// Sources an operation reads: 2, or 1 (the image, with a constant or alone).
+constexpr int arity(Op op) {
+    return op <= Op::AndNot ? 2 : 1;
 }
-
-// Which element types each operation has kernels for.
-constexpr bool hasKernel(Op op, Elem e) {
-    switch (op) {
-        case Op::Add: case Op::Sub: case Op::Mul: return true;
-        case Op::MulScale: return e == Elem::U8 || e == Elem::U16;
-        case Op::And: case Op::Or: case Op::Xor: case Op::AndNot:
-        case Op::AndS: case Op::OrS: case Op::XorS:
-            return e == Elem::U8 || e == Elem::U16 || e == Elem::S32;
-        case Op::LShift: return e == Elem::U8 || e == Elem::U16 || e == Elem::S32;
-        case Op::RShift: return e != Elem::F32;
-        case Op::Set: return e == Elem::U8 || e == Elem::U16 || e == Elem::S32;
-        default: return false;
-    }
-}
-
-}  // namespace ozl::arith
-
-namespace ozl::arith {
 
 template <Op op, class F>
 inline void forEachKernelOfOp(F& f) {
-    auto perType = [&](auto tag) {
+    image::forEachValueType([&](auto tag) {
         using T = decltype(tag);
         if constexpr (hasKernel(op, ElemOf<T>::value)) f(std::integral_constant<Op, op>{}, tag);
-    };
-    perType(uint8_t{}); perType(int8_t{}); perType(uint16_t{});
-    perType(int16_t{}); perType(int32_t{}); perType(float{});
+    });
 }
 
 template <class F, size_t... I>
@@ -190,7 +189,7 @@ inline void forEachKernelImpl(F& f, std::index_sequence<I...>) {
     (forEachKernelOfOp<static_cast<Op>(I)>(f), ...);
 }
 
-// Calls f(std::integral_constant<Op, op>{}, T{}) for every operation and element
+// Calls f(std::integral_constant<Op, op>{}, T{}) for every operation and value
 // type that has a kernel; used to fill the tables.
 template <class F>
 inline void forEachKernel(F&& f) {

@@ -1,6 +1,7 @@
 #include "arith/operation.hpp"
 
-#include "arith/pixelwise.hpp"
+#include "core/pixelwise.hpp"
+#include "image/mask.hpp"
 #include "image/region.hpp"
 
 namespace ozl::arith {
@@ -58,36 +59,18 @@ OpArgs argsForDepth(OpArgs args, uint32_t depth) {
     return args;
 }
 
-// Whether the operation combines two images (else an image and a constant).
-// Decided by the operation, not by srcB, so that a NULL second source is
-// caught by the header check.
-bool takesTwoImages(Op op) {
-    switch (op) {
-        case Op::Add: case Op::Sub: case Op::Mul: case Op::MulScale:
-        case Op::And: case Op::Or: case Op::Xor: case Op::AndNot:
-            return true;
-        default:
-            return false;
-    }
+// The tile-fetch message of a driver operand index.
+const char* tileMessage(const Messages& msg, int operand) {
+    return operand == core::kDstOperand ? msg.tile[2] : msg.tile[operand];
 }
 
 }  // namespace
 
-bool fail(const Caller& caller, OzlStatus status, const char* message, int line) {
-    ozlError(status, caller.function, message, caller.module, line);
-    return false;
-}
-
-bool headersValid(const Caller& caller, std::initializer_list<const OzlImage*> images, int line) {
-    for (const OzlImage* image : images)
-        if (ozlCheckImageHeader(image) != OZL_StsOk)
-            return fail(caller, ozlGetErrStatus(), "Incorrect Image", line);
-    return true;
-}
-
 void runOperation(const Caller& caller, OzlImage* srcA, OzlImage* srcB, OzlImage* dst,
                   const OperationSpec& spec) {
-    const bool twoImages = takesTwoImages(spec.op);
+    // Decided by the operation, not by srcB, so that a NULL second source is
+    // caught by the header check.
+    const bool twoImages = arity(spec.op) == 2;
     const Messages& msg = twoImages ? kTwoImages : kOneImage;
     if (twoImages ? !headersValid(caller, {srcA, srcB, dst}, kLineHeader)
              : !headersValid(caller, {srcA, dst}, kLineHeader))
@@ -120,8 +103,8 @@ void runOperation(const Caller& caller, OzlImage* srcA, OzlImage* srcB, OzlImage
         return;
     }
 
-    const PixelOperands operands{srcA, srcB, dst};
-    image::CombinedMask mask = combineOperandMasks(operands);
+    const OzlImage* masks[3] = {srcA->maskROI, srcB ? srcB->maskROI : nullptr, dst->maskROI};
+    image::CombinedMask mask = image::combineMasks(masks, 3);
     if (mask.flag == image::CombinedMask::Empty) return;
     if (mask.flag == image::CombinedMask::NoMemory) {
         fail(caller, OZL_StsNoMem, "Out of memory", kLineMemory);
@@ -133,14 +116,23 @@ void runOperation(const Caller& caller, OzlImage* srcA, OzlImage* srcB, OzlImage
         return;
     }
 
-    PixelKernel kernel;
-    kernel.op = spec.op;
-    kernel.elem = spec.bitwise ? bitwiseElem(dst->depth) : arithElem(dst->depth);
-    // Right shifts keep the sign of signed depths.
-    if (spec.op == Op::RShift) kernel.elem = arithElem(dst->depth);
-    kernel.args = argsForDepth(spec.args, dst->depth);
-    const int failed = runPixelwise(operands, mask.image, kernel);
-    if (failed != image::kWalkDone) fail(caller, OZL_StsBadArg, msg.tile[failed], kLineTile + failed);
+    // Bitwise kernels go by value width; right shifts keep the sign of signed depths.
+    const bool byWidth = (spec.bitwise && spec.op != Op::RShift) || dst->depth == OZL_DEPTH_1U;
+    const Elem elem = byWidth ? image::bitsElemOf(dst->depth) : image::elemOf(dst->depth);
+    const OpArgs args = argsForDepth(spec.args, dst->depth);
+    core::MapOperands operands;
+    operands.src[0] = srcA;
+    operands.src[1] = srcB;
+    operands.dst = dst;
+    core::MapKernel kernel;
+    kernel.run = activeTable().run[static_cast<int>(spec.op)][static_cast<int>(elem)];
+    kernel.context = &args;
+    kernel.wholeBuffer = true;
+    const int result = core::mapPixels(operands, mask.image, kernel);
+    if (result >= 0) {
+        const int index = result == core::kDstOperand ? 2 : result;
+        fail(caller, OZL_StsBadArg, tileMessage(msg, result), kLineTile + index);
+    }
     image::releaseMask(mask);
 }
 

@@ -1,37 +1,37 @@
 // The check sequence and run shared by the two-image and image-and-constant
-// operations (arithmetic, logic, shifts): header checks, depth, data order and
-// channel agreement, mask combination, kernel choice, direct run or tile walk.
+// operations (arithmetic, logic, shifts, constants, abs, square): header
+// checks, depth, data order and channel agreement, mask combination, kernel
+// choice, then one call of the pixel-wise driver.
 #pragma once
 
-#include <initializer_list>
-
 #include "arith/kernels.hpp"
+#include "core/checks.hpp"
 #include "ozl.h"
 
 namespace ozl::arith {
 
-// Who reports: the exported name and the source module.
-struct Caller {
-    const char* function;
-    const char* module;
-};
+using core::Caller;
+using core::fail;
+using core::headersValid;
 
-// Reports through ozlError; returns false so checks read `return fail(...)`.
-bool fail(const Caller& caller, OzlStatus status, const char* message, int line);
-
-// ozlCheckImageHeader on each image in order; the first failure is reported
-// with the status it left and "Incorrect Image".
-bool headersValid(const Caller& caller, std::initializer_list<const OzlImage*> images, int line);
-
+// Which of the family's checks an operation runs, and how it reads depths.
 struct OperationSpec {
     Op op;
-    bool bitwise;           // kernels by value width (8S shares 8U); 32F refused
-    bool checkDataOrder;    // skipped anyway for 1-bit images
-    OpArgs args;            // constant (any width; reduced per depth here) and shift
+    bool bitwise = false;         // kernels by value width (8S shares 8U); 32F refused
+    bool checkDataOrder = true;   // skipped anyway for 1-bit images
+    OpArgs args = {};             // constant (any width; reduced per depth here) and shift
 };
 
-// Runs `spec` on srcA (and srcB when not null) into dst after the checks.
-// Messages name srcImageA/srcImageB for two-image forms, srcImage for one.
+// A bitwise operation's spec, with its constant or shift.
+inline OperationSpec bitwiseSpec(Op op, OpArgs args = {}) {
+    OperationSpec spec{op};
+    spec.bitwise = true;
+    spec.args = args;
+    return spec;
+}
+
+// Runs `spec` on srcA (and srcB for two-image operations) into dst after the
+// checks. Messages name srcImageA/srcImageB for two-image forms, srcImage for one.
 void runOperation(const Caller& caller, OzlImage* srcA, OzlImage* srcB, OzlImage* dst,
                   const OperationSpec& spec);
 

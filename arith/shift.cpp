@@ -35,7 +35,7 @@ extern "C" OZL_API void OZL_CALL ozlLShiftS(OzlImage* srcImage, OzlImage* dstIma
         return;
     }
     runOperation(caller, srcImage, nullptr, dstImage,
-                 {Op::LShift, true, true, {0, static_cast<int32_t>(nShift)}});
+                 bitwiseSpec(Op::LShift, {0, static_cast<int32_t>(nShift)}));
 }
 
 extern "C" OZL_API void OZL_CALL ozlRShiftS(OzlImage* srcImage, OzlImage* dstImage,
@@ -52,5 +52,5 @@ extern "C" OZL_API void OZL_CALL ozlRShiftS(OzlImage* srcImage, OzlImage* dstIma
         nShift = bits - 1;
     }
     runOperation(caller, srcImage, nullptr, dstImage,
-                 {Op::RShift, true, true, {0, static_cast<int32_t>(nShift)}});
+                 bitwiseSpec(Op::RShift, {0, static_cast<int32_t>(nShift)}));
 }

@@ -1,15 +1,18 @@
 // Vector and scalar forms of every run kernel, one struct per operation,
-// written once over the vector layer Vx (Sse2 or Avx2). The scalar form forwards
-// to scalarOp, so a vector form only has to reproduce it bit for bit.
+// written once over the vector layer Vx (simd::Sse2 or simd::Avx2) in the shape
+// simd::runLoop drives. The scalar form forwards to scalarOp, so a vector form
+// only has to reproduce it bit for bit.
 //
-// Internal linkage throughout (see vec_sse2.hpp): each instruction-set file gets
-// its own instantiations.
+// Internal linkage throughout (see simd/sse2.hpp): each instruction-set file
+// gets its own instantiations.
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <type_traits>
 
 #include "arith/kernels.hpp"
+#include "simd/run_loop.hpp"
 
 namespace ozl::arith {
 namespace {
@@ -25,7 +28,9 @@ struct OpBase {
     static constexpr Op op = kOp;
     // Number of source runs the vector form reads: 2 (a, b), 1 (a) or 0.
     static constexpr int arity = kArity;
-    static T r(T a, T b, const OpArgs& args) { return scalarOp<kOp, T>(a, b, args); }
+    static T r(T a, T b, const void* args) {
+        return scalarOp<kOp, T>(a, b, *static_cast<const OpArgs*>(args));
+    }
     static V load(const T* p) {
         if constexpr (std::is_same_v<T, float>) return Vx::loadF(p);
         else return Vx::load(p);
@@ -54,7 +59,7 @@ template <class Vx, class T>
 struct VecOp<Op::Add, Vx, T> : OpBase<Op::Add, Vx, T, 2> {
     using typename OpBase<Op::Add, Vx, T, 2>::V;
     using OpBase<Op::Add, Vx, T, 2>::r;
-    explicit VecOp(const OpArgs&) {}
+    explicit VecOp(const void*) {}
     V r(V a, V b) const {
         if constexpr (std::is_same_v<T, uint8_t>) return Vx::addsU8(a, b);
         else if constexpr (std::is_same_v<T, int8_t>) return Vx::addsS8(a, b);
@@ -73,7 +78,7 @@ template <class Vx, class T>
 struct VecOp<Op::Sub, Vx, T> : OpBase<Op::Sub, Vx, T, 2> {
     using typename OpBase<Op::Sub, Vx, T, 2>::V;
     using OpBase<Op::Sub, Vx, T, 2>::r;
-    explicit VecOp(const OpArgs&) {}
+    explicit VecOp(const void*) {}
     V r(V a, V b) const {
         if constexpr (std::is_same_v<T, uint8_t>) return Vx::subsU8(a, b);
         else if constexpr (std::is_same_v<T, int8_t>) return Vx::subsS8(a, b);
@@ -92,7 +97,7 @@ template <class Vx, class T>
 struct VecOp<Op::Mul, Vx, T> : OpBase<Op::Mul, Vx, T, 2> {
     using typename OpBase<Op::Mul, Vx, T, 2>::V;
     using OpBase<Op::Mul, Vx, T, 2>::r;
-    explicit VecOp(const OpArgs&) {}
+    explicit VecOp(const void*) {}
     V r(V a, V b) const {
         if constexpr (std::is_same_v<T, uint8_t>) {
             // 16-bit products (at most 65025), lowered to 255 before the pack,
@@ -130,7 +135,7 @@ template <class Vx, class T>
 struct VecOp<Op::MulScale, Vx, T> : OpBase<Op::MulScale, Vx, T, 2> {
     using typename OpBase<Op::MulScale, Vx, T, 2>::V;
     using OpBase<Op::MulScale, Vx, T, 2>::r;
-    explicit VecOp(const OpArgs&) {}
+    explicit VecOp(const void*) {}
     V r(V a, V b) const {
         if constexpr (std::is_same_v<T, uint8_t>) {
             // p + (p >> 8) + 1 stays below 65536 for p <= 255 * 255.
@@ -155,7 +160,7 @@ template <Op kOp, class Vx, class T>
 struct BitwiseOp : OpBase<kOp, Vx, T, 2> {
     using typename OpBase<kOp, Vx, T, 2>::V;
     using OpBase<kOp, Vx, T, 2>::r;
-    explicit BitwiseOp(const OpArgs&) {}
+    explicit BitwiseOp(const void*) {}
     V r(V a, V b) const {
         if constexpr (kOp == Op::And) return Vx::and_(a, b);
         else if constexpr (kOp == Op::Or) return Vx::or_(a, b);
@@ -176,17 +181,17 @@ template <class Vx, class T> struct VecOp<Op::AndNot, Vx, T> : BitwiseOp<Op::And
     using BitwiseOp<Op::AndNot, Vx, T>::BitwiseOp;
 };
 
-// Image and constant; Set ignores the source.
+// Image and a bitwise constant.
 template <Op kOp, class Vx, class T>
-struct ConstOp : OpBase<kOp, Vx, T, kOp == Op::Set ? 0 : 1> {
-    using typename OpBase<kOp, Vx, T, kOp == Op::Set ? 0 : 1>::V;
-    using OpBase<kOp, Vx, T, kOp == Op::Set ? 0 : 1>::r;
-    explicit ConstOp(const OpArgs& args) : c(splat<Vx, T>(args.value)) {}
+struct ConstOp : OpBase<kOp, Vx, T, 1> {
+    using typename OpBase<kOp, Vx, T, 1>::V;
+    using OpBase<kOp, Vx, T, 1>::r;
+    explicit ConstOp(const void* args)
+        : c(splat<Vx, T>(static_cast<const OpArgs*>(args)->value)) {}
     V r(V a, V) const {
         if constexpr (kOp == Op::AndS) return Vx::and_(a, c);
         else if constexpr (kOp == Op::OrS) return Vx::or_(a, c);
-        else if constexpr (kOp == Op::XorS) return Vx::xor_(a, c);
-        else return c;
+        else return Vx::xor_(a, c);
     }
     V c;
 };
@@ -199,9 +204,6 @@ template <class Vx, class T> struct VecOp<Op::OrS, Vx, T> : ConstOp<Op::OrS, Vx,
 template <class Vx, class T> struct VecOp<Op::XorS, Vx, T> : ConstOp<Op::XorS, Vx, T> {
     using ConstOp<Op::XorS, Vx, T>::ConstOp;
 };
-template <class Vx, class T> struct VecOp<Op::Set, Vx, T> : ConstOp<Op::Set, Vx, T> {
-    using ConstOp<Op::Set, Vx, T>::ConstOp;
-};
 
 // Shifts by a run-time count. There are no 8-bit shifts: bytes are shifted as
 // 16-bit pairs and the bits that crossed between them are masked off (logical)
@@ -212,6 +214,7 @@ template <class Vx, class T>
 struct VecOp<Op::LShift, Vx, T> : OpBase<Op::LShift, Vx, T, 1> {
     using typename OpBase<Op::LShift, Vx, T, 1>::V;
     using OpBase<Op::LShift, Vx, T, 1>::r;
+    explicit VecOp(const void* context) : VecOp(*static_cast<const OpArgs*>(context)) {}
     explicit VecOp(const OpArgs& args)
         : cnt(Vx::count(args.shift)),
           keep(Vx::set8(static_cast<uint32_t>(args.shift) < 8 ? (0xFF << args.shift) & 0xFF : 0)) {}
@@ -228,6 +231,7 @@ template <class Vx, class T>
 struct VecOp<Op::RShift, Vx, T> : OpBase<Op::RShift, Vx, T, 1> {
     using typename OpBase<Op::RShift, Vx, T, 1>::V;
     using OpBase<Op::RShift, Vx, T, 1>::r;
+    explicit VecOp(const void* context) : VecOp(*static_cast<const OpArgs*>(context)) {}
     explicit VecOp(const OpArgs& args)
         : cnt(Vx::count(args.shift)),
           keep(std::is_same_v<T, uint8_t>
@@ -253,6 +257,216 @@ struct VecOp<Op::RShift, Vx, T> : OpBase<Op::RShift, Vx, T, 1> {
     decltype(Vx::count(0)) cnt;
     V keep;
 };
+
+// The constant's value type splatted: float constants for float images.
+template <class Vx, class T>
+typename VecOf<Vx, T>::type splatArg(const OpArgs& args) {
+    if constexpr (std::is_same_v<T, float>) return Vx::setF(args.real);
+    else return splat<Vx, T>(args.value);
+}
+
+// An operation of two images with a constant as its second operand: MulC and
+// MulScaleC are Mul and MulScale against a splatted constant (the entry points
+// bring the constant into the range whose products the two-image kernels
+// handle exactly), Square is Mul of the value with itself.
+template <Op kOp, Op kBase, class Vx, class T>
+struct WithConstant : OpBase<kOp, Vx, T, 1> {
+    using typename OpBase<kOp, Vx, T, 1>::V;
+    using OpBase<kOp, Vx, T, 1>::r;
+    explicit WithConstant(const void* context)
+        : base(context), c(splatArg<Vx, T>(limited(*static_cast<const OpArgs*>(context)))) {}
+    // Unsigned factors beyond the depth's range act as its limits: a product
+    // with a larger factor saturates wherever the one with the limit does.
+    static OpArgs limited(OpArgs args) {
+        if constexpr (std::is_unsigned_v<T>) {
+            constexpr int32_t max = std::numeric_limits<T>::max();
+            args.value = args.value < 0 ? 0 : args.value > max ? max : args.value;
+        }
+        return args;
+    }
+    V r(V a, V) const {
+        if constexpr (kOp == Op::Square) return base.r(a, a);
+        else return base.r(a, c);
+    }
+    VecOp<kBase, Vx, T> base;
+    V c;
+};
+
+template <class Vx, class T> struct VecOp<Op::MulScaleC, Vx, T>
+    : WithConstant<Op::MulScaleC, Op::MulScale, Vx, T> {
+    using WithConstant<Op::MulScaleC, Op::MulScale, Vx, T>::WithConstant;
+};
+template <class Vx, class T> struct VecOp<Op::Square, Vx, T>
+    : WithConstant<Op::Square, Op::Mul, Vx, T> {
+    using WithConstant<Op::Square, Op::Mul, Vx, T>::WithConstant;
+};
+
+// Values of 8 and 16 bits widened to 16- and 32-bit lanes, each half of a
+// vector in turn, and narrowed back with saturation to the value type. The
+// widened lanes hold every intermediate result of the constant operations
+// exactly, so one saturation at the end gives the scalar form's result.
+template <class Vx, class T>
+struct Widened {
+    using V = typename Vx::V;
+    static V lo(V a) {
+        if constexpr (std::is_same_v<T, uint8_t>) return Vx::unpackLo8(a, Vx::zero());
+        else if constexpr (std::is_same_v<T, int8_t>) return Vx::template srai16<8>(Vx::unpackLo8(a, a));
+        else if constexpr (std::is_same_v<T, uint16_t>) return Vx::unpackLo16(a, Vx::zero());
+        else return Vx::template srai32<16>(Vx::unpackLo16(a, a));
+    }
+    static V hi(V a) {
+        if constexpr (std::is_same_v<T, uint8_t>) return Vx::unpackHi8(a, Vx::zero());
+        else if constexpr (std::is_same_v<T, int8_t>) return Vx::template srai16<8>(Vx::unpackHi8(a, a));
+        else if constexpr (std::is_same_v<T, uint16_t>) return Vx::unpackHi16(a, Vx::zero());
+        else return Vx::template srai32<16>(Vx::unpackHi16(a, a));
+    }
+    static V narrow(V l, V h) {
+        if constexpr (std::is_same_v<T, uint8_t>) return Vx::packUS16(l, h);
+        else if constexpr (std::is_same_v<T, int8_t>) return Vx::packS16(l, h);
+        else if constexpr (std::is_same_v<T, int16_t>) return Vx::packS32(l, h);
+        else {
+            // No unsigned 32-to-16 pack at every level: shift the range down by
+            // 32768, pack signed, shift the 16-bit results back up.
+            const V bias = Vx::set32(32768);
+            return Vx::xor_(Vx::packS32(Vx::sub32(l, bias), Vx::sub32(h, bias)),
+                            Vx::set16(-32768));
+        }
+    }
+    static V add(V x, V y) {
+        if constexpr (sizeof(T) == 1) return Vx::add16(x, y);
+        else return Vx::add32(x, y);
+    }
+    static V sub(V x, V y) {
+        if constexpr (sizeof(T) == 1) return Vx::sub16(x, y);
+        else return Vx::sub32(x, y);
+    }
+    static V splatWide(int32_t c) {
+        if constexpr (sizeof(T) == 1) return Vx::set16(c);
+        else return Vx::set32(c);
+    }
+};
+
+// a + c, a - c and c - a, saturated. Integer values of 8 and 16 bits work in
+// widened lanes with the constant cut to a range where every result outside
+// the depth still saturates the same way (|c| up to twice the widest value
+// span); 32S detects overflow as the two-image forms do; floats are plain.
+template <Op kOp, class Vx, class T>
+struct ConstArith : OpBase<kOp, Vx, T, 1> {
+    using typename OpBase<kOp, Vx, T, 1>::V;
+    using OpBase<kOp, Vx, T, 1>::r;
+    static constexpr int32_t kCut = sizeof(T) == 1 ? 512 : 131072;
+    static int32_t cut(int32_t v) { return v < -kCut ? -kCut : v > kCut ? kCut : v; }
+    explicit ConstArith(const void* context) {
+        const OpArgs& args = *static_cast<const OpArgs*>(context);
+        if constexpr (std::is_same_v<T, float>) c = Vx::setF(args.real);
+        else if constexpr (std::is_same_v<T, int32_t>) c = Vx::set32(args.value);
+        else c = Widened<Vx, T>::splatWide(cut(args.value));
+    }
+    V r(V a, V) const {
+        if constexpr (std::is_same_v<T, float>) {
+            return kOp == Op::AddC ? Vx::addF(a, c) : kOp == Op::SubC ? Vx::subF(a, c) : Vx::subF(c, a);
+        } else if constexpr (std::is_same_v<T, int32_t>) {
+            const VecOp<Op::Add, Vx, T> add(nullptr);
+            const VecOp<Op::Sub, Vx, T> sub(nullptr);
+            return kOp == Op::AddC ? add.r(a, c) : kOp == Op::SubC ? sub.r(a, c) : sub.r(c, a);
+        } else {
+            using W = Widened<Vx, T>;
+            auto one = [&](V x) {
+                return kOp == Op::AddC ? W::add(x, c) : kOp == Op::SubC ? W::sub(x, c) : W::sub(c, x);
+            };
+            return W::narrow(one(W::lo(a)), one(W::hi(a)));
+        }
+    }
+    V c;
+};
+template <class Vx, class T> struct VecOp<Op::AddC, Vx, T> : ConstArith<Op::AddC, Vx, T> {
+    using ConstArith<Op::AddC, Vx, T>::ConstArith;
+};
+template <class Vx, class T> struct VecOp<Op::SubC, Vx, T> : ConstArith<Op::SubC, Vx, T> {
+    using ConstArith<Op::SubC, Vx, T>::ConstArith;
+};
+template <class Vx, class T> struct VecOp<Op::RevSubC, Vx, T> : ConstArith<Op::RevSubC, Vx, T> {
+    using ConstArith<Op::RevSubC, Vx, T>::ConstArith;
+};
+
+// a * c, saturated. Unsigned values take the two-image product against the
+// constant (the entry points lower it to the depth's maximum first); 8S cuts
+// the constant to -129..129 and multiplies in 16-bit lanes (any larger factor
+// saturates every nonzero value alike); 16S multiplies in float, exact for
+// every product that fits the depth and beyond it for every one that saturates.
+template <class Vx, class T>
+struct VecOp<Op::MulC, Vx, T> : OpBase<Op::MulC, Vx, T, 1> {
+    using typename OpBase<Op::MulC, Vx, T, 1>::V;
+    using OpBase<Op::MulC, Vx, T, 1>::r;
+    explicit VecOp(const void* context) : base(context) {
+        const OpArgs& args = *static_cast<const OpArgs*>(context);
+        const int32_t v = args.value;
+        if constexpr (std::is_same_v<T, float>) c = Vx::setF(args.real);
+        else if constexpr (std::is_same_v<T, int8_t>) c = Vx::set16(v < -129 ? -129 : v > 129 ? 129 : v);
+        else if constexpr (std::is_same_v<T, int16_t>) cf = Vx::setF(static_cast<float>(v < -32769 ? -32769 : v > 32769 ? 32769 : v));
+        else c = splat<Vx, T>(WithConstant<Op::MulC, Op::Mul, Vx, T>::limited(args).value);
+    }
+    V r(V a, V) const {
+        if constexpr (std::is_same_v<T, int8_t>) {
+            using W = Widened<Vx, T>;
+            return W::narrow(Vx::mullo16(W::lo(a), c), Vx::mullo16(W::hi(a), c));
+        } else if constexpr (std::is_same_v<T, int16_t>) {
+            using W = Widened<Vx, T>;
+            return W::narrow(Vx::toI(Vx::mulF(Vx::toF(W::lo(a)), cf)),
+                             Vx::toI(Vx::mulF(Vx::toF(W::hi(a)), cf)));
+        } else {
+            return base.r(a, c);
+        }
+    }
+    VecOp<Op::Mul, Vx, T> base;
+    V c{};
+    typename Vx::VF cf{};
+};
+
+// |a|, the most negative value giving the largest: with s the sign mask,
+// (a ^ s) - s, saturating where the lanes allow it; 32S adds the result's own
+// sign to turn the one wrapped value back into INT32_MAX. Floats drop the
+// sign bit.
+template <class Vx, class T>
+struct VecOp<Op::Abs, Vx, T> : OpBase<Op::Abs, Vx, T, 1> {
+    using typename OpBase<Op::Abs, Vx, T, 1>::V;
+    using OpBase<Op::Abs, Vx, T, 1>::r;
+    explicit VecOp(const void*) {}
+    V r(V a, V) const {
+        if constexpr (std::is_same_v<T, float>) {
+            return Vx::andF(a, Vx::asF(Vx::set32(0x7FFFFFFF)));
+        } else if constexpr (std::is_same_v<T, int8_t>) {
+            const V s = Vx::cmpgt8(Vx::zero(), a);
+            return Vx::subsS8(Vx::xor_(a, s), s);
+        } else if constexpr (std::is_same_v<T, int16_t>) {
+            const V s = Vx::template srai16<15>(a);
+            return Vx::subsS16(Vx::xor_(a, s), s);
+        } else {
+            const V s = Vx::template srai32<31>(a);
+            const V m = Vx::sub32(Vx::xor_(a, s), s);
+            return Vx::add32(m, Vx::template srai32<31>(m));
+        }
+    }
+};
+
+template <Op op, class T>
+struct KernelOf {
+    template <class Vx>
+    using At = VecOp<op, Vx, T>;
+};
+
+// A level's table: the vector form of every kernel.
+template <class Vx>
+KernelTable vectorTable() {
+    KernelTable t;
+    forEachKernel([&](auto opConst, auto tag) {
+        constexpr Op op = decltype(opConst)::value;
+        using T = decltype(tag);
+        t.run[static_cast<int>(op)][static_cast<int>(ElemOf<T>::value)] =
+            &simd::runLoop<KernelOf<op, T>::template At, Vx>;
+    });
+    return t;
+}
 
 }  // namespace
 }  // namespace ozl::arith

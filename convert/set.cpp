@@ -1,24 +1,16 @@
 // Fill: ozlSet, ozlSetFP.
 #include <cstring>
 
-#include "arith/operation.hpp"
-#include "arith/pixelwise.hpp"
+#include "convert/kernels.hpp"
+#include "core/checks.hpp"
+#include "core/pixelwise.hpp"
+#include "image/depth.hpp"
 
-using namespace ozl::arith;
+using ozl::core::Caller;
+using ozl::core::fail;
+using ozl::core::headersValid;
 
 namespace {
-
-int32_t clampToDepth(int32_t value, uint32_t depth) {
-    auto clamp = [&](int32_t lo, int32_t hi) { return value < lo ? lo : value > hi ? hi : value; };
-    switch (depth) {
-        case OZL_DEPTH_1U: return clamp(0, 1);
-        case OZL_DEPTH_8U: return clamp(0, 255);
-        case OZL_DEPTH_8S: return clamp(-128, 127);
-        case OZL_DEPTH_16U: return clamp(0, 65535);
-        case OZL_DEPTH_16S: return clamp(-32768, 32767);
-        default: return value;
-    }
-}
 
 // A region that starts past the image or has no extent leaves the image as it is.
 bool regionEmpty(const OzlImage* image) {
@@ -53,21 +45,26 @@ extern "C" OZL_API void OZL_CALL ozlSet(OzlImage* image, int fillValue) {
         fail(caller, OZL_StsBadDepth, "You should use ozlSetFP for this image", 397);
         return;
     }
-    const int32_t value = clampToDepth(fillValue, image->depth);
+    const int32_t value = ozl::image::clampToDepth(fillValue, image->depth);
     if (regionEmpty(image)) return;
     if (image->depth == OZL_DEPTH_1U && image->maskROI) {
         setMaskedBits(image, value);
         return;
     }
 
-    PixelKernel kernel;
-    kernel.op = Op::Set;
-    kernel.elem = bitwiseElem(image->depth);
-    kernel.args.value = image->depth == OZL_DEPTH_1U ? (value ? -1 : 0) : value;
-    // Row padding belongs to the caller when the data is the caller's: rows only.
+    ozl::convert::FillArgs args;
+    args.value = image->depth == OZL_DEPTH_1U ? (value ? -1 : 0) : value;
+    ozl::core::MapOperands operands;
+    operands.dst = image;
+    ozl::core::MapKernel kernel;
+    kernel.run = ozl::convert::activeTable().fill[ozl::convert::widthIndex(
+        ozl::image::elemBytes(ozl::image::bitsElemOf(image->depth)))];
+    kernel.context = &args;
+    kernel.withAlpha = true;
+    // Row padding belongs to the caller when the data is the caller's: rows
+    // only (rows without padding still merge into one run).
     kernel.wholeBuffer = false;
-    const PixelOperands operands{nullptr, nullptr, image};
-    if (runPixelwise(operands, image->maskROI, kernel) != ozl::image::kWalkDone)
+    if (ozl::core::mapPixels(operands, image->maskROI, kernel) != ozl::core::kMapDone)
         fail(caller, OZL_StsError, "Error get tile to write", 503);
 }
 

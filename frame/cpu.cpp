@@ -28,13 +28,17 @@ Level probe() {
     // The OS must save XMM (bit 1) and YMM (bit 2) state.
     if ((readXcr0() & 0x6) != 0x6) return Level::Sse2;
     if (!__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx)) return Level::Sse2;
-    return (ebx & bit_AVX2) ? Level::Avx2 : Level::Sse2;
+    if (!(ebx & bit_AVX2)) return Level::Sse2;
+    // AVX-512 needs the opmask and both halves of the upper registers saved too.
+    const unsigned avx512 = bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL;
+    if ((ebx & avx512) != avx512 || (readXcr0() & 0xE6) != 0xE6) return Level::Avx2;
+    return Level::Avx512;
 }
 #else
 Level probe() { return Level::Ref; }
 #endif
 
-std::atomic<int> g_cap{static_cast<int>(Level::Avx2)};
+std::atomic<int> g_cap{static_cast<int>(kTopLevel)};
 
 }  // namespace
 
@@ -55,6 +59,7 @@ const char* name(Level level) {
     switch (level) {
     case Level::Sse2: return "sse2";
     case Level::Avx2: return "avx2";
+    case Level::Avx512: return "avx512";
     case Level::Ref: break;
     }
     return "ref";

@@ -3,7 +3,11 @@
 
 namespace ozl::cpu {
 
-enum class Level { Ref = 0, Sse2 = 1, Avx2 = 2 };
+// Levels in increasing order; each includes the ones below it. Avx512 means
+// the F, BW, DQ and VL subsets together.
+enum class Level { Ref = 0, Sse2 = 1, Avx2 = 2, Avx512 = 3 };
+
+constexpr Level kTopLevel = Level::Avx512;
 
 // Highest level this processor and operating system support; computed once.
 Level detected();
@@ -11,11 +15,11 @@ Level detected();
 // Level the kernels use: detected(), capped by force().
 Level active();
 
-// Caps the active level (tests run every kernel path with it); force(Level::Avx2)
+// Caps the active level (tests run every kernel path with it); force(kTopLevel)
 // lifts the cap.
 void force(Level level);
 
-// "ref", "sse2" or "avx2".
+// "ref", "sse2", "avx2" or "avx512".
 const char* name(Level level);
 
 }  // namespace ozl::cpu

@@ -95,6 +95,8 @@ int walkTiles(const TileOperand* operands, int count, const OzlImage* mask, int 
                 }
 
             Piece piece;
+            piece.x = x;
+            piece.y = y;
             for (int i = 0; i < count; ++i) {
                 if (!operands[i].image) continue;
                 if (!walked(i)) {

@@ -15,7 +15,7 @@ struct TileOperand {
     TileAccess access = TileAccess::Read;
 };
 
-constexpr int kMaxTileOperands = 4;
+constexpr int kMaxTileOperands = 5;
 
 // One piece: stand-in headers for the operands (nullptr where absent) and for
 // the mask. A stand-in is a copy of the image's header with its own ROI record
@@ -24,6 +24,8 @@ constexpr int kMaxTileOperands = 4;
 struct Piece {
     OzlImage* operand[kMaxTileOperands] = {};
     OzlImage* mask = nullptr;
+    int x = 0;  // the piece's place in the walked region
+    int y = 0;
 };
 
 using PieceFn = void (*)(void* context, const Piece& piece);

@@ -14,12 +14,16 @@ TEST(Cpu, Names) {
     EXPECT_STREQ(ozl::cpu::name(Level::Ref), "ref");
     EXPECT_STREQ(ozl::cpu::name(Level::Sse2), "sse2");
     EXPECT_STREQ(ozl::cpu::name(Level::Avx2), "avx2");
+    EXPECT_STREQ(ozl::cpu::name(Level::Avx512), "avx512");
 }
 
 TEST(Cpu, DetectionMatchesTheCompilersView) {
 #if defined(__i386__) || defined(__x86_64__)
     __builtin_cpu_init();
-    const Level expected = __builtin_cpu_supports("avx2")   ? Level::Avx2
+    const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl");
+    const Level expected = avx512                           ? Level::Avx512
+                           : __builtin_cpu_supports("avx2") ? Level::Avx2
                            : __builtin_cpu_supports("sse2") ? Level::Sse2
                                                             : Level::Ref;
     EXPECT_EQ(ozl::cpu::detected(), expected);
@@ -48,7 +52,7 @@ TEST(Cpu, ForceCapsTheActiveLevel) {
     ozl::cpu::force(Level::Sse2);
     EXPECT_EQ(ozl::cpu::active(), found == Level::Ref ? Level::Ref : Level::Sse2);
     // Forcing never raises the level above what the processor has.
-    ozl::cpu::force(Level::Avx2);
+    ozl::cpu::force(ozl::cpu::kTopLevel);
     EXPECT_EQ(ozl::cpu::active(), found);
     EXPECT_EQ(ozl::cpu::detected(), found);
 }

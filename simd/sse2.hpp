@@ -1,7 +1,8 @@
 // 128-bit integer and float vectors for the SSE2 kernels: a thin layer over the
 // intrinsics with the same names as the 256-bit layer, so that one kernel body
-// serves both. Only for the sse2 translation unit: everything here has internal
-// linkage, so no copy of it can be shared with code built for another target.
+// serves both. Everything here has internal linkage, so each translation unit
+// keeps the copy compiled for its own target (the AVX2 files use it too, for
+// runs shorter than one 256-bit vector).
 #pragma once
 
 #include <emmintrin.h>
@@ -9,7 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace ozl::arith {
+namespace ozl::simd {
 namespace {
 
 struct Sse2 {
@@ -17,6 +18,7 @@ struct Sse2 {
     using VF = __m128;
     static constexpr size_t kBytes = 16;
     static constexpr bool kHasNarrower = false;
+    using Narrower = Sse2;
 
     static V load(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
     static VF loadF(const void* p) { return _mm_loadu_ps(static_cast<const float*>(p)); }
@@ -54,6 +56,11 @@ struct Sse2 {
     static V sub16(V a, V b) { return _mm_sub_epi16(a, b); }
     static V add32(V a, V b) { return _mm_add_epi32(a, b); }
     static V sub32(V a, V b) { return _mm_sub_epi32(a, b); }
+    static V cmpgt8(V a, V b) { return _mm_cmpgt_epi8(a, b); }
+    static V cmpgt16(V a, V b) { return _mm_cmpgt_epi16(a, b); }
+    static V cmpgt32(V a, V b) { return _mm_cmpgt_epi32(a, b); }
+    static V cmpeq8(V a, V b) { return _mm_cmpeq_epi8(a, b); }
+    static V cmpeq32(V a, V b) { return _mm_cmpeq_epi32(a, b); }
     static V cmpeq16(V a, V b) { return _mm_cmpeq_epi16(a, b); }
 
     static V mullo16(V a, V b) { return _mm_mullo_epi16(a, b); }
@@ -71,6 +78,8 @@ struct Sse2 {
     template <int s> static V slli16(V a) { return _mm_slli_epi16(a, s); }
     template <int s> static V srli16(V a) { return _mm_srli_epi16(a, s); }
     template <int s> static V srai16(V a) { return _mm_srai_epi16(a, s); }
+    template <int s> static V srli32(V a) { return _mm_srli_epi32(a, s); }
+    template <int s> static V slli32(V a) { return _mm_slli_epi32(a, s); }
     template <int s> static V srai32(V a) { return _mm_srai_epi32(a, s); }
     static V sll16(V a, V c) { return _mm_sll_epi16(a, c); }
     static V srl16(V a, V c) { return _mm_srl_epi16(a, c); }
@@ -78,6 +87,13 @@ struct Sse2 {
     static V sll32(V a, V c) { return _mm_sll_epi32(a, c); }
     static V sra32(V a, V c) { return _mm_sra_epi32(a, c); }
 
+    static VF setF(float v) { return _mm_set1_ps(v); }
+    static VF andF(VF a, VF b) { return _mm_and_ps(a, b); }
+    static VF asF(V a) { return _mm_castsi128_ps(a); }
+    static V asI(VF a) { return _mm_castps_si128(a); }
+    // int32 to float, and float to int32 rounded to nearest (even).
+    static VF toF(V a) { return _mm_cvtepi32_ps(a); }
+    static V toI(VF a) { return _mm_cvtps_epi32(a); }
     static VF addF(VF a, VF b) { return _mm_add_ps(a, b); }
     static VF subF(VF a, VF b) { return _mm_sub_ps(a, b); }
     static VF mulF(VF a, VF b) { return _mm_mul_ps(a, b); }
@@ -98,4 +114,4 @@ struct Sse2 {
 };
 
 }  // namespace
-}  // namespace ozl::arith
+}  // namespace ozl::simd

@@ -1,7 +1,7 @@
 // 256-bit integer and float vectors for the AVX2 kernels, with the names of the
 // 128-bit layer. Packs and unpacks work within 128-bit lanes; the kernels only
 // pair an unpack with the matching pack, which keeps the element order. Only for
-// the avx2 translation unit (internal linkage, see vec_sse2.hpp).
+// the avx2 translation units (internal linkage, see sse2.hpp).
 #pragma once
 
 #include <immintrin.h>
@@ -9,18 +9,18 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "arith/kernels.hpp"
+#include "simd/sse2.hpp"
 
-namespace ozl::arith {
+namespace ozl::simd {
 namespace {
 
 struct Avx2 {
     using V = __m256i;
     using VF = __m256;
     static constexpr size_t kBytes = 32;
-    // Runs shorter than one vector are handed to the 128-bit kernels.
+    // Runs shorter than one vector are handed to the 128-bit form.
     static constexpr bool kHasNarrower = true;
-    static const KernelTable& narrower() { return sse2Table(); }
+    using Narrower = Sse2;
 
     static V load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
     static VF loadF(const void* p) { return _mm256_loadu_ps(static_cast<const float*>(p)); }
@@ -57,6 +57,11 @@ struct Avx2 {
     static V sub16(V a, V b) { return _mm256_sub_epi16(a, b); }
     static V add32(V a, V b) { return _mm256_add_epi32(a, b); }
     static V sub32(V a, V b) { return _mm256_sub_epi32(a, b); }
+    static V cmpgt8(V a, V b) { return _mm256_cmpgt_epi8(a, b); }
+    static V cmpgt16(V a, V b) { return _mm256_cmpgt_epi16(a, b); }
+    static V cmpgt32(V a, V b) { return _mm256_cmpgt_epi32(a, b); }
+    static V cmpeq8(V a, V b) { return _mm256_cmpeq_epi8(a, b); }
+    static V cmpeq32(V a, V b) { return _mm256_cmpeq_epi32(a, b); }
     static V cmpeq16(V a, V b) { return _mm256_cmpeq_epi16(a, b); }
 
     static V mullo16(V a, V b) { return _mm256_mullo_epi16(a, b); }
@@ -74,6 +79,8 @@ struct Avx2 {
     template <int s> static V slli16(V a) { return _mm256_slli_epi16(a, s); }
     template <int s> static V srli16(V a) { return _mm256_srli_epi16(a, s); }
     template <int s> static V srai16(V a) { return _mm256_srai_epi16(a, s); }
+    template <int s> static V srli32(V a) { return _mm256_srli_epi32(a, s); }
+    template <int s> static V slli32(V a) { return _mm256_slli_epi32(a, s); }
     template <int s> static V srai32(V a) { return _mm256_srai_epi32(a, s); }
     static V sll16(V a, __m128i c) { return _mm256_sll_epi16(a, c); }
     static V srl16(V a, __m128i c) { return _mm256_srl_epi16(a, c); }
@@ -81,6 +88,13 @@ struct Avx2 {
     static V sll32(V a, __m128i c) { return _mm256_sll_epi32(a, c); }
     static V sra32(V a, __m128i c) { return _mm256_sra_epi32(a, c); }
 
+    static VF setF(float v) { return _mm256_set1_ps(v); }
+    static VF andF(VF a, VF b) { return _mm256_and_ps(a, b); }
+    static VF asF(V a) { return _mm256_castsi256_ps(a); }
+    static V asI(VF a) { return _mm256_castps_si256(a); }
+    // int32 to float, and float to int32 rounded to nearest (even).
+    static VF toF(V a) { return _mm256_cvtepi32_ps(a); }
+    static V toI(VF a) { return _mm256_cvtps_epi32(a); }
     static VF addF(VF a, VF b) { return _mm256_add_ps(a, b); }
     static VF subF(VF a, VF b) { return _mm256_sub_ps(a, b); }
     static VF mulF(VF a, VF b) { return _mm256_mul_ps(a, b); }
@@ -102,4 +116,4 @@ struct Avx2 {
 };
 
 }  // namespace
-}  // namespace ozl::arith
+}  // namespace ozl::simd

@@ -1,0 +1,35 @@
+// The scalar kernels of the data-movement family and the choice by level.
+#include "convert/kernels.hpp"
+#include "simd/levels.hpp"
+
+namespace ozl::convert {
+
+const KernelTable& kernelTableSse2();
+const KernelTable& kernelTableAvx2();
+
+namespace {
+
+template <class T>
+void refFill(const void*, const void*, void* d, size_t n, const void* context) {
+    const T v = fillValue<T>(*static_cast<const FillArgs*>(context));
+    T* out = static_cast<T*>(d);
+    for (size_t i = 0; i < n; ++i) out[i] = v;
+}
+
+const KernelTable& kernelTableRef() {
+    static const KernelTable table = {{&refFill<uint8_t>, &refFill<uint16_t>, &refFill<uint32_t>}};
+    return table;
+}
+
+constexpr simd::PerLevel<KernelTable> kTables{&kernelTableRef, &kernelTableSse2,
+                                              &kernelTableAvx2};
+
+}  // namespace
+
+const KernelTable& kernelTable(cpu::Level level) { return kTables.at(level); }
+
+void copyRun(const void* a, const void*, void* d, size_t n, const void* bytes) {
+    std::memmove(d, a, n * *static_cast<const size_t*>(bytes));
+}
+
+}  // namespace ozl::convert

@@ -1,0 +1,407 @@
+#include "core/pixelwise.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/blend.hpp"
+#include "image/bits.hpp"
+#include "image/layout.hpp"
+#include "image/region.hpp"
+#include "image/tiles.hpp"
+
+namespace ozl::core {
+
+namespace {
+
+using image::View;
+
+// Working buffers of the gathered and masked paths live on the stack: each
+// holds a chunk of pixels, at most kGroupChannels values of 4 bytes per pixel.
+// Wider pixels are taken a group of channels at a time (value kernels), or
+// from the heap (pixel kernels).
+constexpr size_t kChunkBytes = 16384;
+constexpr int kGroupChannels = 64;
+
+size_t valueBytes(const OzlImage* image) {
+    return static_cast<size_t>(image::depthBits(image->depth) / 8);
+}
+
+bool isBits(const OzlImage* image) { return image->depth == OZL_DEPTH_1U; }
+
+// Copies n pixels of nCh values between a strided and a contiguous layout.
+void gather(void* dst, const char* src, ptrdiff_t strideBytes, size_t n, size_t pixelBytes) {
+    auto* out = static_cast<char*>(dst);
+    for (size_t p = 0; p < n; ++p, src += strideBytes, out += pixelBytes)
+        std::memcpy(out, src, pixelBytes);
+}
+
+void scatter(char* dst, ptrdiff_t strideBytes, const void* src, size_t n, size_t pixelBytes) {
+    const auto* in = static_cast<const char*>(src);
+    for (size_t p = 0; p < n; ++p, dst += strideBytes, in += pixelBytes)
+        std::memcpy(dst, in, pixelBytes);
+}
+
+// One operand of a value row: its values, the values between pixels, and the
+// value size.
+struct ValueRow {
+    char* data = nullptr;
+    ptrdiff_t stride = 0;  // values from one pixel to the next
+    size_t size = 0;
+};
+
+struct MaskRow {
+    const uint8_t* bits = nullptr;
+    size_t bit = 0;
+};
+
+// One row of `width` pixels of nCh values each. Strided operands (a channel
+// of interest, alpha, several channels taken one at a time) are gathered into
+// contiguous chunks so the run kernels see plain arrays; a mask writes the
+// computed chunk through the blend.
+void valueRow(const MapKernel& k, ValueRow a, ValueRow b, ValueRow d, int nCh, MaskRow mask,
+              size_t width) {
+    const bool dense = (!a.data || a.stride == nCh) && (!b.data || b.stride == nCh) &&
+                       d.stride == nCh;
+    if (dense && !mask.bits) {
+        k.run(a.data, b.data, d.data, width * nCh, k.context);
+        return;
+    }
+    alignas(32) char ta[kChunkBytes], tb[kChunkBytes], td[kChunkBytes], tr[kChunkBytes];
+    const BlendFn blend = mask.bits ? blendFor(d.size) : nullptr;
+    for (int c0 = 0; c0 < nCh; c0 += kGroupChannels) {
+        const int g = std::min(kGroupChannels, nCh - c0);
+        const size_t chunk = kChunkBytes / (static_cast<size_t>(g) * 4);
+        for (size_t done = 0; done < width; done += chunk) {
+            const size_t n = std::min(chunk, width - done);
+            auto at = [&](const ValueRow& r) {
+                return r.data ? r.data + (done * r.stride + c0) * r.size : nullptr;
+            };
+            const char* ca = at(a);
+            const char* cb = at(b);
+            char* cd = at(d);
+            if (ca && a.stride != g) {
+                gather(ta, ca, a.stride * a.size, n, g * a.size);
+                ca = ta;
+            }
+            if (cb && b.stride != g) {
+                gather(tb, cb, b.stride * b.size, n, g * b.size);
+                cb = tb;
+            }
+            const size_t dPixel = g * d.size;
+            const ptrdiff_t dStride = d.stride * static_cast<ptrdiff_t>(d.size);
+            if (!mask.bits) {
+                k.run(ca, cb, td, n * g, k.context);
+                scatter(cd, dStride, td, n, dPixel);
+                continue;
+            }
+            k.run(ca, cb, tr, n * g, k.context);
+            const size_t bit = mask.bit + done;
+            const uint8_t* m = mask.bits + (bit >> 3);
+            if (d.stride == g) {
+                blend(cd, tr, n, g, m, static_cast<int>(bit & 7));
+            } else {
+                gather(td, cd, dStride, n, dPixel);
+                blend(td, tr, n, g, m, static_cast<int>(bit & 7));
+                scatter(cd, dStride, td, n, dPixel);
+            }
+        }
+    }
+}
+
+// A row of 1-bit pixels. Where every operand starts at the same bit, the whole
+// bytes between the first and last partial byte go through the byte kernel;
+// the rest is merged a byte at a time.
+void bitRow(const MapKernel& k, const uint8_t* a, int aBit, const uint8_t* b, int bBit,
+            uint8_t* d, int dBit, MaskRow mask, size_t n) {
+    auto byteOp = [&](uint8_t va, uint8_t vb) {
+        uint8_t r;
+        k.run(a ? &va : nullptr, b ? &vb : nullptr, &r, 1, k.context);
+        return r;
+    };
+    // Bits [from, to) of the run.
+    auto merge = [&](size_t from, size_t to) {
+        if (from >= to) return;
+        const size_t offset = static_cast<size_t>(dBit) + from;
+        image::mergeBits(a, aBit + from, b, bBit + from, d + (offset >> 3),
+                         static_cast<int>(offset & 7), mask.bits, mask.bit + from, to - from,
+                         byteOp);
+    };
+    const bool aligned = !mask.bits && (!a || aBit == dBit) && (!b || bBit == dBit);
+    const size_t head = dBit == 0 ? 0 : std::min(n, static_cast<size_t>(8 - dBit));
+    const size_t body = aligned ? (n - head) / 8 : 0;
+    if (body == 0) {
+        merge(0, n);
+        return;
+    }
+    const size_t first = (static_cast<size_t>(dBit) + head) >> 3;
+    k.run(a ? a + first : nullptr, b ? b + first : nullptr, d + first, body, k.context);
+    merge(0, head);
+    merge(head + 8 * body, n);
+}
+
+bool anyAlpha(const MapOperands& o) {
+    for (const OzlImage* s : o.src)
+        if (s && s->alphaChannel > 0) return true;
+    return o.dst->alphaChannel > 0;
+}
+
+bool useWholeBuffer(const MapOperands& o, const OzlImage* mask, const MapKernel& k) {
+    if (!k.wholeBuffer || !k.run || mask || (anyAlpha(o) && !k.withAlpha)) return false;
+    for (const OzlImage* s : o.src)
+        if (s && !image::wholeData(s, o.dst, 0)) return false;
+    return image::wholeData(o.dst, o.dst, 0);
+}
+
+const uint8_t* maskRowBits(const View& m, int y) {
+    return m.data ? reinterpret_cast<const uint8_t*>(m.data) + y * m.rowStep : nullptr;
+}
+
+void valueRows(const MapOperands& o, const View* views, const View& vm, const MapKernel& k,
+               Size size) {
+    const OzlImage* a = o.src[0];
+    const OzlImage* b = o.src[1];
+    const View& va = views[0];
+    const View& vb = views[1];
+    const View& vd = views[kDstOperand];
+    const size_t width = static_cast<size_t>(size.width);
+
+    if (isBits(o.dst)) {
+        auto row = [](const View& v, int y) {
+            return v.data ? reinterpret_cast<uint8_t*>(v.data) + y * v.rowStep : nullptr;
+        };
+        for (int y = 0; y < size.height; ++y)
+            bitRow(k, row(va, y), va.bitOffset, row(vb, y), vb.bitOffset, row(vd, y),
+                   vd.bitOffset, {maskRowBits(vm, y), static_cast<size_t>(vm.bitOffset)},
+                   width);
+        return;
+    }
+
+    // Channels in one pass when every operand interleaves them; one channel at
+    // a time (a plane, or every n-th value) when any operand is in plane order.
+    const int nCh = k.withAlpha && !image::hasCoi(o.dst) ? o.dst->nChannels
+                                                         : image::effectiveChannels(o.dst);
+    const bool byChannel =
+        nCh > 1 && ((a && a->dataOrder == OZL_DATA_ORDER_PLANE) ||
+                    (b && b->dataOrder == OZL_DATA_ORDER_PLANE) ||
+                    o.dst->dataOrder == OZL_DATA_ORDER_PLANE);
+    const int passes = byChannel ? nCh : 1;
+    const int perPass = byChannel ? 1 : nCh;
+    auto channelStart = [](const OzlImage* im, const View& v, int c) -> char* {
+        if (!im) return nullptr;
+        const size_t size = valueBytes(im);
+        return im->dataOrder == OZL_DATA_ORDER_PLANE ? v.data + c * v.planeStep
+                                                     : v.data + c * static_cast<ptrdiff_t>(size);
+    };
+    auto valueRowOf = [&](const OzlImage* im, const View& v, int c, int y) {
+        ValueRow r;
+        if (!im) return r;
+        r.data = channelStart(im, v, c) + y * v.rowStep;
+        r.stride = v.pixelStride;
+        r.size = valueBytes(im);
+        return r;
+    };
+    // Rows that follow each other without a gap in every image form one run.
+    auto packed = [&](const OzlImage* im, const View& v) {
+        return !im || (v.pixelStride == perPass &&
+                       v.rowStep == static_cast<ptrdiff_t>(width * perPass * valueBytes(im)));
+    };
+    const bool merge = !vm.data && packed(a, va) && packed(b, vb) && packed(o.dst, vd);
+    const int rows = merge ? 1 : size.height;
+    const size_t rowWidth = merge ? width * size.height : width;
+
+    for (int c = 0; c < passes; ++c)
+        for (int y = 0; y < rows; ++y)
+            valueRow(k, valueRowOf(a, va, c, y), valueRowOf(b, vb, c, y),
+                     valueRowOf(o.dst, vd, c, y), perPass,
+                     {maskRowBits(vm, y), static_cast<size_t>(vm.bitOffset)}, rowWidth);
+}
+
+RowView advance(const RowView& r, size_t pixels) {
+    RowView out = r;
+    if (!r.data) return out;
+    if (r.pixelStep == 0) {  // bits
+        const size_t bit = static_cast<size_t>(r.bit) + pixels;
+        out.data = r.data + (bit >> 3);
+        out.bit = static_cast<int>(bit & 7);
+    } else {
+        out.data = r.data + static_cast<ptrdiff_t>(pixels) * r.pixelStep;
+    }
+    return out;
+}
+
+// Writes a computed chunk (dense pixels of `channels` values) into the
+// destination row where the mask allows, whatever the destination's layout.
+void blendInto(const RowView& d, const char* computed, size_t n, size_t size, MaskRow mask,
+               char* scratch) {
+    const BlendFn blend = blendFor(size);
+    const int nCh = d.channels;
+    const size_t pixelBytes = nCh * size;
+    const uint8_t* m = mask.bits + (mask.bit >> 3);
+    const int bit = static_cast<int>(mask.bit & 7);
+    const bool interleaved = d.channelStep == static_cast<ptrdiff_t>(size);
+    if (interleaved && d.pixelStep == static_cast<ptrdiff_t>(pixelBytes)) {
+        blend(d.data, computed, n, nCh, m, bit);
+    } else if (interleaved) {
+        gather(scratch, d.data, d.pixelStep, n, pixelBytes);
+        blend(scratch, computed, n, nCh, m, bit);
+        scatter(d.data, d.pixelStep, scratch, n, pixelBytes);
+    } else {
+        // Channels apart (planes): one channel at a time.
+        char* one = scratch + n * pixelBytes;
+        for (int c = 0; c < nCh; ++c) {
+            char* plane = d.data + c * d.channelStep;
+            gather(scratch, computed + c * size, static_cast<ptrdiff_t>(pixelBytes), n, size);
+            gather(one, plane, d.pixelStep, n, size);
+            blend(one, scratch, n, 1, m, bit);
+            scatter(plane, d.pixelStep, one, n, size);
+        }
+    }
+}
+
+// The pixel kernel over one row: straight into the destination where it can,
+// else a chunk at a time into a buffer that is then merged (1-bit rows) or
+// blended (values) into the destination.
+bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dstBits, size_t size,
+              MaskRow mask, size_t width) {
+    if (!mask.bits && (!dstBits || d.bit == 0)) {
+        k.pixel(src, d, width, k.context);
+        return true;
+    }
+    const size_t pixelBytes = dstBits ? 0 : d.channels * size;
+    // Computed chunk, and scratch of twice that plus one channel for the blend.
+    size_t chunk = dstBits ? 8 * kChunkBytes : std::max<size_t>(1, kChunkBytes / pixelBytes);
+    char* heap = nullptr;
+    alignas(32) char stack[3 * kChunkBytes + 64];
+    char* buffer = stack;
+    if (!dstBits && pixelBytes > kChunkBytes) {
+        if (pixelBytes > static_cast<size_t>(INT32_MAX / 4)) return false;
+        chunk = 1;
+        heap = static_cast<char*>(ozlMalloc(static_cast<int>(3 * pixelBytes + 64)));
+        if (!heap) return false;
+        buffer = heap;
+    }
+    char* computed = buffer;
+    char* scratch = buffer + (dstBits ? kChunkBytes : chunk * pixelBytes);
+    RowView s[kMaxSources];
+    for (size_t done = 0; done < width; done += chunk) {
+        const size_t n = std::min(chunk, width - done);
+        for (int i = 0; i < kMaxSources; ++i) s[i] = advance(src[i], done);
+        RowView t = d;
+        t.data = computed;
+        t.bit = 0;
+        if (!dstBits) {
+            t.channelStep = static_cast<ptrdiff_t>(size);
+            t.pixelStep = static_cast<ptrdiff_t>(pixelBytes);
+        }
+        k.pixel(s, t, n, k.context);
+        const RowView out = advance(d, done);
+        MaskRow m = mask;
+        m.bit += done;
+        if (dstBits) {
+            image::mergeBits(reinterpret_cast<const uint8_t*>(computed), 0, nullptr, 0,
+                             reinterpret_cast<uint8_t*>(out.data), out.bit, m.bits, m.bit, n,
+                             [](uint8_t x, uint8_t) { return x; });
+        } else if (m.bits) {
+            blendInto(out, computed, n, size, m, scratch);
+        } else {
+            scatter(out.data, out.pixelStep, computed, n, pixelBytes);
+        }
+    }
+    ozlFree(heap);
+    return true;
+}
+
+bool pixelRows(const MapOperands& o, const View& vm, const MapKernel& k, Size size) {
+    const bool dstBits = isBits(o.dst);
+    const size_t dSize = valueBytes(o.dst);
+    RowView src[kMaxSources];
+    for (int y = 0; y < size.height; ++y) {
+        for (int i = 0; i < kMaxSources; ++i) src[i] = o.src[i] ? rowOf(o.src[i], y) : RowView{};
+        const RowView d = rowOf(o.dst, y);
+        if (!pixelRow(k, src, d, dstBits, dSize,
+                      {maskRowBits(vm, y), static_cast<size_t>(vm.bitOffset)},
+                      static_cast<size_t>(size.width)))
+            return false;
+    }
+    return true;
+}
+
+// The untiled path over the common region.
+int mapUntiled(const MapOperands& o, const OzlImage* mask, const MapKernel& k) {
+    if (useWholeBuffer(o, mask, k)) {
+        const size_t size = std::max<size_t>(1, valueBytes(o.dst));
+        k.run(o.src[0] ? o.src[0]->imageData : nullptr, o.src[1] ? o.src[1]->imageData : nullptr,
+              o.dst->imageData, static_cast<size_t>(o.dst->imageSize) / size, k.context);
+        return kMapDone;
+    }
+    const Size size = commonSize(o, mask);
+    if (size.width == 0 || size.height == 0) return kMapDone;
+    const View vm = mask ? image::regionView(mask) : View{};
+    if (k.pixel) return pixelRows(o, vm, k, size) ? kMapDone : kMapNoMemory;
+    View views[kMaxSources + 1];
+    for (int i = 0; i < kMaxSources; ++i)
+        if (o.src[i]) views[i] = image::regionView(o.src[i]);
+    views[kDstOperand] = image::regionView(o.dst);
+    valueRows(o, views, vm, k, size);
+    return kMapDone;
+}
+
+bool anyTiled(const MapOperands& o) {
+    for (const OzlImage* s : o.src)
+        if (image::isTiled(s)) return true;
+    return image::isTiled(o.dst);
+}
+
+}  // namespace
+
+Size commonSize(const MapOperands& o, const OzlImage* mask) {
+    const image::RegionStart d = image::regionStart(o.dst, 0);
+    Size s{d.width, d.height};
+    auto lower = [&](const OzlImage* im) {
+        if (!im) return;
+        const image::RegionStart r = image::regionStart(im, 0);
+        s.width = std::min(s.width, r.width);
+        s.height = std::min(s.height, r.height);
+    };
+    for (const OzlImage* im : o.src) lower(im);
+    lower(mask);
+    return s;
+}
+
+RowView rowOf(const OzlImage* image, int y) {
+    const View v = image::regionView(image);
+    RowView r;
+    r.data = v.data + y * v.rowStep;
+    r.channels = image::effectiveChannels(image);
+    r.bit = v.bitOffset;
+    const ptrdiff_t size = static_cast<ptrdiff_t>(valueBytes(image));
+    if (isBits(image)) return r;
+    if (image->dataOrder == OZL_DATA_ORDER_PLANE) {
+        r.pixelStep = size;
+        r.channelStep = v.planeStep;
+    } else {
+        r.pixelStep = v.pixelStride * size;
+        r.channelStep = size;
+    }
+    return r;
+}
+
+int mapPixels(const MapOperands& o, const OzlImage* mask, const MapKernel& k) {
+    if (!anyTiled(o)) return mapUntiled(o, mask, k);
+    const Size size = commonSize(o, mask);
+    image::TileOperand operands[kMaxSources + 1];
+    for (int i = 0; i < kMaxSources; ++i) operands[i] = {o.src[i], image::TileAccess::Read};
+    operands[kDstOperand] = {o.dst, image::TileAccess::Write};
+    int result = kMapDone;
+    const int walked = image::walkTiles(
+        operands, kMaxSources + 1, mask, size.width, size.height, [&](const image::Piece& piece) {
+            if (result != kMapDone) return;
+            MapOperands po;
+            for (int i = 0; i < kMaxSources; ++i) po.src[i] = piece.operand[i];
+            po.dst = piece.operand[kDstOperand];
+            result = mapUntiled(po, piece.mask, k);
+        });
+    return walked != image::kWalkDone ? walked : result;
+}
+
+}  // namespace ozl::core
