@@ -1,6 +1,9 @@
 #include "bench/harness.hpp"
 
+#include <benchmark/benchmark.h>
+
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -245,6 +248,109 @@ std::vector<TableRow>& tableRows() {
 std::vector<PathRow>& pathRows() {
     static std::vector<PathRow> rows;
     return rows;
+}
+
+}  // namespace ozl::bench
+
+namespace ozl::bench {
+
+namespace {
+
+struct Line {
+    Comparison c;
+    std::string ozlRow, cvRow;
+    int order;
+};
+
+std::vector<Line>& lines() {
+    static std::vector<Line> all;
+    return all;
+}
+
+std::vector<void (*)()>& registrars() {
+    static std::vector<void (*)()> all;
+    return all;
+}
+
+std::string rowName(const Comparison& c, const std::string& impl) {
+    std::string name = c.family + "/" + c.operation + "/" + c.size + "/" + impl;
+    for (char& ch : name)
+        if (ch == ' ') ch = '_';
+    return name;
+}
+
+}  // namespace
+
+Registrar::Registrar(void (*registerRows)()) { registrars().push_back(registerRows); }
+
+void runRegistrars() {
+    for (auto r : registrars()) r();
+}
+
+void addComparison(const Comparison& line, std::function<void()> ozlCall,
+                   std::function<void()> cvCall) {
+    auto add = [](const std::string& name, auto body) {
+        benchmark::RegisterBenchmark(name.c_str(), body)
+            ->Unit(benchmark::kMicrosecond)
+            ->MinTime(0.1);
+    };
+    for (int l = 0; l <= static_cast<int>(cpu::detected()); ++l) {
+        const auto level = static_cast<cpu::Level>(l);
+        add(rowName(line, std::string("ozl_") + cpu::name(level)),
+            [ozlCall, level](benchmark::State& st) {
+                LevelCap cap(level);
+                ozlCall();
+                for (auto _ : st) ozlCall();
+            });
+    }
+    add(rowName(line, "opencv"), [cvCall](benchmark::State& st) {
+        cvCall();
+        for (auto _ : st) cvCall();
+    });
+    lines().push_back({line, rowName(line, std::string("ozl_") + cpu::name(cpu::active())),
+                       rowName(line, "opencv"), static_cast<int>(lines().size())});
+}
+
+void printComparisons(const char* level) {
+    std::vector<std::string> families;
+    for (const Line& l : lines())
+        if (std::find(families.begin(), families.end(), l.c.family) == families.end())
+            families.push_back(l.c.family);
+    for (const std::string& family : families) {
+        std::printf("\n%s: ozl (%s) against OpenCV %s, one thread\n", family.c_str(), level,
+                    CV_VERSION);
+        std::printf("%-24s %-22s %11s %11s %10s %7s\n", "operation", "size",
+                    (std::string("ozl ") + level).c_str(), "OpenCV", "ozl/OpenCV", "target");
+        int met = 0, measured = 0;
+        for (const Line& l : lines()) {
+            if (l.c.family != family) continue;
+            const auto t = timeOf(l.ozlRow), cv = timeOf(l.cvRow);
+            if (!t && !cv) continue;
+            auto fmt = [](std::optional<double> ns) {
+                char buf[32];
+                if (!ns) return std::string("-");
+                if (*ns < 1e6) std::snprintf(buf, sizeof buf, "%.1f us", *ns / 1e3);
+                else std::snprintf(buf, sizeof buf, "%.2f ms", *ns / 1e6);
+                return std::string(buf);
+            };
+            char ratio[16] = "-", target[16] = "";
+            bool ok = true;
+            if (t && cv && *cv > 0) {
+                const double r = std::round(*t / *cv * 100) / 100;
+                std::snprintf(ratio, sizeof ratio, "%.2f", r);
+                if (l.c.target > 0) {
+                    ++measured;
+                    ok = r <= l.c.target;
+                    met += ok;
+                }
+            }
+            if (l.c.target > 0) std::snprintf(target, sizeof target, "%.2f%s", l.c.target, ok ? "" : " *");
+            std::printf("%-24s %-22s %11s %11s %10s %7s  %s\n", l.c.operation.c_str(),
+                        l.c.size.c_str(), fmt(t).c_str(), fmt(cv).c_str(), ratio, target,
+                        l.c.note.c_str());
+        }
+        std::printf("  targets met: %d of %d (* over its target)\n", met, measured);
+    }
 }
 
 }  // namespace ozl::bench

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -154,7 +155,41 @@ struct PathRow {
 std::vector<TableRow>& tableRows();
 std::vector<PathRow>& pathRows();
 
-// Registers every benchmark row.
+// Registers every row of the pixel-wise table.
 void registerPixelwise();
+
+// ---------------------------------------------------------------------------
+// The tables of the other families: one line per operation and size, ozl at
+// the active level against its OpenCV counterpart, with the target ratio.
+// A family's bench file registers its lines at start-up:
+//
+//   static Registrar registrar([] {
+//       addComparison({"filter", "conv 3x3 8U", "640x480", 0.5, "level/notes"},
+//                     [=] { ozlConvolve2D(...); }, [=] { cv::filter2D(...); });
+//   });
+
+struct Comparison {
+    std::string family;     // table the line goes to
+    std::string operation;  // "conv 3x3 8U"
+    std::string size;       // "640x480"
+    double target;          // ozl/OpenCV must not exceed it (0: no target)
+    std::string note;       // printed after the line ("OpenCV rounds differently", ...)
+};
+
+// Registers the ozl row (timed at every level the machine has; the table
+// shows the active one) and the OpenCV row of one line. The callables run
+// once per iteration; their set-up belongs outside them. Both run once
+// before timing, so a failing call shows on stderr.
+void addComparison(const Comparison& line, std::function<void()> ozlCall,
+                   std::function<void()> cvCall);
+
+// Runs a family's registration before the benchmarks are listed.
+struct Registrar {
+    explicit Registrar(void (*registerRows)());
+};
+void runRegistrars();
+
+// Prints every family's table and how its lines stand against their targets.
+void printComparisons(const char* level);
 
 }  // namespace ozl::bench

@@ -194,6 +194,7 @@ int main(int argc, char** argv) {
     std::printf("ozl level %s (detected %s); OpenCV %s with %d thread(s)\n", level,
                 ozl::cpu::name(ozl::cpu::detected()), CV_VERSION, cv::getNumThreads());
     registerPixelwise();
+    runRegistrars();
 
     TimeCollector reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
@@ -206,6 +207,7 @@ int main(int argc, char** argv) {
     printComparison(rows, level);
     printPaths(paths, level);
     printTargets(rows, paths);
+    printComparisons(level);
     std::fflush(stdout);
     benchmark::Shutdown();
     return 0;
