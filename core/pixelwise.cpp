@@ -258,6 +258,20 @@ void blendInto(const RowView& d, const char* computed, size_t n, size_t size, Ma
     }
 }
 
+// Copies n pixels of a destination row into a dense chunk (pixel kernels that
+// leave channels unwritten).
+void readPixels(char* chunk, const RowView& d, size_t n, size_t size) {
+    const size_t pixelBytes = d.channels * size;
+    if (d.channelStep == static_cast<ptrdiff_t>(size)) {
+        gather(chunk, d.data, d.pixelStep, n, pixelBytes);
+        return;
+    }
+    for (int c = 0; c < d.channels; ++c)
+        for (size_t p = 0; p < n; ++p)
+            std::memcpy(chunk + p * pixelBytes + c * size, d.data + c * d.channelStep + p * d.pixelStep,
+                        size);
+}
+
 // The pixel kernel over one row: straight into the destination where it can,
 // else a chunk at a time into a buffer that is then merged (1-bit rows) or
 // blended (values) into the destination.
@@ -293,8 +307,9 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
             t.channelStep = static_cast<ptrdiff_t>(size);
             t.pixelStep = static_cast<ptrdiff_t>(pixelBytes);
         }
-        k.pixel(s, t, n, k.context);
         const RowView out = advance(d, done);
+        if (k.partialPixels && !dstBits) readPixels(computed, out, n, size);
+        k.pixel(s, t, n, k.context);
         MaskRow m = mask;
         m.bit += done;
         if (dstBits) {

@@ -63,6 +63,10 @@ struct MapKernel {
     // Value kernels: the alpha channel is processed too (fills write every
     // channel when there is no channel of interest).
     bool withAlpha = false;
+    // Pixel kernels that write only some of the destination's processed
+    // channels, the others keeping their values: a masked row starts each
+    // computed chunk from the destination's pixels.
+    bool partialPixels = false;
 };
 
 // Result of a walk: done, out of memory, or the operand whose tile callback
