@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 #include "core/pixelwise.hpp"
 #include "frame/cpu.hpp"
@@ -90,6 +91,14 @@ struct ColorTable {
 const ColorTable& colorTable(cpu::Level level);
 // The scalar table, which every level's table starts from.
 const ColorTable& referenceTable();
+
+// Every vector table this processor runs, the AVX-512 one with and without
+// the byte permutes: the tests compare each with the scalar table.
+struct NamedTable {
+    const char* name;
+    const ColorTable* table;
+};
+std::vector<NamedTable> vectorTables();
 inline const ColorTable& activeTable() { return colorTable(cpu::active()); }
 
 // ---------------------------------------------------------------------------

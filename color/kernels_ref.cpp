@@ -8,6 +8,7 @@ namespace ozl::color {
 const ColorTable& colorTableSse2();
 const ColorTable& colorTableAvx2();
 const ColorTable& colorTableAvx512();
+const ColorTable& colorTableAvx512Vbmi();
 
 namespace {
 
@@ -62,15 +63,29 @@ const ColorTable& colorTableRef() {
     return table;
 }
 
+// The AVX-512 level takes the byte-permute variant where the processor has it.
+const ColorTable& colorTableAvx512Best() {
+    return cpu::hasAvx512Vbmi() ? colorTableAvx512Vbmi() : colorTableAvx512();
+}
+
 constexpr simd::PerLevel<ColorTable> kTables{&colorTableRef, &colorTableSse2, &colorTableAvx2,
-                                             &colorTableAvx512};
+                                             &colorTableAvx512Best};
 
 }  // namespace
 
 const ColorTable& colorTable(cpu::Level level) { return kTables.at(level); }
 
-// The vector tables start from the scalar one: what a level has no vector form
-// of stays scalar.
 const ColorTable& referenceTable() { return colorTableRef(); }
+
+std::vector<NamedTable> vectorTables() {
+    std::vector<NamedTable> out;
+    const cpu::Level top = cpu::detected();
+    if (top >= cpu::Level::Sse2) out.push_back({"sse2", &colorTableSse2()});
+    if (top >= cpu::Level::Avx2) out.push_back({"avx2", &colorTableAvx2()});
+    if (top >= cpu::Level::Avx512) out.push_back({"avx512", &colorTableAvx512()});
+    if (top >= cpu::Level::Avx512 && cpu::hasAvx512Vbmi())
+        out.push_back({"avx512vbmi", &colorTableAvx512Vbmi()});
+    return out;
+}
 
 }  // namespace ozl::color

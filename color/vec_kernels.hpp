@@ -12,7 +12,10 @@
 // Internal linkage throughout (see simd/sse2.hpp).
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+#include <type_traits>
 #include <utility>
 
 #include "color/convert_ref.hpp"
@@ -44,8 +47,9 @@ struct Io {
         if (l == Layout::Packed4) return Vx::load4x8(p, x[0], x[1], x[2]);
         x[0] = Vx::load(p), x[1] = Vx::load(p + channelStep), x[2] = Vx::load(p + 2 * channelStep);
     }
+    template <bool kStream = false>
     static void store3(Layout l, char* p, ptrdiff_t channelStep, const V (&y)[3]) {
-        if (l == Layout::Packed3) return Vx::store3x8(p, y[0], y[1], y[2]);
+        if (l == Layout::Packed3) return Vx::template store3x8<kStream>(p, y[0], y[1], y[2]);
         Vx::store(p, y[0]), Vx::store(p + channelStep, y[1]), Vx::store(p + 2 * channelStep, y[2]);
     }
     static void load3(Layout l, const char* p, ptrdiff_t channelStep, VF (&x)[3]) {
@@ -53,11 +57,25 @@ struct Io {
         if (l == Layout::Packed3) return Vx::load3xF(f, x[0], x[1], x[2]);
         x[0] = Vx::loadF(p), x[1] = Vx::loadF(p + channelStep), x[2] = Vx::loadF(p + 2 * channelStep);
     }
+    template <bool kStream = false>
     static void store3(Layout l, char* p, ptrdiff_t channelStep, const VF (&y)[3]) {
         if (l == Layout::Packed3) return Vx::store3xF(reinterpret_cast<float*>(p), y[0], y[1], y[2]);
         Vx::store(p, y[0]), Vx::store(p + channelStep, y[1]), Vx::store(p + 2 * channelStep, y[2]);
     }
 };
+
+// Rows that read and write at least this many bytes outgrow a typical
+// last-level cache: their stores go past the caches (interleaved byte
+// destinations), which saves reading the destination first.
+constexpr size_t kStreamFrom = size_t{32} << 20;
+
+// Pixels of a row of `step`-byte pixels before `p` reaches a multiple of
+// `align`; the row length when it never does within `align` pixels.
+inline size_t pixelsToAlign(const char* p, ptrdiff_t step, size_t align, size_t n) {
+    for (size_t k = 0; k < align && k < n; ++k)
+        if (reinterpret_cast<uintptr_t>(p + static_cast<ptrdiff_t>(k) * step) % align == 0) return k;
+    return n;
+}
 
 // The row driver of the three-channel kernels. K<Vx> gives: Value (uint8_t or
 // float), kWay (which side is RGB; the twist has none), a constructor from the
@@ -84,14 +102,28 @@ void row3(const RowView* src, const RowView& dst, size_t n, const void* context)
             swapIn = bgr && K::kWay == Way::FromRgb;
             swapOut = bgr && K::kWay == Way::ToRgb;
         }
-        for (; done + kStep <= n; done += kStep) {
-            W x[3], y[3];
-            Io<Vx>::load3(ls, s.data + static_cast<ptrdiff_t>(done) * s.pixelStep, s.channelStep, x);
-            if (swapIn) std::swap(x[0], x[2]);
-            k.block(x, y);
-            if (swapOut) std::swap(y[0], y[2]);
-            Io<Vx>::store3(ld, dst.data + static_cast<ptrdiff_t>(done) * dst.pixelStep,
-                           dst.channelStep, y);
+        auto blocks = [&](auto streamTag) {
+            constexpr bool kStream = decltype(streamTag)::value;
+            for (; done + kStep <= n; done += kStep) {
+                W x[3], y[3];
+                Io<Vx>::load3(ls, s.data + static_cast<ptrdiff_t>(done) * s.pixelStep,
+                              s.channelStep, x);
+                if (swapIn) std::swap(x[0], x[2]);
+                k.block(x, y);
+                if (swapOut) std::swap(y[0], y[2]);
+                Io<Vx>::template store3<kStream>(
+                    ld, dst.data + static_cast<ptrdiff_t>(done) * dst.pixelStep, dst.channelStep, y);
+            }
+        };
+        const size_t bytes = n * static_cast<size_t>(std::abs(s.pixelStep) + dst.pixelStep);
+        const size_t head = pixelsToAlign(dst.data, dst.pixelStep, Vx::kBytes, n);
+        if (ld == Layout::Packed3 && bytes >= kStreamFrom && head < n) {
+            K::scalar(src, dst, head, context);
+            done = head;
+            blocks(std::true_type{});
+            Vx::streamFence();
+        } else {
+            blocks(std::false_type{});
         }
     }
     if (done < n) {
@@ -433,44 +465,99 @@ template <class Vx> using HlsToRgb8 = HueToRgb8<Vx, true>;
 // ---------------------------------------------------------------------------
 // The 8U colour twist on its fixed-point path: 16-bit products and sums that
 // wrap as the scalar form's do, an arithmetic shift, the offset added with
-// 16-bit saturation, and the byte saturation of the pack.
+// 16-bit saturation, and the byte saturation of the pack. Where the weights
+// are bytes and no pair of them can saturate a 16-bit sum (|w0| + |w1| at
+// most 128), byte multiply-adds take two products at once; a zero offset is
+// not added.
+
+// True when every weight is a signed byte and w_i0 x0 + w_i1 x1 stays within
+// 16 bits for all bytes x0, x1.
+inline bool twistFitsBytes(const TwistArgs& a) {
+    for (const auto& row : a.weight) {
+        for (int16_t w : row)
+            if (w < -128 || w > 127) return false;
+        if ((std::abs(row[0]) + std::abs(row[1])) * 255 > 32767) return false;
+    }
+    return true;
+}
+
+template <bool kBytes, bool kBias>
+struct TwistMode {
+    template <class Vx>
+    struct K {
+        using V = typename Vx::V;
+        using Value = uint8_t;
+        static constexpr bool kRgbSide = false;
+        static constexpr Way kWay = Way::FromRgb;
+        V w[3][3], k[3], bias;
+        int shift;
+
+        explicit K(const void* context) {
+            const auto& a = *static_cast<const TwistArgs*>(context);
+            for (int i = 0; i < 3; ++i) {
+                if constexpr (kBytes) {
+                    // (x0, x1) byte pairs and (x2, 0).
+                    w[i][0] = Vx::set16(((a.weight[i][1] & 0xFF) << 8) | (a.weight[i][0] & 0xFF));
+                    w[i][1] = Vx::set16(a.weight[i][2] & 0xFF);
+                } else {
+                    for (int j = 0; j < 3; ++j) w[i][j] = Vx::set16(a.weight[i][j]);
+                }
+                k[i] = Vx::set16(static_cast<int16_t>(a.constant[i] & 0xFFFF));
+            }
+            bias = Vx::set16(a.bias);
+            shift = a.shift;
+        }
+        static void scalar(const RowView* s, const RowView& d, size_t n, const void* c) {
+            twistFixedRef<uint8_t>(s, d, n, c);
+        }
+
+        V finish(V sum, decltype(Vx::count(0)) count) const {
+            const V shifted = Vx::sra16(sum, count);
+            if constexpr (kBias) return Vx::addsS16(shifted, bias);
+            else return shifted;
+        }
+
+        void block(const V (&x)[3], V (&y)[3]) const {
+            const auto count = Vx::count(shift);
+            if constexpr (kBytes) {
+                const V z = Vx::zero();
+                const V p01[2] = {Vx::unpackLo8(x[0], x[1]), Vx::unpackHi8(x[0], x[1])};
+                const V p2[2] = {Vx::unpackLo8(x[2], z), Vx::unpackHi8(x[2], z)};
+                for (int i = 0; i < 3; ++i) {
+                    V r[2];
+                    for (int h = 0; h < 2; ++h)
+                        r[h] = finish(Vx::add16(Vx::add16(Vx::maddUbs(p01[h], w[i][0]), k[i]),
+                                                Vx::maddUbs(p2[h], w[i][1])),
+                                      count);
+                    y[i] = Vx::packUS16(r[0], r[1]);
+                }
+            } else {
+                const Wide<Vx> a = Wide<Vx>::of(x[0]), b = Wide<Vx>::of(x[1]), c = Wide<Vx>::of(x[2]);
+                for (int i = 0; i < 3; ++i) {
+                    auto one = [&](V x0, V x1, V x2) {
+                        return finish(Vx::add16(Vx::add16(Vx::add16(Vx::mullo16(w[i][0], x0), k[i]),
+                                                          Vx::mullo16(w[i][1], x1)),
+                                                Vx::mullo16(w[i][2], x2)),
+                                      count);
+                    };
+                    y[i] = Vx::packUS16(one(a.lo, b.lo, c.lo), one(a.hi, b.hi, c.hi));
+                }
+            }
+        }
+    };
+};
 
 template <class Vx>
-struct TwistFixed8 {
-    using V = typename Vx::V;
-    using Value = uint8_t;
-    static constexpr bool kRgbSide = false;
-    static constexpr Way kWay = Way::FromRgb;
-    V w[3][3], k[3], bias;
-    int shift;
-
-    explicit TwistFixed8(const void* context) {
-        const auto& a = *static_cast<const TwistArgs*>(context);
-        for (int i = 0; i < 3; ++i) {
-            for (int j = 0; j < 3; ++j) w[i][j] = Vx::set16(a.weight[i][j]);
-            k[i] = Vx::set16(static_cast<int16_t>(a.constant[i] & 0xFFFF));
-        }
-        bias = Vx::set16(a.bias);
-        shift = a.shift;
+void twistFixed8(const RowView* src, const RowView& dst, size_t n, const void* context) {
+    const auto& a = *static_cast<const TwistArgs*>(context);
+    const bool bias = a.bias != 0;
+    if (Vx::kHasByteMadd && twistFitsBytes(a)) {
+        if (bias) return row3<Vx, TwistMode<Vx::kHasByteMadd, true>::template K>(src, dst, n, context);
+        return row3<Vx, TwistMode<Vx::kHasByteMadd, false>::template K>(src, dst, n, context);
     }
-    static void scalar(const RowView* s, const RowView& d, size_t n, const void* c) {
-        twistFixedRef<uint8_t>(s, d, n, c);
-    }
-
-    void block(const V (&x)[3], V (&y)[3]) const {
-        const Wide<Vx> a = Wide<Vx>::of(x[0]), b = Wide<Vx>::of(x[1]), c = Wide<Vx>::of(x[2]);
-        const auto count = Vx::count(shift);
-        for (int i = 0; i < 3; ++i) {
-            auto one = [&](V x0, V x1, V x2) {
-                const V sum = Vx::add16(
-                    Vx::add16(Vx::add16(Vx::mullo16(w[i][0], x0), k[i]), Vx::mullo16(w[i][1], x1)),
-                    Vx::mullo16(w[i][2], x2));
-                return Vx::addsS16(Vx::sra16(sum, count), bias);
-            };
-            y[i] = Vx::packUS16(one(a.lo, b.lo, c.lo), one(a.hi, b.hi, c.hi));
-        }
-    }
-};
+    if (bias) return row3<Vx, TwistMode<false, true>::template K>(src, dst, n, context);
+    row3<Vx, TwistMode<false, false>::template K>(src, dst, n, context);
+}
 
 // ---------------------------------------------------------------------------
 // LUV, 32F: the shared arithmetic on vectors.
@@ -532,6 +619,14 @@ void toGray8(const RowView* src, const RowView& dst, size_t n, const void* conte
     if (ls != Layout::Other && dst.pixelStep == 1) {
         const auto& a = *static_cast<const GrayArgs*>(context);
         const V w0 = Vx::set16(a.weight[0]), w1 = Vx::set16(a.weight[1]), w2 = Vx::set16(a.weight[2]);
+        // Streaming blocks end on aligned addresses: the last pixels go first.
+        const bool stream = n * static_cast<size_t>(s.pixelStep + 1) >= kStreamFrom;
+        if (stream) {
+            const size_t tail = std::min(n, reinterpret_cast<uintptr_t>(dst.data + n) % kStep);
+            const RowView rest[1] = {advanced(s, n - tail)};
+            toGrayRef<uint8_t, uint8_t>(rest, advanced(dst, n - tail), tail, context);
+            left = n - tail;
+        }
         for (; left >= kStep; left -= kStep) {
             const size_t at = left - kStep;
             V x[3];
@@ -541,8 +636,11 @@ void toGray8(const RowView* src, const RowView& dst, size_t n, const void* conte
                 return Vx::template srli16<8>(Vx::add16(
                     Vx::add16(Vx::mullo16(w0, x0), Vx::mullo16(w1, x1)), Vx::mullo16(w2, x2)));
             };
-            Vx::store(dst.data + at, Vx::packUS16(gray(r.lo, g.lo, b.lo), gray(r.hi, g.hi, b.hi)));
+            const V y = Vx::packUS16(gray(r.lo, g.lo, b.lo), gray(r.hi, g.hi, b.hi));
+            if (stream) Vx::stream(dst.data + at, y);
+            else Vx::store(dst.data + at, y);
         }
+        if (stream) Vx::streamFence();
     }
     if (left > 0) toGrayRef<uint8_t, uint8_t>(src, dst, left, context);
 }
@@ -609,7 +707,7 @@ ColorTable vectorTable(const ColorTable& reference) {
     set(Model::Hls, Way::ToRgb, Depth::U8, &row3<Vx, HlsToRgb8>);
     set(Model::Luv, Way::FromRgb, Depth::F32, &row3<Vx, LuvConversion<Way::FromRgb>::template K>);
     set(Model::Luv, Way::ToRgb, Depth::F32, &row3<Vx, LuvConversion<Way::ToRgb>::template K>);
-    t.twistFixed[0] = &row3<Vx, TwistFixed8>;
+    t.twistFixed[0] = &twistFixed8<Vx>;
     t.toGray[0][0] = &toGray8<Vx>;
     t.fromGray[static_cast<int>(Gray::U8)] = &fromGray8<Vx>;
     return t;

@@ -326,10 +326,30 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
     return true;
 }
 
+// True when every operand's rows follow each other without a gap, so that the
+// whole region is one row of width x height pixels (not for 1-bit rows).
+bool rowsJoin(const MapOperands& o, Size size) {
+    if (size.height < 2) return false;
+    auto joins = [&](const OzlImage* im) {
+        if (!im) return true;
+        if (isBits(im)) return false;
+        const RowView r0 = rowOf(im, 0), r1 = rowOf(im, 1);
+        return r1.data - r0.data == static_cast<ptrdiff_t>(size.width) * r0.pixelStep;
+    };
+    for (const OzlImage* s : o.src)
+        if (!joins(s)) return false;
+    return joins(o.dst);
+}
+
 bool pixelRows(const MapOperands& o, const View& vm, const MapKernel& k, Size size) {
     const bool dstBits = isBits(o.dst);
     const size_t dSize = valueBytes(o.dst);
     RowView src[kMaxSources];
+    if (!vm.data && rowsJoin(o, size)) {
+        for (int i = 0; i < kMaxSources; ++i) src[i] = o.src[i] ? rowOf(o.src[i], 0) : RowView{};
+        return pixelRow(k, src, rowOf(o.dst, 0), dstBits, dSize, {},
+                        static_cast<size_t>(size.width) * static_cast<size_t>(size.height));
+    }
     for (int y = 0; y < size.height; ++y) {
         for (int i = 0; i < kMaxSources; ++i) src[i] = o.src[i] ? rowOf(o.src[i], y) : RowView{};
         const RowView d = rowOf(o.dst, y);

@@ -102,6 +102,10 @@ struct Avx2 {
 
     // Channel mixing: multiply 16-bit pairs and add each pair into 32 bits.
     static V madd16(V a, V b) { return _mm256_madd_epi16(a, b); }
+    // Unsigned bytes of a times signed bytes of b, each pair added with
+    // 16-bit saturation.
+    static constexpr bool kHasByteMadd = true;
+    static V maddUbs(V a, V b) { return _mm256_maddubs_epi16(a, b); }
     static V minU8(V a, V b) { return _mm256_min_epu8(a, b); }
     static V maxU8(V a, V b) { return _mm256_max_epu8(a, b); }
     static V minS16(V a, V b) { return _mm256_min_epi16(a, b); }
@@ -135,6 +139,11 @@ struct Avx2 {
     // 16-byte pieces are first dealt to the lanes; then byte shuffles sort the
     // channels within the lanes.
     static V pattern(const simd::LanePattern& p) { return load(p.b); }
+    template <bool kStream>
+    static void put(void* p, V v) {
+        if constexpr (kStream) stream(p, v);
+        else store(p, v);
+    }
     static V split3(V r0, V r1, V r2, int c) {
         const auto& s = kInterleave.split[c];
         return or_(or_(shuffle8(r0, pattern(s[0])), shuffle8(r1, pattern(s[1]))),
@@ -148,6 +157,8 @@ struct Avx2 {
         const V r2 = _mm256_permute2x128_si256(m, z, 0x30);      // 2, 5
         c0 = split3(r0, r1, r2, 0), c1 = split3(r0, r1, r2, 1), c2 = split3(r0, r1, r2, 2);
     }
+    // kStream: the destination is 32-byte aligned and the stores go past the caches.
+    template <bool kStream = false>
     static void store3x8(void* p, V c0, V c1, V c2) {
         V r[3];
         for (int k = 0; k < 3; ++k) {
@@ -156,9 +167,9 @@ struct Avx2 {
                        shuffle8(c2, pattern(j[2])));
         }
         auto* b = static_cast<uint8_t*>(p);
-        store(b, _mm256_permute2x128_si256(r[0], r[1], 0x20));
-        store(b + 32, _mm256_permute2x128_si256(r[2], r[0], 0x30));
-        store(b + 64, _mm256_permute2x128_si256(r[1], r[2], 0x31));
+        put<kStream>(b, _mm256_permute2x128_si256(r[0], r[1], 0x20));
+        put<kStream>(b + 32, _mm256_permute2x128_si256(r[2], r[0], 0x30));
+        put<kStream>(b + 64, _mm256_permute2x128_si256(r[1], r[2], 0x31));
     }
     // Four channels, the fourth dropped.
     static void load4x8(const void* p, V& c0, V& c1, V& c2) {

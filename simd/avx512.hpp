@@ -116,6 +116,10 @@ struct Avx512 {
 
     // Channel mixing: multiply 16-bit pairs and add each pair into 32 bits.
     static V madd16(V a, V b) { return _mm512_madd_epi16(a, b); }
+    // Unsigned bytes of a times signed bytes of b, each pair added with
+    // 16-bit saturation.
+    static constexpr bool kHasByteMadd = true;
+    static V maddUbs(V a, V b) { return _mm512_maddubs_epi16(a, b); }
     static V minU8(V a, V b) { return _mm512_min_epu8(a, b); }
     static V maxU8(V a, V b) { return _mm512_max_epu8(a, b); }
     static V minS16(V a, V b) { return _mm512_min_epi16(a, b); }
@@ -145,6 +149,11 @@ struct Avx512 {
     // 128-bit lanes (16 pixels each), then byte shuffles sort the channels
     // within the lanes.
     static V pattern(const LanePattern& p) { return load(p.b); }
+    template <bool kStream>
+    static void put(void* p, V v) {
+        if constexpr (kStream) stream(p, v);
+        else store(p, v);
+    }
     static V qwords(int64_t a, int64_t b, int64_t c, int64_t d, int64_t e, int64_t f,
                     int64_t g, int64_t h) {
         return _mm512_setr_epi64(a, b, c, d, e, f, g, h);
@@ -170,6 +179,8 @@ struct Avx512 {
             qwords(0, 0, 0, 0, 0, 1, 6, 7), z);
         c0 = split3(r0, r1, r2, 0), c1 = split3(r0, r1, r2, 1), c2 = split3(r0, r1, r2, 2);
     }
+    // kStream: the destination is 64-byte aligned and the stores go past the caches.
+    template <bool kStream = false>
     static void store3x8(void* p, V c0, V c1, V c2) {
         V r[3];
         for (int k = 0; k < 3; ++k) {
@@ -180,13 +191,13 @@ struct Avx512 {
         }
         // Register r holds output pieces r, r + 3, r + 6, r + 9.
         auto* b = static_cast<uint8_t*>(p);
-        store(b, _mm512_mask_permutexvar_epi64(
+        put<kStream>(b, _mm512_mask_permutexvar_epi64(
                      _mm512_permutex2var_epi64(r[0], qwords(0, 1, 8, 9, 0, 0, 2, 3), r[1]), 0x30,
                      qwords(0, 0, 0, 0, 0, 1, 0, 0), r[2]));
-        store(b + 64, _mm512_mask_permutexvar_epi64(
+        put<kStream>(b + 64, _mm512_mask_permutexvar_epi64(
                           _mm512_permutex2var_epi64(r[1], qwords(2, 3, 10, 11, 0, 0, 4, 5), r[2]),
                           0x30, qwords(0, 0, 0, 0, 4, 5, 0, 0), r[0]));
-        store(b + 128, _mm512_mask_permutexvar_epi64(
+        put<kStream>(b + 128, _mm512_mask_permutexvar_epi64(
                            _mm512_permutex2var_epi64(r[2], qwords(4, 5, 14, 15, 0, 0, 6, 7), r[0]),
                            0x30, qwords(0, 0, 0, 0, 6, 7, 0, 0), r[1]));
     }

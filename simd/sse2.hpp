@@ -100,6 +100,8 @@ struct Sse2 {
 
     // Channel mixing: multiply 16-bit pairs and add each pair into 32 bits.
     static V madd16(V a, V b) { return _mm_madd_epi16(a, b); }
+    // No byte multiply-add (pmaddubsw) before SSSE3.
+    static constexpr bool kHasByteMadd = false;
     static V minU8(V a, V b) { return _mm_min_epu8(a, b); }
     static V maxU8(V a, V b) { return _mm_max_epu8(a, b); }
     static V minS16(V a, V b) { return _mm_min_epi16(a, b); }
@@ -144,12 +146,18 @@ struct Sse2 {
             for (int c = 0; c < 3; ++c) t[c][i] = s[4 * i + c];
         c0 = load(t[0]), c1 = load(t[1]), c2 = load(t[2]);
     }
+    // kStream: the destination is 16-byte aligned and the stores go past the caches.
+    template <bool kStream = false>
     static void store3x8(void* p, V c0, V c1, V c2) {
-        alignas(16) uint8_t t[3][16];
+        alignas(16) uint8_t t[3][16], joined[48];
         store(t[0], c0), store(t[1], c1), store(t[2], c2);
-        auto* d = static_cast<uint8_t*>(p);
         for (int i = 0; i < 16; ++i)
-            for (int c = 0; c < 3; ++c) d[3 * i + c] = t[c][i];
+            for (int c = 0; c < 3; ++c) joined[3 * i + c] = t[c][i];
+        auto* d = static_cast<uint8_t*>(p);
+        for (int r = 0; r < 3; ++r) {
+            if constexpr (kStream) stream(d + 16 * r, load(joined + 16 * r));
+            else store(d + 16 * r, load(joined + 16 * r));
+        }
     }
     static void load3xF(const float* p, VF& c0, VF& c1, VF& c2) {
         alignas(16) float t[3][4];

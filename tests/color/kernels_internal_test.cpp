@@ -150,12 +150,17 @@ struct Contexts {
     }
 };
 
-class ColorKernel : public testing::TestWithParam<std::tuple<Level, int>> {};
+// The vector tables by index (each level's, and AVX-512 with and without the
+// byte permutes).
+ozl::color::NamedTable tableAt(int i) { return ozl::color::vectorTables()[i]; }
+int tableCount() { return static_cast<int>(ozl::color::vectorTables().size()); }
+
+class ColorKernel : public testing::TestWithParam<std::tuple<int, int>> {};
 
 TEST_P(ColorKernel, MatchesScalarTableOnRandomRows) {
-    const auto [level, index] = GetParam();
+    const auto [tableIndex, index] = GetParam();
     const KernelCase kc = vectorKernels()[index];
-    const PixelFn vec = kc.get(ozl::color::colorTable(level));
+    const PixelFn vec = kc.get(*tableAt(tableIndex).table);
     const PixelFn ref = kc.get(ozl::color::colorTable(Level::Ref));
     ASSERT_NE(vec, ref) << "no vector form at this level";
     // Source layouts: 3 or 4 interleaved, planes, 5 interleaved (scalar only);
@@ -164,7 +169,7 @@ TEST_P(ColorKernel, MatchesScalarTableOnRandomRows) {
     const std::vector<int> srcStrides = kc.srcChannels == 1 ? std::vector<int>{1} : std::vector<int>{3, 4, 0, 5};
     const std::vector<int> dstStrides = kc.dstChannels == 1 ? std::vector<int>{1} : std::vector<int>{3, 0, 4};
     const bool floats = kc.valueSize == 4;
-    std::mt19937 rng(20240701u + index * 977u + static_cast<uint32_t>(level) * 31u);
+    std::mt19937 rng(20240701u + index * 977u + static_cast<uint32_t>(tableIndex) * 31u);
     Contexts contexts;
     for (size_t n : ozl::test::runWidths())
         for (int ss : srcStrides)
@@ -230,24 +235,23 @@ TEST_P(EveryColour, EveryLevelMatchesTheScalarForm) {
     for (size_t chunk = 0; chunk < chunks; ++chunk) {
         fillChunk(in, chunk);
         run(ref, in, expected, red);
-        for (Level level : ozl::test::vectorLevels()) {
-            run(kc.get(ozl::color::colorTable(level)), in, got, red);
+        for (const ozl::color::NamedTable& t : ozl::color::vectorTables()) {
+            run(kc.get(*t.table), in, got, red);
             const size_t at = ozl::test::firstDifference(got, expected);
-            ASSERT_EQ(at, got.size()) << kc.name << " at " << ozl::cpu::name(level) << ": input "
+            ASSERT_EQ(at, got.size()) << kc.name << " at " << t.name << ": input "
                                       << int(in[at / 3 * 3]) << "," << int(in[at / 3 * 3 + 1])
                                       << "," << int(in[at / 3 * 3 + 2]);
         }
     }
 }
 
-std::string kernelName(const testing::TestParamInfo<std::tuple<Level, int>>& info) {
-    return std::string(ozl::cpu::name(std::get<0>(info.param))) + "_" +
+std::string kernelName(const testing::TestParamInfo<std::tuple<int, int>>& info) {
+    return std::string(tableAt(std::get<0>(info.param)).name) + "_" +
            vectorKernels()[std::get<1>(info.param)].name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Levels, ColorKernel,
-                         testing::Combine(testing::ValuesIn(ozl::test::vectorLevels()),
-                                          testing::Range(0, 16)),
+INSTANTIATE_TEST_SUITE_P(Tables, ColorKernel,
+                         testing::Combine(testing::Range(0, tableCount()), testing::Range(0, 16)),
                          kernelName);
 
 // The eleven 8U conversions.
