@@ -10,10 +10,10 @@
 // combined bit is 0 the destination keeps its pixel. The fourth argument of
 // ozlApplyColorTwist is an offset in sample units added to every result after
 // the scaling and rounding, before the saturation.
-#include <cmath>
 #include <cstring>
 
 #include "color/frame.hpp"
+#include "color/twist_plan.hpp"
 #include "core/pixelwise.hpp"
 #include "image/mask.hpp"
 #include "image/tiles.hpp"
@@ -119,48 +119,6 @@ void run(const Caller& c, OzlImage* src, OzlImage* dst, PixelFn kernel, const Tw
     if (result == ozl::core::kMapNoMemory) fail(c, OZL_StsNoMem, noMemory, l.memory);
 }
 
-// The fixed-point path: equal channel counts of at most four, a scale of at
-// most 15, 16-bit matrix elements and offset, and, for each output, a sum
-// that cannot leave 16 bits: the largest sum the samples can give (the
-// positive weights at the largest sample, the negative ones at the smallest)
-// plus the constant at most 32766 for scales 0 and 1 and 32767 - 2^(s-1)
-// beyond (room for the rounding half), the smallest plus the constant and
-// the rounding half at least -32768. 16U samples enter as x - 32768, which
-// moves 32768 (sum of the weights - 2^s) into the constant and gives a
-// result 32768 below the sample.
-struct FixedPlan {
-    bool fits = false;
-    int32_t constant[3] = {};
-};
-
-FixedPlan planFixed(const OzlColorTwist& t, int bias, bool is16, const OzlImage* src,
-                    const OzlImage* dst) {
-    FixedPlan plan;
-    const int s = t.scalingValue;
-    if (src->nChannels != dst->nChannels || src->nChannels > 4 || s > 15) return plan;
-    for (int32_t v : t.data)
-        if (v < -32768 || v > 32767) return plan;
-    const int64_t biasLimit = is16 ? 32768 : 128;
-    if (bias < -biasLimit || bias >= biasLimit) return plan;
-    const int64_t lo = is16 ? -32768 : 0, hi = is16 ? 32767 : 255;
-    const int64_t half = s == 0 ? 0 : int64_t{1} << (s - 1);
-    const int64_t bound = s <= 1 ? 32766 : 32767 - half;
-    for (int i = 0; i < 3; ++i) {
-        const int32_t* row = t.data + 4 * i;
-        int64_t c = row[3];
-        if (is16) c += 32768 * (int64_t{row[0]} + row[1] + row[2] - (int64_t{1} << s));
-        int64_t top = c, bottom = c;
-        for (int j = 0; j < 3; ++j) {
-            top += row[j] * (row[j] > 0 ? hi : lo);
-            bottom += row[j] * (row[j] > 0 ? lo : hi);
-        }
-        if (top > bound || bottom + half < -32768) return plan;
-        plan.constant[i] = static_cast<int32_t>(c + half);
-    }
-    plan.fits = true;
-    return plan;
-}
-
 }  // namespace
 
 extern "C" {
@@ -210,21 +168,10 @@ OZL_API void OZL_CALL ozlApplyColorTwist(OzlImage* srcImage, OzlImage* dstImage,
     if (!orderAndOriginValid(c, srcImage, dstImage, kTwistLines)) return;
 
     const bool is16 = srcImage->depth == OZL_DEPTH_16U;
-    const FixedPlan plan = planFixed(*cTwist, offset, is16, srcImage, dstImage);
-    TwistArgs args;
-    args.shift = cTwist->scalingValue;
-    args.bias = offset;
-    const double scale = std::ldexp(1.0, -cTwist->scalingValue);
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 4; ++j) {
-            args.matrix[i][j] = cTwist->data[4 * i + j] * scale;
-            if (j < 3) args.weight[i][j] = static_cast<int16_t>(plan.fits ? cTwist->data[4 * i + j] : 0);
-        }
-        args.constant[i] = plan.constant[i];
-    }
+    const TwistPlan plan = planTwist(*cTwist, offset, is16, srcImage->nChannels, dstImage->nChannels);
     const ColorTable& table = activeTable();
-    const PixelFn kernel = plan.fits ? table.twistFixed[is16] : table.twistGeneral[is16];
-    run(c, srcImage, dstImage, kernel, args, "(msk->imageData == NULL)", kTwistLines);
+    const PixelFn kernel = plan.fixed ? table.twistFixed[is16] : table.twistGeneral[is16];
+    run(c, srcImage, dstImage, kernel, plan.args, "(msk->imageData == NULL)", kTwistLines);
 }
 
 OZL_API void OZL_CALL ozlColorTwistFP(OzlImage* srcImage, OzlImage* dstImage,
