@@ -94,14 +94,18 @@ void valueRow(const MapKernel& k, ValueRow a, ValueRow b, ValueRow d, int nCh, M
                 scatter(cd, dStride, td, n, dPixel);
                 continue;
             }
-            k.run(ca, cb, tr, n * g, k.context);
+            const char* computed = ca;
+            if (!k.identity) {
+                k.run(ca, cb, tr, n * g, k.context);
+                computed = tr;
+            }
             const size_t bit = mask.bit + done;
             const uint8_t* m = mask.bits + (bit >> 3);
             if (d.stride == g) {
-                blend(cd, tr, n, g, m, static_cast<int>(bit & 7));
+                blend(cd, computed, n, g, m, static_cast<int>(bit & 7));
             } else {
                 gather(td, cd, dStride, n, dPixel);
-                blend(td, tr, n, g, m, static_cast<int>(bit & 7));
+                blend(td, computed, n, g, m, static_cast<int>(bit & 7));
                 scatter(cd, dStride, td, n, dPixel);
             }
         }

@@ -31,6 +31,8 @@ void attachRoi(const OzlImage* image, OzlImage* header, OzlROI* roi, int x, int 
     header->roi = roi;
 }
 
+}  // namespace
+
 // Stand-in over the current tile of a tiled image.
 void makeTileStandIn(const OzlImage* image, int xInTile, int yInTile, int w, int h,
                      OzlImage* header, OzlROI* roi) {
@@ -51,8 +53,6 @@ void makeStandIn(const OzlImage* image, int x, int y, int w, int h, OzlImage* he
     const Origin o = regionOrigin(image);
     attachRoi(image, header, roi, o.x + x, o.y + y, w, h);
 }
-
-}  // namespace
 
 int walkTiles(const TileOperand* operands, int count, const OzlImage* mask, int width, int height,
               PieceFn onPiece, void* context) {

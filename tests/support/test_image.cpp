@@ -66,10 +66,6 @@ void storeValue(char* data, int widthStep, int planeRows, int nChannels, int dat
     }
 }
 
-double valueOf(const OzlImage* im, int x, int y, int c) {
-    return valueAt(im->imageData, im->widthStep, im->height, im->nChannels, im->dataOrder,
-                   im->depth, x, y, c);
-}
 
 }  // namespace
 
@@ -104,6 +100,11 @@ void TestImage::setRoi(int coi, int xOffset, int yOffset, int width, int height)
 void TestImage::clearRoi() {
     ozlDeleteROI(image_->roi);
     image_->roi = nullptr;
+}
+
+double valueOf(const OzlImage* im, int x, int y, int c) {
+    return valueAt(im->imageData, im->widthStep, im->height, im->nChannels, im->dataOrder,
+                   im->depth, x, y, c);
 }
 
 double TestImage::at(int x, int y, int channel) const { return valueOf(image_, x, y, channel); }

@@ -64,6 +64,10 @@ private:
     OzlImage* image_;
 };
 
+// One value of any untiled image at column x, row y (of the whole image,
+// not its ROI), 0-based channel.
+double valueOf(const OzlImage* image, int x, int y, int channel);
+
 // What one value becomes: b is the second value, the constant or the shift
 // count. Integer results saturate (Add, Sub, Mul) or keep the stored bits.
 enum class Ref { Add, Sub, Mul, MulScale, And, Or, Xor, AndNot, LShift, RShift };
