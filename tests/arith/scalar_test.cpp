@@ -41,7 +41,9 @@ void call(Fn f, OzlImage* s, OzlImage* d, double v) {
         case Fn::SubSFP: return ozlSubtractSFP(s, d, r, 0);
         case Fn::SubSFPFlip: return ozlSubtractSFP(s, d, r, 1);
         case Fn::MulSFP: return ozlMultiplySFP(s, d, r);
-        case Fn::Abs: return ozlAbs(s, d);
+        case Fn::Abs:
+            ozlSetErrStatus(OZL_StsOk);  // ozlAbs does nothing while the stored status is negative
+            return ozlAbs(s, d);
         case Fn::Square: return ozlSquare(s, d);
     }
 }
