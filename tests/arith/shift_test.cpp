@@ -99,16 +99,16 @@ TEST(ShiftRefusals, ReportedByTheShiftOrTheRoutedOperation) {
     const char* no32F = "This function does not support depth 32F";
     const char* depths = "(srcImage->depth != dstImage->depth)";
     const Case cases[] = {
-        {ozlLShiftS, nullptr, &u16, 3, {-5, "ozlLShiftS", "srcImage==0", "ozllshs", 0}},
-        {ozlRShiftS, nullptr, &u16, 0, {-5, "ozlRShiftS", "srcImage==0", "ozlrshs", 0}},
-        {ozlLShiftS, f, &f, 3, {-5, "ozlLShiftS", no32F, "ozllshs", 0}},
-        {ozlRShiftS, f, &f, 3, {-5, "ozlRShiftS", no32F, "ozlrshs", 0}},
-        {ozlLShiftS, f, &f, 0, {-5, "ozlXorS", no32F, "ozlxors", 0}},
-        {ozlLShiftS, f, &f, 40, {-5, "ozlAndS", no32F, "ozlands", 0}},
-        {ozlLShiftS, u8, &u16, 2, {-5, "ozlLShiftS", depths, "ozllshs", 0}},
-        {ozlRShiftS, u8, &u16, 8, {-5, "ozlAndS", depths, "ozlands", 0}},
-        {ozlRShiftS, u8, &u16, 0, {-5, "ozlXorS", depths, "ozlxors", 0}},
-        {ozlRShiftS, u16, nullptr, 3, {-9, "ozlRShiftS", "Incorrect Image", "ozlrshs", 0}},
+        {ozlLShiftS, nullptr, &u16, 3, {-5, "ozlLShiftS", "srcImage==0", "ozllshs", 40}},
+        {ozlRShiftS, nullptr, &u16, 0, {-5, "ozlRShiftS", "srcImage==0", "ozlrshs", 40}},
+        {ozlLShiftS, f, &f, 3, {-5, "ozlLShiftS", no32F, "ozllshs", 150}},
+        {ozlRShiftS, f, &f, 3, {-5, "ozlRShiftS", no32F, "ozlrshs", 150}},
+        {ozlLShiftS, f, &f, 0, {-5, "ozlXorS", no32F, "ozlxors", 150}},
+        {ozlLShiftS, f, &f, 40, {-5, "ozlAndS", no32F, "ozlands", 150}},
+        {ozlLShiftS, u8, &u16, 2, {-5, "ozlLShiftS", depths, "ozllshs", 110}},
+        {ozlRShiftS, u8, &u16, 8, {-5, "ozlAndS", depths, "ozlands", 110}},
+        {ozlRShiftS, u8, &u16, 0, {-5, "ozlXorS", depths, "ozlxors", 110}},
+        {ozlRShiftS, u16, nullptr, 3, {-9, "ozlRShiftS", "Incorrect Image", "ozlrshs", 101}},
     };
     for (const Case& c : cases) {
         c.fn(c.src, c.dst ? c.dst->get() : nullptr, c.count);

@@ -88,7 +88,7 @@ void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImag
 void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImage* a,
                      const OzlImage* b, Ref op, double constant = 0);
 
-// Exactly one report `expected` (its line too unless 0), the stored status set
+// Exactly one report `expected` (its line included), the stored status set
 // to it, and `dst` still holding `before`; clears the capture.
 void expectRefused(ErrorCapture& errors, const TestImage& dst, const std::vector<uint8_t>& before,
                    ErrorReport expected);
