@@ -71,14 +71,16 @@ TEST(Shift, ShortcutValues) {
         {OZL_DEPTH_32S, 3, ozlLShiftS, 31, -2147483648.0},
     };
     ErrorCapture errors;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.depth << " " << c.value << " by " << c.count);
-        TestImage src(c.depth, 40, 1), d(c.depth, 40, 1);
-        src.fill(c.value);
-        d.fill(77);
-        c.shift(src, d, c.count);
-        for (int x = 0; x < 40; ++x) ASSERT_EQ(d.at(x, 0), c.expected) << "x " << x;
-    }
+    // Runs shorter than one vector (the scalar form) and longer ones.
+    for (int width : {3, 40})
+        for (const Case& c : cases) {
+            SCOPED_TRACE(testing::Message() << c.depth << " " << c.value << " by " << c.count);
+            TestImage src(c.depth, width, 1), d(c.depth, width, 1);
+            src.fill(c.value);
+            d.fill(77);
+            c.shift(src, d, c.count);
+            for (int x = 0; x < width; ++x) ASSERT_EQ(d.at(x, 0), c.expected) << "x " << x;
+        }
     EXPECT_TRUE(errors.empty());
 }
 
