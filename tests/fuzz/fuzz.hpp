@@ -137,7 +137,7 @@ public:
     // near INT_MAX); huge images get regions of bounded area.
     void setRandomRoi(OzlImage* image);
 
-    // Appends to the line the trace prints for the current call.
+    // An argument of the current call, for the trace.
     void note(const std::string& text);
     std::string describe(const OzlImage* image) const;
 
@@ -156,7 +156,7 @@ private:
     Theme theme_;
     std::vector<Owned*> owned_;
     std::vector<OzlImage*> images_;
-    std::string line_;
+    bool argsSoFar_ = false;
     bool narrow_ = false;  // picks limited to images of at most 4 channels
 };
 

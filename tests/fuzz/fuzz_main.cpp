@@ -531,10 +531,12 @@ std::string Case::describe(const OzlImage* image) const {
     return buf;
 }
 
+// Printed as it comes, so that a crash shows the arguments the call got.
 void Case::note(const std::string& text) {
     if (!trace_) return;
-    if (!line_.empty() && line_.back() != '(') line_ += ", ";
-    line_ += text;
+    std::printf("%s%s", argsSoFar_ ? ", " : "", text.c_str());
+    std::fflush(stdout);
+    argsSoFar_ = true;
 }
 
 void Case::run(int count) {
@@ -547,12 +549,8 @@ void Case::run(int count) {
         narrow_ = skipped(std::string(call.family) + ": images of more than 4 channels");
         g_callIndex = i;
         g_callName = call.name;
-        line_ = std::string(call.name) + "(";
-        if (trace_) {
-            // Printed before the call too, so that a crash shows the images it got.
-            std::printf("[%d] %s\n", i, call.name);
-            std::fflush(stdout);
-        }
+        argsSoFar_ = false;
+        if (trace_) std::printf("[%d] %s(", i, call.name);
         const auto t0 = std::chrono::steady_clock::now();
         ozlSetErrStatus(OZL_StsOk);
         call.run(*this);
@@ -562,7 +560,7 @@ void Case::run(int count) {
         if (trace_) {
             const double ms = std::chrono::duration<double, std::milli>(
                                   std::chrono::steady_clock::now() - t0).count();
-            std::printf("     %s)  %.1f ms\n", line_.c_str(), ms);
+            std::printf(")  %.1f ms\n", ms);
             std::fflush(stdout);
         }
         // The frame family may change them; every call runs silently.
