@@ -50,11 +50,12 @@ TEST(Region, ClipsAtTheRightAndBottomEdgesOnly) {
 TEST(Region, ClipsRegionsNearTheIntLimits) {
     constexpr int kMax = 2147483647;
     const struct { int side, offset, size, clipped; } cases[] = {
-        {10, 3, kMax, 7},                          // size to the limit
-        {10, kMax - 5, 10, 10 - (kMax - 5)},       // offset to the limit: wholly outside
-        {kMax, 5, kMax, kMax - 5},                 // both sides at the limit
-        {kMax, kMax - 1, kMax, 1},
-        {120, 50, 100, 70},                        // the ordinary case, for reference
+        {10, 100, kMax, 10 - 100},                  // size at the limit, past the edge
+        {10, kMax - 5, kMax, 10 - (kMax - 5)},      // both at the limit
+        {1, kMax, kMax, 1 - kMax},
+        {10, 3, kMax, 7},                           // size at the limit, inside
+        {kMax, kMax - 1, kMax, 1},                  // image at the limit too
+        {120, 50, 100, 70},                         // the ordinary case, for reference
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.side << " " << c.offset << " " << c.size);
@@ -79,21 +80,22 @@ TEST(Region, NoAddressWithoutDataOrPixels) {
     ozlDeallocateImage(tiled.image);
     tiled.image->tileInfo = &tile;
     tiled.roi(0, 13, 7, 10, 5);
+    // Addresses compared as void*: a char* would be printed as a string.
     RegionStart s = regionStart(tiled.image, 0);
-    EXPECT_EQ(std::make_tuple(s.data, s.width, s.height, s.bitOffset),
-              std::make_tuple(static_cast<char*>(nullptr), 10, 5, 5));
+    EXPECT_EQ(std::make_tuple(static_cast<const void*>(s.data), s.width, s.height, s.bitOffset),
+              std::make_tuple(static_cast<const void*>(nullptr), 10, 5, 5));
     tiled.image->tileInfo = nullptr;
 
     Header plain(3, OZL_DEPTH_16S, 10, 6, OZL_DATA_ORDER_PLANE);
     for (const auto& roi : {std::make_tuple(10, 0), std::make_tuple(0, 6), std::make_tuple(2147483600, 3)}) {
         plain.roi(2, std::get<0>(roi), std::get<1>(roi), 4, 4);
         s = regionStart(plain.image, 1);
-        EXPECT_EQ(s.data, nullptr);
+        EXPECT_EQ(static_cast<const void*>(s.data), nullptr);
         EXPECT_EQ(s.width * s.height, 0);
     }
     plain.roi(2, 9, 5, 4, 4);  // one pixel left: an address again
-    EXPECT_EQ(regionStart(plain.image, 1).data,
-              plain.image->imageData + 5 * plain.image->widthStep + plain.image->widthStep * 6 + 9 * 2);
+    const char* expected = plain.image->imageData + 5 * plain.image->widthStep + plain.image->widthStep * 6 + 9 * 2;
+    EXPECT_EQ(static_cast<const void*>(regionStart(plain.image, 1).data), static_cast<const void*>(expected));
 }
 
 TEST(Region, StartAddressInPixelAndPlaneOrder) {
