@@ -1,6 +1,7 @@
 # Thin driver over CMake. `make` builds the library and runs the main job,
 # `make test` builds and runs every test configuration, `make check` is the
-# quick 64-bit-only round, `make bench` runs the benchmarks.
+# quick 64-bit-only round, `make fuzz` runs the fuzz driver, `make bench` runs
+# the benchmarks.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE ?= cmake
 CTEST ?= ctest
