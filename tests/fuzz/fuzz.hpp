@@ -73,6 +73,8 @@ struct HeaderArgs {
 // the library in 64 bits; -1 when the bit count of a row exceeds 63 bits.
 int64_t rowBytes(int dataOrder, uint32_t depth, int align, int nChannels, int width);
 int64_t imageBytes(int dataOrder, int nChannels, int height, int64_t rowBytes);
+// The same for a header's own layout.
+int64_t layoutBytes(const OzlImage* image);
 
 // Stops the run unless `image`, made by the library, has the widthStep and
 // imageSize its layout gives and those fit their 32-bit fields.
@@ -80,6 +82,9 @@ void expectRowRule(const OzlImage* image, const char* function);
 
 // Largest pixel or tile buffer the driver makes.
 constexpr int64_t kMaxBufferBytes = int64_t{1} << 22;
+// Images larger than this in either direction always keep a ROI of bounded
+// size, or one call could walk billions of pixels.
+constexpr int kLargeSide = 4096;
 
 class Case;
 using CallFn = void (*)(Case&);

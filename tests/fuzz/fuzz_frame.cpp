@@ -25,7 +25,8 @@ template <void* (*Alloc)(int), int size>
 void allocate(Case& c, int length) {
     void* p = Alloc(length);
     if (!p) return;
-    if (reinterpret_cast<uintptr_t>(p) % 32 != 0) ozl::fuzz::fail("ozlMalloc: block not 32-byte aligned");
+    if (reinterpret_cast<uintptr_t>(p) % 32 != 0)
+        ozl::fuzz::fail("ozlMalloc: block not 32-byte aligned");
     const int64_t bytes = static_cast<int64_t>(length) * size;
     if (bytes > 0 && bytes <= (int64_t{1} << 26)) {
         auto* b = static_cast<unsigned char*>(p);

@@ -104,10 +104,8 @@ const ozl::fuzz::Registrar calls("image", {
     {"ozlCloneImage",
      [](Case& c) {
          OzlImage* source = c.pick();
-         if (source && source->tileInfo && ozl::fuzz::imageBytes(
-                 source->dataOrder, source->nChannels, source->height,
-                 ozl::fuzz::rowBytes(source->dataOrder, source->depth, source->align,
-                                     source->nChannels, source->width)) > ozl::fuzz::kMaxBufferBytes)
+         if (source && source->tileInfo &&
+             ozl::fuzz::layoutBytes(source) > ozl::fuzz::kMaxBufferBytes)
              return;
          OzlImage* clone = ozlCloneImage(source);
          if (!clone) return;
@@ -128,7 +126,8 @@ const ozl::fuzz::Registrar calls("image", {
      [](Case& c) {
          OzlImage* image = c.pick();
          int flags = c.rng().of({OZL_IMAGE_DATA, OZL_IMAGE_ROI, OZL_IMAGE_DATA | OZL_IMAGE_ROI});
-         if (image && (image->width > 4096 || image->height > 4096)) flags &= ~OZL_IMAGE_ROI;
+         if (image && (image->width > ozl::fuzz::kLargeSide || image->height > ozl::fuzz::kLargeSide))
+             flags &= ~OZL_IMAGE_ROI;
          ozlDeallocate(image, flags);
      }},
     {"ozlCreateROI",
