@@ -126,7 +126,8 @@ const ozl::fuzz::Registrar calls("image", {
      [](Case& c) {
          OzlImage* image = c.pick();
          int flags = c.rng().of({OZL_IMAGE_DATA, OZL_IMAGE_ROI, OZL_IMAGE_DATA | OZL_IMAGE_ROI});
-         if (image && (image->width > ozl::fuzz::kLargeSide || image->height > ozl::fuzz::kLargeSide))
+         using ozl::fuzz::kLargeSide;
+         if (image && (image->width > kLargeSide || image->height > kLargeSide))
              flags &= ~OZL_IMAGE_ROI;
          ozlDeallocate(image, flags);
      }},
