@@ -33,14 +33,7 @@ struct Skip {
     const char* what;
     const char* fault;
 };
-const std::vector<Skip> kTemporarilySkipped = {
-    {"ozlMalloc negative count",
-     "a heap request of a few bytes leaves no room for the word below the block"},
-    {"arith: images of more than 4 channels",
-     "the pixel-wise frame's chunk buffers hold 256 pixels of at most 4 values"},
-    {"convert: images of more than 4 channels",
-     "the pixel-wise frame's chunk buffers hold 256 pixels of at most 4 values"},
-};
+const std::vector<Skip> kTemporarilySkipped = {};
 
 namespace {
 
