@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/led_walk.hpp"
 #include "core/pixelwise.hpp"
+#include "image/tiles.hpp"
 
 namespace ozl::color {
 
@@ -96,11 +98,32 @@ bool walk(const char* function, OzlImage* src, OzlImage* dst, PixelFn kernel, co
     core::MapKernel k;
     k.pixel = kernel;
     k.context = context;
-    const int result = core::mapPixels(operands, nullptr, k);
     const Caller c{function, kCheckModule};
-    if (result == 0) return fail(c, OZL_StsError, "Error get tile to read", 214);
-    if (result == core::kDstOperand) return fail(c, OZL_StsError, "Error get tile to write", 216);
-    if (result == core::kMapNoMemory) return fail(c, OZL_StsNoMem, "Not enough memory", 218);
+    if (!image::isTiled(src) && !image::isTiled(dst)) {
+        if (core::mapPixels(operands, nullptr, k) == core::kMapNoMemory)
+            return fail(c, OZL_StsNoMem, "Not enough memory", 218);
+        return true;
+    }
+    // Led by the destination's tiles (or the source's when only it is
+    // tiled): each piece with its source rectangle fetched, converted by the
+    // untiled path, and the tile given back.
+    const core::Size size = core::commonSize(operands, nullptr);
+    const core::LedSource source{operands.src[0]};
+    int mapped = core::kMapDone;
+    const core::LedResult r = core::walkLed(
+        operands.dst, &source, 1, nullptr, size.width, size.height, [&](const core::LedPiece& p) {
+            core::MapOperands piece;
+            piece.src[0] = p.src[0];
+            piece.dst = p.dst;
+            mapped = core::mapPixels(piece, nullptr, k);
+            return mapped == core::kMapDone;
+        });
+    using core::LedResult;
+    if (r.kind == LedResult::WriteTile) return fail(c, OZL_StsError, "Error get tile to write", 216);
+    if (r.kind == LedResult::ReadTile ||
+        (r.kind == LedResult::Fetch && r.fetch == core::FetchedBlock::TileFailed))
+        return fail(c, OZL_StsError, "Error get tile to read", 214);
+    if (r.kind != LedResult::Done) return fail(c, OZL_StsNoMem, "Not enough memory", 218);
     return true;
 }
 
