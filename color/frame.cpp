@@ -46,7 +46,8 @@ bool rgbSideValid(const char* function, const OzlImage* image) {
     const Caller c{function, kCheckModule};
     char text[kMessageSize];
     if (!startsWith(image->colorModel, "RGB", 3)) {
-        std::snprintf(text, sizeof text, "colorModel must be RGB instead of %.4s ", image->colorModel);
+        std::snprintf(text, sizeof text, "colorModel must be RGB instead of %.4s ",
+                      image->colorModel);
         return fail(c, OZL_StsBadArg, text, 58);
     }
     if (!startsWith(image->channelSeq, "RGB", 3) && !startsWith(image->channelSeq, "BGR", 3)) {
@@ -82,7 +83,8 @@ bool graySideValid(const char* function, const OzlImage* image) {
         return fail(c, OZL_StsBadArg, text, 97);
     }
     if (image->channelSeq[0] != 'G') {
-        std::snprintf(text, sizeof text, "channelSeq must be G instead of %.4s ", image->channelSeq);
+        std::snprintf(text, sizeof text, "channelSeq must be G instead of %.4s ",
+                      image->channelSeq);
         return fail(c, OZL_StsBadArg, text, 100);
     }
     return true;
@@ -119,7 +121,8 @@ bool walk(const char* function, OzlImage* src, OzlImage* dst, PixelFn kernel, co
             return mapped == core::kMapDone;
         });
     using core::LedResult;
-    if (r.kind == LedResult::WriteTile) return fail(c, OZL_StsError, "Error get tile to write", 216);
+    if (r.kind == LedResult::WriteTile)
+        return fail(c, OZL_StsError, "Error get tile to write", 216);
     if (r.kind == LedResult::ReadTile ||
         (r.kind == LedResult::Fetch && r.fetch == core::FetchedBlock::TileFailed))
         return fail(c, OZL_StsError, "Error get tile to read", 214);
@@ -151,7 +154,8 @@ void convert(const ConversionSpec& spec, OzlImage* src, OzlImage* dst) {
         if (!rgbSideValid(f, dst) || !modelSideValid(f, src, spec.name)) return;
     }
     const Caller c{f, kCheckModule};
-    if (src->roi || dst->roi) return void(fail(c, OZL_StsBadArg, "src & dst roi must be NULL", 120));
+    if (src->roi || dst->roi)
+        return void(fail(c, OZL_StsBadArg, "src & dst roi must be NULL", 120));
     if (spec.depthFirst && src->depth != dst->depth)
         return void(fail(c, OZL_StsBadArg, "src1->depth != src2->depth", 134));
     if (src->nChannels < 3 || dst->nChannels != 3 || src->depth != dst->depth ||

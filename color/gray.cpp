@@ -29,7 +29,8 @@ void factorOf(float weight, int32_t& factor, int& shift) {
     } else if (weight > -1.0f && weight < 1.0f) {
         factor = static_cast<int32_t>(weight * 32768.0f), shift = 15;
     } else {
-        const double scaled = std::fmax(-32768.0, std::fmin(32767.0, static_cast<double>(weight) * 256.0));
+        const double scaled =
+            std::fmax(-32768.0, std::fmin(32767.0, static_cast<double>(weight) * 256.0));
         factor = static_cast<int32_t>(scaled), shift = 8;
     }
 }
@@ -44,7 +45,8 @@ OZL_API void OZL_CALL ozlColorToGray(OzlImage* src, OzlImage* dst) {
     const Caller c{f, kCheckModule};
     if (dst->dataOrder == OZL_DATA_ORDER_PIXEL && dst->nChannels != 1)
         return void(fail(c, OZL_StsBadArg,
-                         "(dst-> dataOrder == OZL_DATA_ORDER_PIXEL) && (dst-> nChannels != 1)", 163));
+                         "(dst-> dataOrder == OZL_DATA_ORDER_PIXEL) && (dst-> nChannels != 1)",
+                         163));
     if (src->origin != dst->origin)
         return void(fail(c, OZL_StsBadArg, "src->origin != dst->origin", 166));
     if (src->nChannels < 3) return void(fail(c, OZL_StsBadArg, "(src->nChannels < 3)", 169));
@@ -75,14 +77,17 @@ OZL_API void OZL_CALL ozlGrayToColor(OzlImage* src, OzlImage* dst, float FractR,
         return void(fail(c, OZL_StsBadArg, "src-> depth == dst-> depth && dst-> depth != 8U", 188));
     if (src->dataOrder == OZL_DATA_ORDER_PIXEL && src->nChannels != 1)
         return void(fail(c, OZL_StsBadArg,
-                         "(src-> dataOrder == OZL_DATA_ORDER_PIXEL) && (src-> nChannels != 1)", 191));
+                         "(src-> dataOrder == OZL_DATA_ORDER_PIXEL) && (src-> nChannels != 1)",
+                         191));
     if (src->origin != dst->origin)
         return void(fail(c, OZL_StsBadArg, "(src->origin != dst->origin)", 194));
     if (dst->nChannels < 3) return void(fail(c, OZL_StsBadArg, "(dst->nChannels < 3)", 197));
 
-    const int from = src->depth == OZL_DEPTH_1U ? static_cast<int>(Gray::Bits) : grayIndex(src->depth);
+    const int from =
+        src->depth == OZL_DEPTH_1U ? static_cast<int>(Gray::Bits) : grayIndex(src->depth);
     if (from < 0)
-        return void(fail({f, "Owngtoc"}, OZL_StsBadArg, "Error input depth. 32S,16U,8U are valid now", 47));
+        return void(
+            fail({f, "Owngtoc"}, OZL_StsBadArg, "Error input depth. 32S,16U,8U are valid now", 47));
 
     const int red = redChannel(dst);
     SpreadArgs args;

@@ -47,7 +47,8 @@ inline int32_t grayOf(const int32_t (&w)[3], S x0, S x1, S x2) {
     if constexpr (sizeof(S) == 1) {
         return (w[0] * x0 + w[1] * x1 + w[2] * x2) >> 8;
     } else if constexpr (sizeof(S) == 2) {
-        return static_cast<int32_t>((int64_t{w[0]} * x0 + int64_t{w[1]} * x1 + int64_t{w[2]} * x2) >> 16);
+        return static_cast<int32_t>(
+            (int64_t{w[0]} * x0 + int64_t{w[1]} * x1 + int64_t{w[2]} * x2) >> 16);
     } else {
         return w[0] * (x0 >> 11) + w[1] * (x1 >> 11) + w[2] * (x2 >> 11);
     }

@@ -34,9 +34,21 @@ namespace ozl::color {
 
 // Full scale and its bit count of the HSV/HLS depths.
 template <class T> struct HueScale;
-template <> struct HueScale<uint8_t> { static constexpr int64_t kMax = 255; static constexpr int kBits = 8; };
-template <> struct HueScale<uint16_t> { static constexpr int64_t kMax = 65535; static constexpr int kBits = 16; };
-template <> struct HueScale<int32_t> { static constexpr int64_t kMax = INT32_MAX; static constexpr int kBits = 31; };
+template <>
+struct HueScale<uint8_t> {
+    static constexpr int64_t kMax = 255;
+    static constexpr int kBits = 8;
+};
+template <>
+struct HueScale<uint16_t> {
+    static constexpr int64_t kMax = 65535;
+    static constexpr int kBits = 16;
+};
+template <>
+struct HueScale<int32_t> {
+    static constexpr int64_t kMax = INT32_MAX;
+    static constexpr int kBits = 31;
+};
 
 // Negative 32S samples count as 0; the other depths cannot be negative.
 template <class T>

@@ -46,7 +46,9 @@ struct ScalarOps {
     }
     static F toFloat(I i) { return static_cast<F>(i); }
     static I truncate(F a) { return static_cast<I>(a); }
-    static I isub(I a, I b) { return static_cast<I>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b)); }
+    static I isub(I a, I b) {
+        return static_cast<I>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
+    }
     static I iset(int32_t v) { return v; }
 };
 

@@ -57,7 +57,8 @@ constexpr Lines kRealLines{42, 49, 51, 64, 60};
 
 bool sideChannelsValid(const Caller& c, const OzlImage* im, const SideChecks& m, int line) {
     if (im->nChannels < 3) return fail(c, OZL_StsBadArg, m.tooFew, line);
-    if (im->alphaChannel != 0 && im->nChannels < 4) return fail(c, OZL_StsBadArg, m.alphaFew, line + 1);
+    if (im->alphaChannel != 0 && im->nChannels < 4)
+        return fail(c, OZL_StsBadArg, m.alphaFew, line + 1);
     if (im->alphaChannel != 0 && im->alphaChannel < im->nChannels)
         return fail(c, OZL_StsBadArg, m.alphaFirst, line + 2);
     return true;
@@ -168,7 +169,8 @@ OZL_API void OZL_CALL ozlApplyColorTwist(OzlImage* srcImage, OzlImage* dstImage,
     if (!orderAndOriginValid(c, srcImage, dstImage, kTwistLines)) return;
 
     const bool is16 = srcImage->depth == OZL_DEPTH_16U;
-    const TwistPlan plan = planTwist(*cTwist, offset, is16, srcImage->nChannels, dstImage->nChannels);
+    const TwistPlan plan =
+        planTwist(*cTwist, offset, is16, srcImage->nChannels, dstImage->nChannels);
     const ColorTable& table = activeTable();
     const PixelFn kernel = plan.fixed ? table.twistFixed[is16] : table.twistGeneral[is16];
     run(c, srcImage, dstImage, kernel, plan.args, "(msk->imageData == NULL)", kTwistLines);
@@ -181,7 +183,8 @@ OZL_API void OZL_CALL ozlColorTwistFP(OzlImage* srcImage, OzlImage* dstImage,
     if (!ozl::core::headersValid(c, {dstImage}, 36)) return;
     if (!TwistFP) return void(fail(c, OZL_StsBadArg, "(TwistFP == ((void*)(0)))", 38));
     if (srcImage->depth != OZL_DEPTH_32F || dstImage->depth != OZL_DEPTH_32F)
-        return void(fail(c, OZL_StsBadArg, "((srcImage->depth != 32)|| (dstImage->depth != 32))", 40));
+        return void(
+            fail(c, OZL_StsBadArg, "((srcImage->depth != 32)|| (dstImage->depth != 32))", 40));
     if (!channelsValid(c, srcImage, dstImage, kRealLines)) return;
     if (!orderAndOriginValid(c, srcImage, dstImage, kRealLines)) return;
     TwistArgs args;

@@ -55,11 +55,13 @@ struct Io {
     static void load3(Layout l, const char* p, ptrdiff_t channelStep, VF (&x)[3]) {
         const auto* f = reinterpret_cast<const float*>(p);
         if (l == Layout::Packed3) return Vx::load3xF(f, x[0], x[1], x[2]);
-        x[0] = Vx::loadF(p), x[1] = Vx::loadF(p + channelStep), x[2] = Vx::loadF(p + 2 * channelStep);
+        x[0] = Vx::loadF(p), x[1] = Vx::loadF(p + channelStep),
+        x[2] = Vx::loadF(p + 2 * channelStep);
     }
     template <bool kStream = false>
     static void store3(Layout l, char* p, ptrdiff_t channelStep, const VF (&y)[3]) {
-        if (l == Layout::Packed3) return Vx::store3xF(reinterpret_cast<float*>(p), y[0], y[1], y[2]);
+        if (l == Layout::Packed3)
+            return Vx::store3xF(reinterpret_cast<float*>(p), y[0], y[1], y[2]);
         Vx::store(p, y[0]), Vx::store(p + channelStep, y[1]), Vx::store(p + 2 * channelStep, y[2]);
     }
 };
@@ -73,7 +75,8 @@ constexpr size_t kStreamFrom = size_t{32} << 20;
 // `align`; the row length when it never does within `align` pixels.
 inline size_t pixelsToAlign(const char* p, ptrdiff_t step, size_t align, size_t n) {
     for (size_t k = 0; k < align && k < n; ++k)
-        if (reinterpret_cast<uintptr_t>(p + static_cast<ptrdiff_t>(k) * step) % align == 0) return k;
+        if (reinterpret_cast<uintptr_t>(p + static_cast<ptrdiff_t>(k) * step) % align == 0)
+            return k;
     return n;
 }
 
@@ -112,7 +115,8 @@ void row3(const RowView* src, const RowView& dst, size_t n, const void* context)
                 k.block(x, y);
                 if (swapOut) std::swap(y[0], y[2]);
                 Io<Vx>::template store3<kStream>(
-                    ld, dst.data + static_cast<ptrdiff_t>(done) * dst.pixelStep, dst.channelStep, y);
+                    ld, dst.data + static_cast<ptrdiff_t>(done) * dst.pixelStep, dst.channelStep,
+                    y);
             }
         };
         const size_t bytes = n * static_cast<size_t>(std::abs(s.pixelStep) + dst.pixelStep);
@@ -147,7 +151,8 @@ struct Wide {
 
 // A 32-bit lane of two 16-bit weights for madd16: a on the even, b on the odd value.
 constexpr int32_t pair16(int32_t a, int32_t b) {
-    return static_cast<int32_t>((static_cast<uint32_t>(b) << 16) | (static_cast<uint32_t>(a) & 0xFFFFu));
+    return static_cast<int32_t>((static_cast<uint32_t>(b) << 16) |
+                                (static_cast<uint32_t>(a) & 0xFFFFu));
 }
 
 // Unsigned 16-bit lanes to 32-bit lanes to floats, and back through truncation.
@@ -424,7 +429,8 @@ void sectors16(typename Vx::V hue, typename Vx::V v, typename Vx::V m, typename 
     auto pick = [&](V s0, V s1, V s2, V s3, V s4, V other) {
         return Vx::select16(
             e0, s0,
-            Vx::select16(e1, s1, Vx::select16(e2, s2, Vx::select16(e3, s3, Vx::select16(e4, s4, other)))));
+            Vx::select16(e1, s1,
+                         Vx::select16(e2, s2, Vx::select16(e3, s3, Vx::select16(e4, s4, other)))));
     };
     out[0] = pick(v, q, p, p, t, v);
     out[1] = pick(t, v, v, q, p, p);
@@ -532,7 +538,8 @@ struct TwistMode {
                     y[i] = Vx::packUS16(r[0], r[1]);
                 }
             } else {
-                const Wide<Vx> a = Wide<Vx>::of(x[0]), b = Wide<Vx>::of(x[1]), c = Wide<Vx>::of(x[2]);
+                const Wide<Vx> a = Wide<Vx>::of(x[0]), b = Wide<Vx>::of(x[1]),
+                               c = Wide<Vx>::of(x[2]);
                 for (int i = 0; i < 3; ++i) {
                     auto one = [&](V x0, V x1, V x2) {
                         return finish(Vx::add16(Vx::add16(Vx::add16(Vx::mullo16(w[i][0], x0), k[i]),
@@ -552,7 +559,8 @@ void twistFixed8(const RowView* src, const RowView& dst, size_t n, const void* c
     const auto& a = *static_cast<const TwistArgs*>(context);
     const bool bias = a.bias != 0;
     if (Vx::kHasByteMadd && twistFitsBytes(a)) {
-        if (bias) return row3<Vx, TwistMode<Vx::kHasByteMadd, true>::template K>(src, dst, n, context);
+        if (bias)
+            return row3<Vx, TwistMode<Vx::kHasByteMadd, true>::template K>(src, dst, n, context);
         return row3<Vx, TwistMode<Vx::kHasByteMadd, false>::template K>(src, dst, n, context);
     }
     if (bias) return row3<Vx, TwistMode<false, true>::template K>(src, dst, n, context);
@@ -618,7 +626,8 @@ void toGray8(const RowView* src, const RowView& dst, size_t n, const void* conte
     size_t left = n;
     if (ls != Layout::Other && dst.pixelStep == 1) {
         const auto& a = *static_cast<const GrayArgs*>(context);
-        const V w0 = Vx::set16(a.weight[0]), w1 = Vx::set16(a.weight[1]), w2 = Vx::set16(a.weight[2]);
+        const V w0 = Vx::set16(a.weight[0]), w1 = Vx::set16(a.weight[1]),
+                w2 = Vx::set16(a.weight[2]);
         // Streaming blocks end on aligned addresses: the last pixels go first.
         const bool stream = n * static_cast<size_t>(s.pixelStep + 1) >= kStreamFrom;
         if (stream) {
@@ -657,7 +666,8 @@ void fromGray8(const RowView* src, const RowView& dst, size_t n, const void* con
     if (s.pixelStep == 1 && (ld == Layout::Packed3 || ld == Layout::Planar)) {
         const auto& a = *static_cast<const SpreadArgs*>(context);
         V factor[3];
-        for (int c = 0; c < 3; ++c) factor[c] = Vx::set32(pair16(a.factor[c], 1 << (a.shift[c] - 1)));
+        for (int c = 0; c < 3; ++c)
+            factor[c] = Vx::set32(pair16(a.factor[c], 1 << (a.shift[c] - 1)));
         const V one = Vx::set16(1);
         for (; done + kStep <= n; done += kStep) {
             const Wide<Vx> g = Wide<Vx>::of(Vx::load(s.data + done));
@@ -667,7 +677,8 @@ void fromGray8(const RowView* src, const RowView& dst, size_t n, const void* con
             for (int c = 0; c < 3; ++c) {
                 const auto count = Vx::count(a.shift[c]);
                 V q[4];
-                for (int i = 0; i < 4; ++i) q[i] = Vx::sra32(Vx::madd16(pairs[i], factor[c]), count);
+                for (int i = 0; i < 4; ++i)
+                    q[i] = Vx::sra32(Vx::madd16(pairs[i], factor[c]), count);
                 y[c] = Vx::packUS16(Vx::packS32(q[0], q[1]), Vx::packS32(q[2], q[3]));
             }
             Io<Vx>::store3(ld, dst.data + static_cast<ptrdiff_t>(done) * dst.pixelStep,

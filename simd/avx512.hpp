@@ -229,13 +229,16 @@ struct Avx512 {
     static void load3xF(const float* p, VF& c0, VF& c1, VF& c2) {
         const VF a = loadF(p), b = loadF(p + 16), c = loadF(p + 32);
         c0 = _mm512_mask_permutexvar_ps(
-            _mm512_permutex2var_ps(a, dwords(0, 3, 6, 9, 12, 15, 18, 21, 24, 27, 30, 0, 0, 0, 0, 0), b),
+            _mm512_permutex2var_ps(a, dwords(0, 3, 6, 9, 12, 15, 18, 21, 24, 27, 30, 0, 0, 0, 0, 0),
+                                   b),
             0xF800, dwords(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 4, 7, 10, 13), c);
         c1 = _mm512_mask_permutexvar_ps(
-            _mm512_permutex2var_ps(a, dwords(1, 4, 7, 10, 13, 16, 19, 22, 25, 28, 31, 0, 0, 0, 0, 0), b),
+            _mm512_permutex2var_ps(
+                a, dwords(1, 4, 7, 10, 13, 16, 19, 22, 25, 28, 31, 0, 0, 0, 0, 0), b),
             0xF800, dwords(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 5, 8, 11, 14), c);
         c2 = _mm512_mask_permutexvar_ps(
-            _mm512_permutex2var_ps(a, dwords(2, 5, 8, 11, 14, 17, 20, 23, 26, 29, 0, 0, 0, 0, 0, 0), b),
+            _mm512_permutex2var_ps(a, dwords(2, 5, 8, 11, 14, 17, 20, 23, 26, 29, 0, 0, 0, 0, 0, 0),
+                                   b),
             0xFC00, dwords(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 6, 9, 12, 15), c);
     }
     // Output register r position e holds value 16 r + e: channel (16 r + e) % 3,
@@ -243,16 +246,20 @@ struct Avx512 {
     static void store3xF(float* p, VF c0, VF c1, VF c2) {
         // Register 0: channel 2 at positions 2, 5, 8, 11, 14 (mask 0x4924).
         store(p, _mm512_mask_permutexvar_ps(
-                     _mm512_permutex2var_ps(c0, dwords(0, 16, 0, 1, 17, 0, 2, 18, 0, 3, 19, 0, 4, 20, 0, 5), c1),
+                     _mm512_permutex2var_ps(
+                         c0, dwords(0, 16, 0, 1, 17, 0, 2, 18, 0, 3, 19, 0, 4, 20, 0, 5), c1),
                      0x4924, dwords(0, 0, 0, 0, 0, 1, 0, 0, 2, 0, 0, 3, 0, 0, 4, 0), c2));
         // Register 1 (values 16..31): channel 0 at 2, 5, 8, 11, 14 (mask 0x4924).
         store(p + 16, _mm512_mask_permutexvar_ps(
-                          _mm512_permutex2var_ps(c1, dwords(5, 21, 0, 6, 22, 0, 7, 23, 0, 8, 24, 0, 9, 25, 0, 10), c2),
+                          _mm512_permutex2var_ps(
+                              c1, dwords(5, 21, 0, 6, 22, 0, 7, 23, 0, 8, 24, 0, 9, 25, 0, 10), c2),
                           0x4924, dwords(0, 0, 6, 0, 0, 7, 0, 0, 8, 0, 0, 9, 0, 0, 10, 0), c0));
         // Register 2 (values 32..47): channel 1 at 2, 5, 8, 11, 14 (mask 0x4924).
-        store(p + 32, _mm512_mask_permutexvar_ps(
-                          _mm512_permutex2var_ps(c2, dwords(10, 27, 0, 11, 28, 0, 12, 29, 0, 13, 30, 0, 14, 31, 0, 15), c0),
-                          0x4924, dwords(0, 0, 11, 0, 0, 12, 0, 0, 13, 0, 0, 14, 0, 0, 15, 0), c1));
+        store(p + 32,
+              _mm512_mask_permutexvar_ps(
+                  _mm512_permutex2var_ps(
+                      c2, dwords(10, 27, 0, 11, 28, 0, 12, 29, 0, 13, 30, 0, 14, 31, 0, 15), c0),
+                  0x4924, dwords(0, 0, 11, 0, 0, 12, 0, 0, 13, 0, 0, 14, 0, 0, 15, 0), c1));
     }
 };
 

@@ -42,7 +42,9 @@ struct Sse2 {
     static V xor_(V a, V b) { return _mm_xor_si128(a, b); }
     static V andNot(V a, V b) { return _mm_andnot_si128(b, a); }  // a & ~b
     // m ? x : y, m all-ones or all-zero per byte.
-    static V select(V m, V x, V y) { return _mm_or_si128(_mm_and_si128(m, x), _mm_andnot_si128(m, y)); }
+    static V select(V m, V x, V y) {
+        return _mm_or_si128(_mm_and_si128(m, x), _mm_andnot_si128(m, y));
+    }
 
     static V addsU8(V a, V b) { return _mm_adds_epu8(a, b); }
     static V addsS8(V a, V b) { return _mm_adds_epi8(a, b); }

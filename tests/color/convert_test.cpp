@@ -69,8 +69,20 @@ const Conversion kConversions[] = {
     {ozlRGB2YCrCb, "ozlRGB2YCrCb", "YCr", true, "ownycrcb", kAllFour, kFour},
     {ozlYCrCb2RGB, "ozlYCrCb2RGB", "YCr", false, "ownycrcb", kAllFour, kFour},
     {ozlYCC2RGB, "ozlYCC2RGB", "YCC", false, "ownycc", {k8U}, "Error input depth. 8U is valid now"},
-    {ozlRGB2LUV, "ozlRGB2LUV", "LUV", true, "ownluv", {k32F}, "Error input depth. 32F is valid now"},
-    {ozlLUV2RGB, "ozlLUV2RGB", "LUV", false, "ownluv", {k32F}, "Error input depth. 32F is valid now"},
+    {ozlRGB2LUV,
+     "ozlRGB2LUV",
+     "LUV",
+     true,
+     "ownluv",
+     {k32F},
+     "Error input depth. 32F is valid now"},
+    {ozlLUV2RGB,
+     "ozlLUV2RGB",
+     "LUV",
+     false,
+     "ownluv",
+     {k32F},
+     "Error input depth. 32F is valid now"},
 };
 
 const Conversion& conversion(Convert fn) {
@@ -83,7 +95,8 @@ const Conversion& conversion(Convert fn) {
 struct Pair {
     TestImage src, dst;
 };
-Pair pairFor(const Conversion& c, unsigned depth, int w = 7, int h = 3, int order = OZL_DATA_ORDER_PIXEL) {
+Pair pairFor(const Conversion& c, unsigned depth, int w = 7, int h = 3,
+             int order = OZL_DATA_ORDER_PIXEL) {
     return {imageOf(c.fromRgb ? "RGB" : c.model, depth, w, h, 3, order),
             imageOf(c.fromRgb ? c.model : "RGB", depth, w, h, 3, order)};
 }
@@ -100,17 +113,28 @@ struct Golden {
 
 TEST(ColorConvert, GivesTheFormulasValuesAtEveryIntegerDepth) {
     const Golden cases[] = {
-        {ozlRGB2YUV, k8U, {10, 200, 30}, {123, 80, 26}}, {ozlYUV2RGB, k8U, {10, 200, 30}, {0, 37, 159}},
-        {ozlRGB2YCrCb, k8U, {10, 200, 30}, {124, 74, 46}}, {ozlYCrCb2RGB, k8U, {10, 200, 30}, {0, 55, 138}},
-        {ozlRGB2XYZ, k8U, {10, 200, 30}, {81, 147, 53}}, {ozlXYZ2RGB, k8U, {10, 200, 30}, {0, 255, 0}},
-        {ozlRGB2HSV, k8U, {10, 200, 30}, {63, 242, 200}}, {ozlRGB2HLS, k8U, {10, 200, 30}, {63, 105, 230}},
-        {ozlRGB2YUV, k8U, {40, 90, 250}, {93, 203, 80}}, {ozlYUV2RGB, k8U, {40, 90, 250}, {179, 0, 0}},
-        {ozlRGB2YCrCb, k8U, {40, 90, 250}, {93, 216, 90}}, {ozlYCrCb2RGB, k8U, {40, 90, 250}, {211, 0, 0}},
-        {ozlRGB2XYZ, k8U, {40, 90, 250}, {94, 91, 249}}, {ozlXYZ2RGB, k8U, {40, 90, 250}, {0, 140, 248}},
-        {ozlRGB2HSV, k8U, {40, 90, 250}, {112, 214, 250}}, {ozlRGB2HLS, k8U, {40, 90, 250}, {112, 145, 243}},
-        {ozlHSV2RGB, k8U, {45, 128, 255}, {192, 255, 128}}, {ozlHLS2RGB, k8U, {45, 128, 255}, {129, 255, 1}},
-        {ozlHSV2RGB, k8U, {200, 255, 255}, {255, 1, 87}}, {ozlHLS2RGB, k8U, {200, 255, 255}, {255, 255, 255}},
-        {ozlYCC2RGB, k8U, {100, 156, 137}, {136, 136, 136}}, {ozlYCC2RGB, k8U, {180, 60, 200}, {255, 227, 32}},
+        {ozlRGB2YUV, k8U, {10, 200, 30}, {123, 80, 26}},
+        {ozlYUV2RGB, k8U, {10, 200, 30}, {0, 37, 159}},
+        {ozlRGB2YCrCb, k8U, {10, 200, 30}, {124, 74, 46}},
+        {ozlYCrCb2RGB, k8U, {10, 200, 30}, {0, 55, 138}},
+        {ozlRGB2XYZ, k8U, {10, 200, 30}, {81, 147, 53}},
+        {ozlXYZ2RGB, k8U, {10, 200, 30}, {0, 255, 0}},
+        {ozlRGB2HSV, k8U, {10, 200, 30}, {63, 242, 200}},
+        {ozlRGB2HLS, k8U, {10, 200, 30}, {63, 105, 230}},
+        {ozlRGB2YUV, k8U, {40, 90, 250}, {93, 203, 80}},
+        {ozlYUV2RGB, k8U, {40, 90, 250}, {179, 0, 0}},
+        {ozlRGB2YCrCb, k8U, {40, 90, 250}, {93, 216, 90}},
+        {ozlYCrCb2RGB, k8U, {40, 90, 250}, {211, 0, 0}},
+        {ozlRGB2XYZ, k8U, {40, 90, 250}, {94, 91, 249}},
+        {ozlXYZ2RGB, k8U, {40, 90, 250}, {0, 140, 248}},
+        {ozlRGB2HSV, k8U, {40, 90, 250}, {112, 214, 250}},
+        {ozlRGB2HLS, k8U, {40, 90, 250}, {112, 145, 243}},
+        {ozlHSV2RGB, k8U, {45, 128, 255}, {192, 255, 128}},
+        {ozlHLS2RGB, k8U, {45, 128, 255}, {129, 255, 1}},
+        {ozlHSV2RGB, k8U, {200, 255, 255}, {255, 1, 87}},
+        {ozlHLS2RGB, k8U, {200, 255, 255}, {255, 255, 255}},
+        {ozlYCC2RGB, k8U, {100, 156, 137}, {136, 136, 136}},
+        {ozlYCC2RGB, k8U, {180, 60, 200}, {255, 227, 32}},
         {ozlRGB2YUV, k16U, {2570, 51400, 7710}, {31819, 20934, 7007}},
         {ozlYUV2RGB, k16U, {2570, 51400, 7710}, {0, 9682, 40642}},
         {ozlRGB2YCrCb, k16U, {2570, 51400, 7710}, {31818, 19163, 11904}},
@@ -123,8 +147,14 @@ TEST(ColorConvert, GivesTheFormulasValuesAtEveryIntegerDepth) {
         {ozlHLS2RGB, k16U, {45, 32896, 65535}, {33024, 65535, 257}},
         {ozlRGB2YUV, k32S, {83886080, 1677721600, 251658240}, {1038593556, -386211512, -840790180}},
         {ozlYUV2RGB, k32S, {83886080, 1677721600, 251658240}, {368172612, -725887047, 2147483647}},
-        {ozlRGB2YCrCb, k32S, {335544320, 754974720, 2097152000}, {782573240, 741861682, -318850869}},
-        {ozlYCrCb2RGB, k32S, {83886080, 1677721600, 251658240}, {436710932, -673197108, 2147483647}},
+        {ozlRGB2YCrCb,
+         k32S,
+         {335544320, 754974720, 2097152000},
+         {782573240, 741861682, -318850869}},
+        {ozlYCrCb2RGB,
+         k32S,
+         {83886080, 1677721600, 251658240},
+         {436710932, -673197108, 2147483647}},
         {ozlRGB2XYZ, k32S, {335544320, 754974720, 2097152000}, {786734577, 762637630, 2089245569}},
         {ozlXYZ2RGB, k32S, {83886080, 1677721600, 251658240}, {-2147483648, 2147483647, -71578230}},
         {ozlRGB2HSV, k32S, {335544320, 754974720, 2097152000}, {112, 1803886263, 2097152000}},
@@ -143,7 +173,8 @@ TEST(ColorConvert, GivesTheFormulasValuesAtEveryIntegerDepth) {
         g.fn(p.src, p.dst);
         for (int y = 0; y < 2; ++y)
             for (int x = 0; x < 37; ++x)
-                for (int ch = 0; ch < 3; ++ch) ASSERT_EQ(p.dst.at(x, y, ch), g.out[ch]) << x << "," << y;
+                for (int ch = 0; ch < 3; ++ch)
+                    ASSERT_EQ(p.dst.at(x, y, ch), g.out[ch]) << x << "," << y;
     }
     EXPECT_TRUE(errors.empty());
 }
@@ -194,7 +225,8 @@ TEST(ColorConvert, KeepsTheDocumentedEdgeCases) {
         for (int ch = 0; ch < 3; ++ch) EXPECT_EQ(back.at(x, 0, ch), x * 3);
     }
     Pair red = pairFor(conversion(ozlHSV2RGB), k8U, 2, 1);
-    for (int ch = 0; ch < 3; ++ch) red.src.put(0, 0, ch, ch ? 200 : 0), red.src.put(1, 0, ch, ch ? 200 : 180);
+    for (int ch = 0; ch < 3; ++ch)
+        red.src.put(0, 0, ch, ch ? 200 : 0), red.src.put(1, 0, ch, ch ? 200 : 180);
     ozlHSV2RGB(red.src, red.dst);
     for (int ch = 0; ch < 3; ++ch) EXPECT_EQ(red.dst.at(1, 0, ch), red.dst.at(0, 0, ch));
     EXPECT_EQ(red.dst.at(0, 0, 0), 200);
@@ -218,32 +250,48 @@ OzlROI gWholeRoi{0, 0, 0, 7, 3};
 
 TEST(ColorConvert, RefusesInTheDocumentedOrder) {
     const Refusal cases[] = {
-        {ozlRGB2HSV, [](OzlImage* s, OzlImage*) { s->nChannels = 0; }, -15, "Incorrect Image", "ozlcolor", 51},
-        {ozlRGB2HSV, [](OzlImage*, OzlImage* d) { d->align = 3; }, -21, "Incorrect Image", "ozlcolor", 52},
+        {ozlRGB2HSV, [](OzlImage* s, OzlImage*) { s->nChannels = 0; }, -15, "Incorrect Image",
+         "ozlcolor", 51},
+        {ozlRGB2HSV, [](OzlImage*, OzlImage* d) { d->align = 3; }, -21, "Incorrect Image",
+         "ozlcolor", 52},
         {ozlRGB2HSV, [](OzlImage* s, OzlImage*) { setNames(s, "HSV", "RGB"); }, -5,
          "colorModel must be RGB instead of HSV ", "owncolor", 58},
         {ozlRGB2HSV, [](OzlImage* s, OzlImage*) { setNames(s, "rgbA", "RGB"); }, -5,
          "colorModel must be RGB instead of rgbA ", "owncolor", 58},
         {ozlRGB2YUV, [](OzlImage* s, OzlImage*) { setNames(s, "RGB", "GRB"); }, -5,
          "channelSeq must be RGB or BGR instead of GRB ", "owncolor", 61},
-        {ozlHSV2RGB, [](OzlImage*, OzlImage* d) { setNames(d, "RGBA", "RGBA"); setNames(d, "RGB ", "RBG"); }, -5,
-         "channelSeq must be RGB or BGR instead of RBG ", "owncolor", 61},
-        {ozlHSV2RGB, [](OzlImage* s, OzlImage* d) { setNames(d, "XYZ", "BGR"); setNames(s, "XYZ", "XYZ"); }, -5,
-         "colorModel must be RGB instead of XYZ ", "owncolor", 58},
+        {ozlHSV2RGB,
+         [](OzlImage*, OzlImage* d) {
+             setNames(d, "RGBA", "RGBA");
+             setNames(d, "RGB ", "RBG");
+         },
+         -5, "channelSeq must be RGB or BGR instead of RBG ", "owncolor", 61},
+        {ozlHSV2RGB,
+         [](OzlImage* s, OzlImage* d) {
+             setNames(d, "XYZ", "BGR");
+             setNames(s, "XYZ", "XYZ");
+         },
+         -5, "colorModel must be RGB instead of XYZ ", "owncolor", 58},
         {ozlHSV2RGB, [](OzlImage* s, OzlImage*) { setNames(s, "HSL", "HSV"); }, -5,
          "src-> colorModel must be HSV instead of HSL", "owncolor", 78},
         {ozlYCrCb2RGB, [](OzlImage* s, OzlImage*) { setNames(s, "YCrCb", "YCbC"); }, -5,
          "src-> channelSeq must be YCr instead of YCbC", "owncolor", 81},
-        {ozlRGB2XYZ, [](OzlImage* s, OzlImage*) { s->roi = &gWholeRoi; }, -5, "src & dst roi must be NULL", "owncolor", 120},
-        {ozlXYZ2RGB, [](OzlImage*, OzlImage* d) { d->roi = &gWholeRoi; }, -5, "src & dst roi must be NULL", "owncolor", 120},
+        {ozlRGB2XYZ, [](OzlImage* s, OzlImage*) { s->roi = &gWholeRoi; }, -5,
+         "src & dst roi must be NULL", "owncolor", 120},
+        {ozlXYZ2RGB, [](OzlImage*, OzlImage* d) { d->roi = &gWholeRoi; }, -5,
+         "src & dst roi must be NULL", "owncolor", 120},
         {ozlYUV2RGB, [](OzlImage* s, OzlImage* d) { s->depth = k16U, d->nChannels = 4; }, -5,
          "src1->depth != src2->depth", "owncolor", 134},
-        {ozlRGB2HSV, [](OzlImage* s, OzlImage*) { s->nChannels = 2; }, -5, nullptr, "owncolor", 138},
-        {ozlRGB2HSV, [](OzlImage*, OzlImage* d) { d->nChannels = 4; }, -5, nullptr, "owncolor", 138},
+        {ozlRGB2HSV, [](OzlImage* s, OzlImage*) { s->nChannels = 2; }, -5, nullptr, "owncolor",
+         138},
+        {ozlRGB2HSV, [](OzlImage*, OzlImage* d) { d->nChannels = 4; }, -5, nullptr, "owncolor",
+         138},
         {ozlRGB2HLS, [](OzlImage* s, OzlImage*) { s->depth = k16U; }, -5, nullptr, "owncolor", 138},
-        {ozlRGB2YCrCb, [](OzlImage* s, OzlImage*) { s->dataOrder = 1; }, -5, nullptr, "owncolor", 138},
+        {ozlRGB2YCrCb, [](OzlImage* s, OzlImage*) { s->dataOrder = 1; }, -5, nullptr, "owncolor",
+         138},
         {ozlLUV2RGB, [](OzlImage* s, OzlImage*) { s->origin = 1; }, -5, nullptr, "owncolor", 138},
-        {ozlRGB2HSV, [](OzlImage* s, OzlImage* d) { s->depth = d->depth = k8S; }, -5, kHue, "ownhsv", 41},
+        {ozlRGB2HSV, [](OzlImage* s, OzlImage* d) { s->depth = d->depth = k8S; }, -5, kHue,
+         "ownhsv", 41},
     };
     const char* shape =
         "(src->nChannels < 3 ) || (dst->nChannels != 3 ) || (src->depth != dst->depth) || "
@@ -258,7 +306,8 @@ TEST(ColorConvert, RefusesInTheDocumentedOrder) {
         OzlImage src = *p.src.get(), dst = *p.dst.get();  // changed copies over the same pixels
         r.setup(&src, &dst);
         r.fn(&src, &dst);
-        expectRefused(errors, p.dst, before, {r.status, c.name, r.message ? r.message : shape, r.module, r.line});
+        expectRefused(errors, p.dst, before,
+                      {r.status, c.name, r.message ? r.message : shape, r.module, r.line});
     }
     ozlRGB2HSV(nullptr, nullptr);
     EXPECT_EQ(errors.last(), (ErrorReport{-9, "ozlRGB2HSV", "Incorrect Image", "ozlcolor", 51}));
@@ -274,7 +323,8 @@ TEST(ColorConvert, ReportsEveryDepthItDoesNotTake) {
             Pair p = pairFor(c, depth);
             const auto before = p.dst.bytes();
             c.fn(p.src, p.dst);
-            expectRefused(errors, p.dst, before, {-5, c.name, c.depthMessage, c.module, c.fromRgb ? 41 : 97});
+            expectRefused(errors, p.dst, before,
+                          {-5, c.name, c.depthMessage, c.module, c.fromRgb ? 41 : 97});
         }
 }
 
@@ -283,7 +333,9 @@ TEST(ColorConvert, ReportsEveryDepthItDoesNotTake) {
 // takes, against the plain pixel-order result.
 
 void fillSource(TestImage& im, const Conversion& c, unsigned depth, uint32_t seed) {
-    if (depth == k32F) return im.fillRandom(seed, c.fromRgb || c.model[0] != 'L' ? 0.0 : -50.0, c.fromRgb ? 1.0 : 100.0);
+    if (depth == k32F)
+        return im.fillRandom(seed, c.fromRgb || c.model[0] != 'L' ? 0.0 : -50.0,
+                             c.fromRgb ? 1.0 : 100.0);
     im.fillRandom(seed);
 }
 
@@ -311,7 +363,8 @@ TEST(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
             // Plane order; a four-channel source with alpha (skipped); a
             // smaller source (only the overlap converts).
             Pair planes = pairFor(c, depth, w, h, OZL_DATA_ORDER_PLANE);
-            TestImage four = imageOf(c.fromRgb ? "RGB" : c.model, depth, w, h, 4, OZL_DATA_ORDER_PIXEL, true);
+            TestImage four =
+                imageOf(c.fromRgb ? "RGB" : c.model, depth, w, h, 4, OZL_DATA_ORDER_PIXEL, true);
             four.fillRandom(seed + 100);
             TestImage small = imageOf(c.fromRgb ? "RGB" : c.model, depth, w - 6, h - 2);
             TestImage fourDst = imageOf(c.fromRgb ? c.model : "RGB", depth, w, h);
@@ -337,7 +390,8 @@ TEST(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
             TestImage fromTiles = imageOf(c.fromRgb ? c.model : "RGB", depth, w, h);
             for (int y = 0; y < h; ++y)
                 for (int x = 0; x < w; ++x)
-                    for (int ch = 0; ch < 3; ++ch) tiledSrc.pixels().put(x, y, ch, plain.src.at(x, y, ch));
+                    for (int ch = 0; ch < 3; ++ch)
+                        tiledSrc.pixels().put(x, y, ch, plain.src.at(x, y, ch));
             c.fn(tiledSrc, fromTiles);
             c.fn(plain.src, tiledDst);
 
@@ -345,13 +399,15 @@ TEST(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
                 for (int x = 0; x < w; ++x)
                     for (int ch = 0; ch < 3; ++ch) {
                         const double v = plain.dst.at(x, y, ch);
-                        ASSERT_EQ(bgr.dst.at(x, y, c.fromRgb ? ch : 2 - ch), v) << "BGR " << x << "," << y;
+                        ASSERT_EQ(bgr.dst.at(x, y, c.fromRgb ? ch : 2 - ch), v)
+                            << "BGR " << x << "," << y;
                         ASSERT_EQ(planes.dst.at(x, y, ch), v) << "planes";
                         ASSERT_EQ(fourDst.at(x, y, ch), v) << "four channels";
                         ASSERT_EQ(fromTiles.at(x, y, ch), v) << "tiled source";
                         ASSERT_EQ(tiledDst.pixels().at(x, y, ch), v) << "tiled destination";
                         const bool inside = x < w - 6 && y < h - 2;
-                        ASSERT_EQ(smallDst.at(x, y, ch), inside ? v : smallBefore.at(x, y, ch)) << "overlap";
+                        ASSERT_EQ(smallDst.at(x, y, ch), inside ? v : smallBefore.at(x, y, ch))
+                            << "overlap";
                     }
         }
     EXPECT_TRUE(errors.empty());
@@ -363,13 +419,15 @@ TEST(ColorConvert, ReportsATileTheCallbackDoesNotProvide) {
     TestImage dst = imageOf("YUV", k8U, 20, 10);
     src.failFetch(2);
     ozlRGB2YUV(src, dst);
-    EXPECT_EQ(errors.last(), (ErrorReport{-2, "ozlRGB2YUV", "Error get tile to read", "owncolor", 214}));
+    EXPECT_EQ(errors.last(),
+              (ErrorReport{-2, "ozlRGB2YUV", "Error get tile to read", "owncolor", 214}));
     TestImage from = imageOf("RGB", k8U, 20, 10);
     TiledImage to(k8U, 20, 10, 3, OZL_DATA_ORDER_PIXEL, 8, 8);
     setNames(to, "YUV", "YUV");
     to.failFetch(1);
     ozlRGB2YUV(from, to);
-    EXPECT_EQ(errors.last(), (ErrorReport{-2, "ozlRGB2YUV", "Error get tile to write", "owncolor", 216}));
+    EXPECT_EQ(errors.last(),
+              (ErrorReport{-2, "ozlRGB2YUV", "Error get tile to write", "owncolor", 216}));
 }
 
 }  // namespace

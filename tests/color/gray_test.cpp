@@ -44,7 +44,8 @@ double grayOf(unsigned from, unsigned to, double r, double g, double b) {
         const int64_t g16 = (13933 * int64_t(r) + 46871 * int64_t(g) + 4732 * int64_t(b)) >> 16;
         v = to == k8U ? g16 >> 8 : g16;
     } else {
-        const int64_t s = (int64_t(r) >> 11) * 109 + (int64_t(g) >> 11) * 366 + (int64_t(b) >> 11) * 37;
+        const int64_t s =
+            (int64_t(r) >> 11) * 109 + (int64_t(g) >> 11) * 366 + (int64_t(b) >> 11) * 37;
         v = std::max<int64_t>(0, s >> (to == k8U ? 21 : 13));
     }
     return to == k1U ? (v >= 32768 ? 1 : 0) : static_cast<double>(v);
@@ -65,9 +66,10 @@ TEST(ColorToGray, ConvertsEveryDepthPair) {
                 const int red = seq[0] == 'R' ? 0 : 2;
                 for (int y = 0; y < 4; ++y)
                     for (int x = 0; x < 80; ++x)
-                        ASSERT_EQ(dst.at(x, y),
-                                  x < 77 && y < 3 ? grayOf(from, to, src.at(x, y, red), src.at(x, y, 1), src.at(x, y, 2 - red))
-                                                  : before.at(x, y))
+                        ASSERT_EQ(dst.at(x, y), x < 77 && y < 3
+                                                    ? grayOf(from, to, src.at(x, y, red),
+                                                             src.at(x, y, 1), src.at(x, y, 2 - red))
+                                                    : before.at(x, y))
                             << x << "," << y;
             }
     EXPECT_TRUE(errors.empty());
@@ -78,7 +80,8 @@ TEST(ColorToGray, ConvertsEveryDepthPair) {
 TEST(ColorToGray, KeepsTheDocumentedWeights) {
     TestImage white = rgbImage(k8U, 3, 1), s32 = rgbImage(k32S, 1, 1);
     white.fill(255);
-    s32.put(0, 0, 0, 1 << 30), s32.put(0, 0, 1, 3 << 28), s32.put(0, 0, 2, 2047);  // the last one reduces to 0
+    s32.put(0, 0, 0, 1 << 30), s32.put(0, 0, 1, 3 << 28),
+        s32.put(0, 0, 2, 2047);  // the last one reduces to 0
     TestImage g8 = grayImage(k8U, 3, 1), g32 = grayImage(k8U, 1, 1), bits = grayImage(k1U, 3, 1);
     ozlColorToGray(white, g8);
     ozlColorToGray(s32, g32);
@@ -100,7 +103,8 @@ TEST(ColorToGray, WorksOnWholeImagesAndTheFirstPlane) {
     ozlColorToGray(src, planes);
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 9; ++x) {
-            EXPECT_EQ(planes.at(x, y, 0), grayOf(k8U, k8U, src.at(x, y, 0), src.at(x, y, 1), src.at(x, y, 2)));
+            EXPECT_EQ(planes.at(x, y, 0),
+                      grayOf(k8U, k8U, src.at(x, y, 0), src.at(x, y, 1), src.at(x, y, 2)));
             EXPECT_EQ(planes.at(x, y, 1), before.at(x, y, 1));
         }
 }
@@ -108,7 +112,8 @@ TEST(ColorToGray, WorksOnWholeImagesAndTheFirstPlane) {
 // f = F 32768 while |F| < 1, else F 256; (g f + half) >> shift, saturated.
 double spread(double g, float w, unsigned depth) {
     const bool fine = w > -1.0f && w < 1.0f;
-    const int64_t f = fine ? int64_t(w * 32768.0f) : int64_t(std::fmax(-32768.0, std::fmin(32767.0, w * 256.0)));
+    const int64_t f =
+        fine ? int64_t(w * 32768.0f) : int64_t(std::fmax(-32768.0, std::fmin(32767.0, w * 256.0)));
     const int shift = fine ? 15 : 8;
     const int64_t v = (int64_t(g) * f + (int64_t{1} << (shift - 1))) >> shift;
     const int64_t hi = depth == k8U ? 255 : depth == k16U ? 65535 : INT32_MAX;
@@ -118,7 +123,8 @@ double spread(double g, float w, unsigned depth) {
 
 TEST(GrayToColor, SpreadsEveryDepthWithItsFactors) {
     ErrorCapture errors;
-    const float weights[][3] = {{1.0f, 0.5f, 0.25f}, {0.2999f, -0.4f, 2.5f}, {200.0f, 0.999f, -3.0f}};
+    const float weights[][3] = {
+        {1.0f, 0.5f, 0.25f}, {0.2999f, -0.4f, 2.5f}, {200.0f, 0.999f, -3.0f}};
     for (unsigned depth : {k8U, k16U, k32S, k1U})
         for (const auto& w : weights) {
             SCOPED_TRACE(testing::Message() << std::hex << depth << " " << w[0]);
@@ -131,7 +137,8 @@ TEST(GrayToColor, SpreadsEveryDepthWithItsFactors) {
                 for (int x = 0; x < 70; ++x) {
                     const double g = depth == k1U ? 255 * src.at(x, y) : src.at(x, y);
                     for (int c = 0; c < 3; ++c)
-                        ASSERT_EQ(dst.at(x, y, 2 - c), spread(g, w[c], out)) << x << " channel " << c;
+                        ASSERT_EQ(dst.at(x, y, 2 - c), spread(g, w[c], out))
+                            << x << " channel " << c;
                 }
         }
     // A weight of 1 gives the grey back exactly; 0.5 halves it.
@@ -157,14 +164,21 @@ struct Refusal {
 
 TEST(ColorToGray, RefusesInTheDocumentedOrder) {
     const Refusal cases[] = {
-        {[](OzlImage* s, OzlImage*) { std::memcpy(s->colorModel, "GRAY", 4); }, "colorModel must be RGB instead of GRAY ", "owncolor", 58},
-        {[](OzlImage*, OzlImage* d) { std::memcpy(d->colorModel, "gray", 4); }, "colorModel must be GRAY instead of gray ", "owncolor", 97},
-        {[](OzlImage*, OzlImage* d) { std::memcpy(d->channelSeq, "Y\0\0\0", 4); }, "channelSeq must be G instead of Y ", "owncolor", 100},
-        {[](OzlImage*, OzlImage* d) { d->nChannels = 3; }, "(dst-> dataOrder == OZL_DATA_ORDER_PIXEL) && (dst-> nChannels != 1)", "owncolor", 163},
-        {[](OzlImage* s, OzlImage*) { s->origin = 1; }, "src->origin != dst->origin", "owncolor", 166},
+        {[](OzlImage* s, OzlImage*) { std::memcpy(s->colorModel, "GRAY", 4); },
+         "colorModel must be RGB instead of GRAY ", "owncolor", 58},
+        {[](OzlImage*, OzlImage* d) { std::memcpy(d->colorModel, "gray", 4); },
+         "colorModel must be GRAY instead of gray ", "owncolor", 97},
+        {[](OzlImage*, OzlImage* d) { std::memcpy(d->channelSeq, "Y\0\0\0", 4); },
+         "channelSeq must be G instead of Y ", "owncolor", 100},
+        {[](OzlImage*, OzlImage* d) { d->nChannels = 3; },
+         "(dst-> dataOrder == OZL_DATA_ORDER_PIXEL) && (dst-> nChannels != 1)", "owncolor", 163},
+        {[](OzlImage* s, OzlImage*) { s->origin = 1; }, "src->origin != dst->origin", "owncolor",
+         166},
         {[](OzlImage* s, OzlImage*) { s->nChannels = 2; }, "(src->nChannels < 3)", "owncolor", 169},
-        {[](OzlImage* s, OzlImage*) { s->depth = k32F; }, "Error in-out depth. 32S,16U,8U=> 16U,8U,1U are valid now", "Ownctog", 52},
-        {[](OzlImage*, OzlImage* d) { d->depth = k32S; }, "Error in-out depth. 32S,16U,8U=> 16U,8U,1U are valid now", "Ownctog", 52},
+        {[](OzlImage* s, OzlImage*) { s->depth = k32F; },
+         "Error in-out depth. 32S,16U,8U=> 16U,8U,1U are valid now", "Ownctog", 52},
+        {[](OzlImage*, OzlImage* d) { d->depth = k32S; },
+         "Error in-out depth. 32S,16U,8U=> 16U,8U,1U are valid now", "Ownctog", 52},
     };
     ErrorCapture errors;
     for (const Refusal& r : cases) {
@@ -184,14 +198,21 @@ TEST(ColorToGray, RefusesInTheDocumentedOrder) {
 
 TEST(GrayToColor, RefusesInTheDocumentedOrder) {
     const Refusal cases[] = {
-        {[](OzlImage*, OzlImage* d) { std::memcpy(d->channelSeq, "GBR", 3); }, "channelSeq must be RGB or BGR instead of GBR ", "owncolor", 61},
-        {[](OzlImage* s, OzlImage*) { std::memcpy(s->colorModel, "RGB\0", 4); }, "colorModel must be GRAY instead of RGB ", "owncolor", 97},
-        {[](OzlImage* s, OzlImage*) { s->depth = k16U; }, "src-> depth != dst-> depth && src-> depth != 1U", "owncolor", 185},
-        {[](OzlImage* s, OzlImage* d) { s->depth = k1U, d->depth = k16U; }, "src-> depth == dst-> depth && dst-> depth != 8U", "owncolor", 188},
-        {[](OzlImage* s, OzlImage*) { s->nChannels = 2; }, "(src-> dataOrder == OZL_DATA_ORDER_PIXEL) && (src-> nChannels != 1)", "owncolor", 191},
-        {[](OzlImage* s, OzlImage*) { s->origin = 1; }, "(src->origin != dst->origin)", "owncolor", 194},
+        {[](OzlImage*, OzlImage* d) { std::memcpy(d->channelSeq, "GBR", 3); },
+         "channelSeq must be RGB or BGR instead of GBR ", "owncolor", 61},
+        {[](OzlImage* s, OzlImage*) { std::memcpy(s->colorModel, "RGB\0", 4); },
+         "colorModel must be GRAY instead of RGB ", "owncolor", 97},
+        {[](OzlImage* s, OzlImage*) { s->depth = k16U; },
+         "src-> depth != dst-> depth && src-> depth != 1U", "owncolor", 185},
+        {[](OzlImage* s, OzlImage* d) { s->depth = k1U, d->depth = k16U; },
+         "src-> depth == dst-> depth && dst-> depth != 8U", "owncolor", 188},
+        {[](OzlImage* s, OzlImage*) { s->nChannels = 2; },
+         "(src-> dataOrder == OZL_DATA_ORDER_PIXEL) && (src-> nChannels != 1)", "owncolor", 191},
+        {[](OzlImage* s, OzlImage*) { s->origin = 1; }, "(src->origin != dst->origin)", "owncolor",
+         194},
         {[](OzlImage*, OzlImage* d) { d->nChannels = 2; }, "(dst->nChannels < 3)", "owncolor", 197},
-        {[](OzlImage* s, OzlImage* d) { s->depth = d->depth = k32F; }, "Error input depth. 32S,16U,8U are valid now", "Owngtoc", 47},
+        {[](OzlImage* s, OzlImage* d) { s->depth = d->depth = k32F; },
+         "Error input depth. 32S,16U,8U are valid now", "Owngtoc", 47},
     };
     ErrorCapture errors;
     for (const Refusal& r : cases) {

@@ -58,12 +58,18 @@ std::vector<KernelCase> vectorKernels() {
                   {"Yuv", Model::Yuv}, {"YCrCb", Model::YCrCb}};
     for (const auto& m : models)
         for (Way w : {Way::FromRgb, Way::ToRgb})
-            out.push_back({nullptr,
-                           [m = m.m, w](const ColorTable& t) { return convertOf(t, m, w, Depth::U8); },
-                           1, 3, 3, 0});
-    out.push_back({nullptr, [](const ColorTable& t) { return convertOf(t, Model::Ycc, Way::ToRgb, Depth::U8); }, 1, 3, 3, 0});
+            out.push_back(
+                {nullptr,
+                 [m = m.m, w](const ColorTable& t) { return convertOf(t, m, w, Depth::U8); }, 1, 3,
+                 3, 0});
+    out.push_back(
+        {nullptr,
+         [](const ColorTable& t) { return convertOf(t, Model::Ycc, Way::ToRgb, Depth::U8); }, 1, 3,
+         3, 0});
     for (Way w : {Way::FromRgb, Way::ToRgb})
-        out.push_back({nullptr, [w](const ColorTable& t) { return convertOf(t, Model::Luv, w, Depth::F32); }, 4, 3, 3, 0});
+        out.push_back({nullptr,
+                       [w](const ColorTable& t) { return convertOf(t, Model::Luv, w, Depth::F32); },
+                       4, 3, 3, 0});
     out.push_back({"TwistFixed8", [](const ColorTable& t) { return t.twistFixed[0]; }, 1, 3, 3, 1});
     out.push_back({"ToGray8", [](const ColorTable& t) { return t.toGray[0][0]; }, 1, 3, 1, 2});
     out.push_back({"FromGray8", [](const ColorTable& t) { return t.fromGray[0]; }, 1, 1, 3, 3});
@@ -129,7 +135,8 @@ struct Contexts {
             case 1:
                 // Any 16-bit weights and constants: the kernels must wrap alike.
                 for (auto& row : twist.weight)
-                    for (auto& w : row) w = static_cast<int16_t>(rng() % 3 ? rng() % 257 - 128 : rng());
+                    for (auto& w : row)
+                        w = static_cast<int16_t>(rng() % 3 ? rng() % 257 - 128 : rng());
                 for (auto& k : twist.constant) k = static_cast<int32_t>(rng());
                 twist.shift = static_cast<int>(rng() % 16);
                 twist.bias = static_cast<int32_t>(rng() % 65536) - 32768;
@@ -166,8 +173,10 @@ TEST_P(ColorKernel, MatchesScalarTableOnRandomRows) {
     // Source layouts: 3 or 4 interleaved, planes, 5 interleaved (scalar only);
     // destinations: 3 interleaved, planes, 4 interleaved (scalar only). Grey
     // sides are one channel.
-    const std::vector<int> srcStrides = kc.srcChannels == 1 ? std::vector<int>{1} : std::vector<int>{3, 4, 0, 5};
-    const std::vector<int> dstStrides = kc.dstChannels == 1 ? std::vector<int>{1} : std::vector<int>{3, 0, 4};
+    const std::vector<int> srcStrides =
+        kc.srcChannels == 1 ? std::vector<int>{1} : std::vector<int>{3, 4, 0, 5};
+    const std::vector<int> dstStrides =
+        kc.dstChannels == 1 ? std::vector<int>{1} : std::vector<int>{3, 0, 4};
     const bool floats = kc.valueSize == 4;
     std::mt19937 rng(20240701u + index * 977u + static_cast<uint32_t>(tableIndex) * 31u);
     Contexts contexts;
@@ -176,17 +185,21 @@ TEST_P(ColorKernel, MatchesScalarTableOnRandomRows) {
             for (int ds : dstStrides) {
                 const size_t so = rng() % 4 * kc.valueSize, doff = rng() % 4 * kc.valueSize;
                 const RowBuffer src = makeRow(n, kc.valueSize, kc.srcChannels, ss, so, rng, floats);
-                const RowBuffer dst = makeRow(n, kc.valueSize, kc.dstChannels, ds, doff, rng, false);
+                const RowBuffer dst =
+                    makeRow(n, kc.valueSize, kc.dstChannels, ds, doff, rng, false);
                 const void* context = contexts.make(kc.contextKind, rng);
                 RowBuffer outV = dst, outR = dst;
-                outV.view.data = reinterpret_cast<char*>(outV.bytes.data()) + (dst.view.data - reinterpret_cast<const char*>(dst.bytes.data()));
-                outR.view.data = reinterpret_cast<char*>(outR.bytes.data()) + (dst.view.data - reinterpret_cast<const char*>(dst.bytes.data()));
+                outV.view.data = reinterpret_cast<char*>(outV.bytes.data()) +
+                                 (dst.view.data - reinterpret_cast<const char*>(dst.bytes.data()));
+                outR.view.data = reinterpret_cast<char*>(outR.bytes.data()) +
+                                 (dst.view.data - reinterpret_cast<const char*>(dst.bytes.data()));
                 const RowView srcRows[ozl::core::kMaxSources] = {src.view};
                 vec(srcRows, outV.view, n, context);
                 ref(srcRows, outR.view, n, context);
                 ASSERT_EQ(outV.bytes, outR.bytes)
                     << kc.name << " n=" << n << " src stride " << ss << " dst stride " << ds
-                    << " first differing byte " << ozl::test::firstDifference(outV.bytes, outR.bytes);
+                    << " first differing byte "
+                    << ozl::test::firstDifference(outV.bytes, outR.bytes);
             }
 }
 

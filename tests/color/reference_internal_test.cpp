@@ -81,43 +81,48 @@ std::vector<uint8_t> someColours() {
 
 TEST(ColorReference, RgbToHsvIsTheDoubleRecipeOnEveryColour) {
     forEachColourChunk([](std::vector<uint8_t>& in) {
-    const auto out = apply(kernel(ozl::color::referenceTable(), Model::Hsv, Way::FromRgb, Depth::U8), in);
-    for (size_t i = 0; i < in.size(); i += 3) {
-        const int r = in[i], g = in[i + 1], b = in[i + 2];
-        const int v = std::max({r, g, b}), d = v - std::min({r, g, b});
-        const int s = v == 0 ? 0 : 255 * d / v;
-        int h = 0;
-        if (s != 0) {
-            double a = r == v ? (g - b) * 60 / double(d)
-                       : g == v ? (b - r) * 60 / double(d) + 120 : (r - g) * 60 / double(d) + 240;
-            if (a < 0) a += 360;
-            h = static_cast<int>(a) >> 1;
+        const auto out =
+            apply(kernel(ozl::color::referenceTable(), Model::Hsv, Way::FromRgb, Depth::U8), in);
+        for (size_t i = 0; i < in.size(); i += 3) {
+            const int r = in[i], g = in[i + 1], b = in[i + 2];
+            const int v = std::max({r, g, b}), d = v - std::min({r, g, b});
+            const int s = v == 0 ? 0 : 255 * d / v;
+            int h = 0;
+            if (s != 0) {
+                double a = r == v   ? (g - b) * 60 / double(d)
+                           : g == v ? (b - r) * 60 / double(d) + 120
+                                    : (r - g) * 60 / double(d) + 240;
+                if (a < 0) a += 360;
+                h = static_cast<int>(a) >> 1;
+            }
+            ASSERT_EQ((std::vector<int>{out[i], out[i + 1], out[i + 2]}),
+                      (std::vector<int>{h, s, v}))
+                << r << "," << g << "," << b;
         }
-        ASSERT_EQ((std::vector<int>{out[i], out[i + 1], out[i + 2]}), (std::vector<int>{h, s, v}))
-            << r << "," << g << "," << b;
-    }
     });
 }
 
 TEST(ColorReference, HsvToRgbIsTheSectorRecipeOnEveryTriple) {
     forEachColourChunk([](std::vector<uint8_t>& in) {
-    const auto out = apply(kernel(ozl::color::referenceTable(), Model::Hsv, Way::ToRgb, Depth::U8), in);
-    for (size_t i = 0; i < in.size(); i += 3) {
-        const int hue = in[i], s = in[i + 1], v = in[i + 2];
-        int rgb[3] = {v, v, v};
-        if (s != 0) {
-            int h = 2 * hue, k = 0;
-            if (h == 360) h = 0;
-            while (h >= 60) h -= 60, ++k;
-            const int m = (s * v) >> 8, p = v - m, q = v - ((m * 34 * h) >> 11),
-                      t = v - ((m * 34 * (60 - h)) >> 11);
-            const int table[6][3] = {{v, t, p}, {q, v, p}, {p, v, t}, {p, q, v}, {t, p, v}, {v, p, q}};
-            std::copy(table[std::min(k, 5)], table[std::min(k, 5)] + 3, rgb);
+        const auto out =
+            apply(kernel(ozl::color::referenceTable(), Model::Hsv, Way::ToRgb, Depth::U8), in);
+        for (size_t i = 0; i < in.size(); i += 3) {
+            const int hue = in[i], s = in[i + 1], v = in[i + 2];
+            int rgb[3] = {v, v, v};
+            if (s != 0) {
+                int h = 2 * hue, k = 0;
+                if (h == 360) h = 0;
+                while (h >= 60) h -= 60, ++k;
+                const int m = (s * v) >> 8, p = v - m, q = v - ((m * 34 * h) >> 11),
+                          t = v - ((m * 34 * (60 - h)) >> 11);
+                const int table[6][3] = {{v, t, p}, {q, v, p}, {p, v, t},
+                                         {p, q, v}, {t, p, v}, {v, p, q}};
+                std::copy(table[std::min(k, 5)], table[std::min(k, 5)] + 3, rgb);
+            }
+            ASSERT_EQ((std::vector<int>{out[i], out[i + 1], out[i + 2]}),
+                      (std::vector<int>{rgb[0], rgb[1], rgb[2]}))
+                << hue << "," << s << "," << v;
         }
-        ASSERT_EQ((std::vector<int>{out[i], out[i + 1], out[i + 2]}),
-                  (std::vector<int>{rgb[0], rgb[1], rgb[2]}))
-            << hue << "," << s << "," << v;
-    }
     });
 }
 
@@ -195,7 +200,8 @@ TEST(ColorReference, LuvFollowsTheCieDefinitionAndComesBack) {
     const float special[][3] = {{0, 0, 0}, {1, 1, 1}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1},
                                 {0.0088f, 0.0088f, 0.0088f}, {0.0089f, 0.0089f, 0.0089f},
                                 {1e-6f, 0, 0}};
-    for (size_t i = 0; i < std::size(special); ++i) std::copy(special[i], special[i] + 3, &rgb[3 * i]);
+    for (size_t i = 0; i < std::size(special); ++i)
+        std::copy(special[i], special[i] + 3, &rgb[3 * i]);
     const ColorTable& t = ozl::color::referenceTable();
     std::vector<float> luv = apply(kernel(t, Model::Luv, Way::FromRgb, Depth::F32), rgb);
     const auto back = apply(kernel(t, Model::Luv, Way::ToRgb, Depth::F32), luv);
@@ -203,8 +209,10 @@ TEST(ColorReference, LuvFollowsTheCieDefinitionAndComesBack) {
     for (size_t i = 0; i < rgb.size(); i += 3) {
         double expected[3];
         luvDouble(rgb[i], rgb[i + 1], rgb[i + 2], expected);
-        for (int c = 0; c < 3; ++c) worst[c] = std::max(worst[c], std::fabs(luv[i + c] - expected[c]));
-        for (int c = 0; c < 3; ++c) worstBack = std::max(worstBack, double(std::fabs(back[i + c] - rgb[i + c])));
+        for (int c = 0; c < 3; ++c)
+            worst[c] = std::max(worst[c], std::fabs(luv[i + c] - expected[c]));
+        for (int c = 0; c < 3; ++c)
+            worstBack = std::max(worstBack, double(std::fabs(back[i + c] - rgb[i + c])));
     }
     EXPECT_LT(worst[0], 2e-4);
     EXPECT_LT(worst[1], 1e-3);
@@ -222,9 +230,11 @@ TEST(ColorReference, LuvFollowsTheCieDefinitionAndComesBack) {
 // a grid of inputs.
 
 int64_t twistExact(const int32_t* row, int s, int offset, const int32_t x[3]) {
-    const int64_t sum = int64_t{row[0]} * x[0] + int64_t{row[1]} * x[1] + int64_t{row[2]} * x[2] + row[3];
+    const int64_t sum =
+        int64_t{row[0]} * x[0] + int64_t{row[1]} * x[1] + int64_t{row[2]} * x[2] + row[3];
     const int64_t half = s ? int64_t{1} << (s - 1) : 0;
-    const int64_t q = (sum + half) >= 0 ? (sum + half) >> s : -((-(sum + half) + (int64_t{1} << s) - 1) >> s);
+    const int64_t q =
+        (sum + half) >= 0 ? (sum + half) >> s : -((-(sum + half) + (int64_t{1} << s) - 1) >> s);
     return q + offset;
 }
 
@@ -247,7 +257,8 @@ void expectBothPaths(const OzlColorTwist& twist, int offset, bool fixedExpected)
     for (size_t i = 0; i < px.size(); i += 3) {
         const int32_t x[3] = {px[i], px[i + 1], px[i + 2]};
         for (int c = 0; c < 3; ++c) {
-            const int64_t e = std::clamp<int64_t>(twistExact(twist.data + 4 * c, twist.scalingValue, offset, x), 0, top);
+            const int64_t e = std::clamp<int64_t>(
+                twistExact(twist.data + 4 * c, twist.scalingValue, offset, x), 0, top);
             ASSERT_EQ(general[i + c], e) << "general path, channel " << c;
             if (plan.fixed) ASSERT_EQ(fixed[i + c], e) << "fixed path, channel " << c;
         }
@@ -256,7 +267,8 @@ void expectBothPaths(const OzlColorTwist& twist, int offset, bool fixedExpected)
 
 TEST(ColorReference, TwistPathsMeetAtTheBound) {
     for (int s : {0, 1, 2, 7, 15}) {
-        // Positive weights summing to the bound: 255 w + c at most 32767 - 2^(s-1) (32766 for s < 2).
+        // Positive weights summing to the bound: 255 w + c at most 32767 - 2^(s-1) (32766 for s <
+        // 2).
         const int bound = s <= 1 ? 32766 : 32767 - (1 << (s - 1));
         const int w = bound / 255 / 3, c = bound - 3 * 255 * w;
         OzlColorTwist twist{{w, w, w, c, -w, 2 * w, 0, -c, 1, 0, w, 0}, s};
@@ -268,10 +280,13 @@ TEST(ColorReference, TwistPathsMeetAtTheBound) {
     }
     // 16U: the signed 16-bit form holds constant rows only (x - 32768 spans 16
     // bits by itself).
-    expectBothPaths<uint16_t>(OzlColorTwist{{2, 0, 0, 0, 0, 2, 0, 5, 0, 0, 2, -7}, 1}, -30000, false);
-    expectBothPaths<uint16_t>(OzlColorTwist{{0, 0, 0, 100, 0, 0, 0, 5, 0, 0, 0, 30000}, 0}, 1000, true);
+    expectBothPaths<uint16_t>(OzlColorTwist{{2, 0, 0, 0, 0, 2, 0, 5, 0, 0, 2, -7}, 1}, -30000,
+                              false);
+    expectBothPaths<uint16_t>(OzlColorTwist{{0, 0, 0, 100, 0, 0, 0, 5, 0, 0, 0, 30000}, 0}, 1000,
+                              true);
     // Scales beyond 15 and 32-bit elements: the general path.
-    expectBothPaths<uint8_t>(OzlColorTwist{{1 << 20, 0, 0, 0, 0, 1 << 20, 0, 0, 0, 0, 1 << 20, 0}, 20}, 0, false);
+    expectBothPaths<uint8_t>(
+        OzlColorTwist{{1 << 20, 0, 0, 0, 0, 1 << 20, 0, 0, 0, 0, 1 << 20, 0}, 20}, 0, false);
     expectBothPaths<uint8_t>(OzlColorTwist{{-5, 40000, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}, 0}, 0, false);
 }
 
@@ -285,8 +300,8 @@ TEST(ColorReference, LongRowsMatchTheScalarFormWhenStreaming) {
     std::mt19937 rng(9);
     for (auto& v : in) v = static_cast<uint8_t>(rng());
     RowView src[ozl::core::kMaxSources];
-    src[0].data = reinterpret_cast<char*>(in.data()) + 1, src[0].pixelStep = 3, src[0].channelStep = 1,
-    src[0].channels = 3;
+    src[0].data = reinterpret_cast<char*>(in.data()) + 1, src[0].pixelStep = 3,
+    src[0].channelStep = 1, src[0].channels = 3;
     std::vector<uint8_t> expected(3 * n + 1), got(3 * n + 1);
     auto dstOf = [](std::vector<uint8_t>& v, int pixelStep) {
         RowView d;
@@ -301,7 +316,8 @@ TEST(ColorReference, LongRowsMatchTheScalarFormWhenStreaming) {
     for (const auto& t : ozl::color::vectorTables()) {
         for (int which = 0; which < 2; ++which) {
             const int step = which ? 1 : 3;
-            PixelFn f = which ? t.table->toGray[0][0] : kernel(*t.table, Model::Yuv, Way::FromRgb, Depth::U8);
+            PixelFn f = which ? t.table->toGray[0][0]
+                              : kernel(*t.table, Model::Yuv, Way::FromRgb, Depth::U8);
             PixelFn r = which ? ref.toGray[0][0] : kernel(ref, Model::Yuv, Way::FromRgb, Depth::U8);
             const void* context = which ? static_cast<const void*>(&gray) : &args;
             r(src, dstOf(expected, step), n, context);

@@ -42,7 +42,8 @@ TEST(ColorTwist, RecordChecksItsArguments) {
     const int data[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
     for (int bad : {-1, 32}) {
         EXPECT_EQ(ozlCreateColorTwist(data, bad), nullptr);
-        EXPECT_EQ(errors.last(), (ErrorReport{-5, "ozlCreateColorTwist", "bad_argument", "ozltwist", 38}));
+        EXPECT_EQ(errors.last(),
+                  (ErrorReport{-5, "ozlCreateColorTwist", "bad_argument", "ozltwist", 38}));
     }
     EXPECT_EQ(ozlCreateColorTwist(nullptr, 3), nullptr);
     EXPECT_EQ(errors.last().line, 38);
@@ -57,12 +58,15 @@ TEST(ColorTwist, RecordChecksItsArguments) {
         int s;
         const char* message;
         int line;
-    } sets[] = {{nullptr, nullptr, -1, "cTwist==0", 61}, {r.t, nullptr, -1, "(data == 0)", 62},
-                {r.t, data, -1, "(scalingValue < 0)", 63}, {r.t, data, 32, "(scalingValue > 31)", 64}};
+    } sets[] = {{nullptr, nullptr, -1, "cTwist==0", 61},
+                {r.t, nullptr, -1, "(data == 0)", 62},
+                {r.t, data, -1, "(scalingValue < 0)", 63},
+                {r.t, data, 32, "(scalingValue > 31)", 64}};
     errors.clear();
     for (const auto& c : sets) {
         EXPECT_EQ(ozlSetColorTwist(c.t, c.d, c.s), -5);
-        EXPECT_EQ(errors.last(), (ErrorReport{-5, "ozlSetColorTwist", c.message, "ozltwist", c.line}));
+        EXPECT_EQ(errors.last(),
+                  (ErrorReport{-5, "ozlSetColorTwist", c.message, "ozltwist", c.line}));
     }
     const int other[16] = {9};
     EXPECT_EQ(ozlSetColorTwist(r.t, other, 0), 0);
@@ -92,16 +96,25 @@ TEST(ColorTwist, RefusesInTheDocumentedOrder) {
         {[](OzlImage* s, OzlImage*) { s->nChannels = 0; }, "Incorrect Image", 101, -15},
         {[](OzlImage*, OzlImage* d) { d->widthStep = 0; }, "Incorrect Image", 102, -13},
         {[](OzlImage* s, OzlImage*) { s->nChannels = 2; }, "(srcImage->nChannels < 3)", 107},
-        {[](OzlImage* s, OzlImage*) { s->alphaChannel = 3; }, "((srcImage->alphaChannel != 0) && (srcImage->nChannels < 4))", 108},
-        {[](OzlImage* s, OzlImage*) { s->nChannels = 4, s->alphaChannel = 1; }, "Incorrect Image", 101, -18},
+        {[](OzlImage* s, OzlImage*) { s->alphaChannel = 3; },
+         "((srcImage->alphaChannel != 0) && (srcImage->nChannels < 4))", 108},
+        {[](OzlImage* s, OzlImage*) { s->nChannels = 4, s->alphaChannel = 1; }, "Incorrect Image",
+         101, -18},
         {[](OzlImage*, OzlImage* d) { d->nChannels = 1; }, "(dstImage->nChannels < 3)", 110},
-        {[](OzlImage*, OzlImage* d) { d->alphaChannel = 3; }, "((dstImage->alphaChannel != 0) && (dstImage->nChannels < 4))", 111},
-        {[](OzlImage* s, OzlImage*) { s->depth = k16U; }, "(srcImage->depth != dstImage->depth)", 115},
-        {[](OzlImage* s, OzlImage* d) { s->depth = d->depth = OZL_DEPTH_8S; }, "((srcImage->depth != 8) && (srcImage->depth != 16))", 116},
-        {[](OzlImage*, OzlImage* d) { d->dataOrder = 1; }, "(srcImage->dataOrder != dstImage->dataOrder)", 118},
-        {[](OzlImage* s, OzlImage*) { s->origin = 1; }, "(srcImage->origin != dstImage->origin)", 120},
-        {[](OzlImage* s, OzlImage*) { s->maskROI = gMask; }, "(srcImage->origin != srcImage->maskROI->origin)", 121},
-        {[](OzlImage*, OzlImage* d) { d->maskROI = gMask; }, "(dstImage->origin != dstImage->maskROI->origin)", 122},
+        {[](OzlImage*, OzlImage* d) { d->alphaChannel = 3; },
+         "((dstImage->alphaChannel != 0) && (dstImage->nChannels < 4))", 111},
+        {[](OzlImage* s, OzlImage*) { s->depth = k16U; }, "(srcImage->depth != dstImage->depth)",
+         115},
+        {[](OzlImage* s, OzlImage* d) { s->depth = d->depth = OZL_DEPTH_8S; },
+         "((srcImage->depth != 8) && (srcImage->depth != 16))", 116},
+        {[](OzlImage*, OzlImage* d) { d->dataOrder = 1; },
+         "(srcImage->dataOrder != dstImage->dataOrder)", 118},
+        {[](OzlImage* s, OzlImage*) { s->origin = 1; }, "(srcImage->origin != dstImage->origin)",
+         120},
+        {[](OzlImage* s, OzlImage*) { s->maskROI = gMask; },
+         "(srcImage->origin != srcImage->maskROI->origin)", 121},
+        {[](OzlImage*, OzlImage* d) { d->maskROI = gMask; },
+         "(dstImage->origin != dstImage->maskROI->origin)", 122},
     };
     ErrorCapture errors;
     for (const auto& c : cases) {
@@ -111,7 +124,8 @@ TEST(ColorTwist, RefusesInTheDocumentedOrder) {
         OzlImage s = *src.get(), d = *dst.get();
         c.setup(&s, &d);
         ozlApplyColorTwist(&s, &d, r.t, 0);
-        expectRefused(errors, dst, before, {c.status, "ozlApplyColorTwist", c.message, "ozltwist", c.line});
+        expectRefused(errors, dst, before,
+                      {c.status, "ozlApplyColorTwist", c.message, "ozltwist", c.line});
     }
     TestImage src(k8U, 9, 4, 3), dst(k8U, 9, 4, 3);
     ozlApplyColorTwist(src, dst, nullptr, 0);
@@ -128,11 +142,15 @@ TEST(ColorTwist, FloatFormRefusesInTheDocumentedOrder) {
         const char* message;
         int line;
     } cases[] = {
-        {[](OzlImage* s, OzlImage*) { s->depth = k8U; }, "((srcImage->depth != 32)|| (dstImage->depth != 32))", 40},
+        {[](OzlImage* s, OzlImage*) { s->depth = k8U; },
+         "((srcImage->depth != 32)|| (dstImage->depth != 32))", 40},
         {[](OzlImage* s, OzlImage*) { s->nChannels = 2; }, "(srcImage->nChannels < 3)", 42},
-        {[](OzlImage*, OzlImage* d) { d->alphaChannel = 3; }, "((dstImage->alphaChannel != 0) && (dstImage->nChannels < 4))", 46},
-        {[](OzlImage* s, OzlImage*) { s->dataOrder = 1; }, "(srcImage->dataOrder != dstImage->dataOrder)", 49},
-        {[](OzlImage*, OzlImage* d) { d->origin = 1; }, "(srcImage->origin != dstImage->origin)", 51},
+        {[](OzlImage*, OzlImage* d) { d->alphaChannel = 3; },
+         "((dstImage->alphaChannel != 0) && (dstImage->nChannels < 4))", 46},
+        {[](OzlImage* s, OzlImage*) { s->dataOrder = 1; },
+         "(srcImage->dataOrder != dstImage->dataOrder)", 49},
+        {[](OzlImage*, OzlImage* d) { d->origin = 1; }, "(srcImage->origin != dstImage->origin)",
+         51},
     };
     for (const auto& c : cases) {
         TestImage src(k32F, 5, 3, 3), dst(k32F, 5, 3, 3);
@@ -145,7 +163,8 @@ TEST(ColorTwist, FloatFormRefusesInTheDocumentedOrder) {
     TestImage src(k32F, 5, 3, 3), dst(k32F, 5, 3, 3);
     const auto before = dst.bytes();
     ozlColorTwistFP(src, dst, nullptr);
-    expectRefused(errors, dst, before, {-5, "ozlColorTwistFP", "(TwistFP == ((void*)(0)))", "ozltwstf", 38});
+    expectRefused(errors, dst, before,
+                  {-5, "ozlColorTwistFP", "(TwistFP == ((void*)(0)))", "ozltwstf", 38});
     ozlColorTwistFP(nullptr, dst, m);
     expectRefused(errors, dst, before, {-9, "ozlColorTwistFP", "Incorrect Image", "ozltwstf", 35});
 }
@@ -158,7 +177,8 @@ TEST(ColorTwist, ComputesTheScaledRoundedSumOnBothPaths) {
     ErrorCapture errors;
     for (unsigned depth : {k8U, k16U})
         for (int trial = 0; trial < 40; ++trial) {
-            const int s = trial % 4 == 0 ? static_cast<int>(rng() % 32) : static_cast<int>(rng() % 9);
+            const int s =
+                trial % 4 == 0 ? static_cast<int>(rng() % 32) : static_cast<int>(rng() % 9);
             int data[16];
             const int span = trial % 3 == 0 ? 70000 : 2 << s;  // beyond 16 bits, or near the scale
             for (int& v : data) v = static_cast<int>(rng() % (2 * span + 1)) - span;
@@ -166,15 +186,16 @@ TEST(ColorTwist, ComputesTheScaledRoundedSumOnBothPaths) {
             const int offset = trial % 2 ? static_cast<int>(rng() % 256) - 128 : 0;
             const int nCh = 3 + trial % 2;
             TwistRecord r(data, s);
-            TestImage src(depth, 37, 3, nCh), dst(depth, 37, 3, nCh, OZL_DATA_ORDER_PIXEL, trial % 4 == 1);
+            TestImage src(depth, 37, 3, nCh),
+                dst(depth, 37, 3, nCh, OZL_DATA_ORDER_PIXEL, trial % 4 == 1);
             src.fillRandom(trial), dst.fillRandom(trial + 1);
             const TestImage before = dst.clone();
             ozlApplyColorTwist(src, dst, r.t, offset);
             for (int y = 0; y < 3; ++y)
                 for (int x = 0; x < 37; ++x) {
                     for (int i = 0; i < 3; ++i)
-                        ASSERT_EQ(dst.at(x, y, i), twisted(data + 4 * i, s, offset, src.at(x, y, 0), src.at(x, y, 1),
-                                                          src.at(x, y, 2), depth))
+                        ASSERT_EQ(dst.at(x, y, i), twisted(data + 4 * i, s, offset, src.at(x, y, 0),
+                                                           src.at(x, y, 1), src.at(x, y, 2), depth))
                             << "trial " << trial << " channel " << i;
                     if (nCh == 4) ASSERT_EQ(dst.at(x, y, 3), before.at(x, y, 3));
                 }
@@ -217,7 +238,8 @@ TEST(ColorTwist, HonoursMasksRegionsAndTilesButNotTheChannelOfInterest) {
     src.setMask(nullptr), src.clearRoi();
     ozlApplyColorTwist(src, plain, r.t, 0);
 
-    TiledImage tiledSrc(k8U, 40, 6, 3, OZL_DATA_ORDER_PIXEL, 16, 8), tiledDst(k8U, 40, 6, 3, OZL_DATA_ORDER_PIXEL, 8, 8);
+    TiledImage tiledSrc(k8U, 40, 6, 3, OZL_DATA_ORDER_PIXEL, 16, 8),
+        tiledDst(k8U, 40, 6, 3, OZL_DATA_ORDER_PIXEL, 8, 8);
     for (int y = 0; y < 6; ++y)
         for (int x = 0; x < 40; ++x)
             for (int c = 0; c < 3; ++c) tiledSrc.pixels().put(x, y, c, src.at(x, y, c));
@@ -231,8 +253,8 @@ TEST(ColorTwist, HonoursMasksRegionsAndTilesButNotTheChannelOfInterest) {
             const bool on = inRegion && srcMask.at(x - 3, y - 1) && dstMask.at(x - 3, y - 1);
             for (int c = 0; c < 4; ++c) {
                 const double expected =
-                    on && c < 3 ? twisted(data + 4 * c, 7, 0, src.at(x + 2, y + 1, 0), src.at(x + 2, y + 1, 1),
-                                          src.at(x + 2, y + 1, 2), k8U)
+                    on && c < 3 ? twisted(data + 4 * c, 7, 0, src.at(x + 2, y + 1, 0),
+                                          src.at(x + 2, y + 1, 1), src.at(x + 2, y + 1, 2), k8U)
                                 : before.at(x, y, c);
                 ASSERT_EQ(masked.at(x, y, c), expected) << x << "," << y << " channel " << c;
                 if (c < 3) ASSERT_EQ(tiledDst.pixels().at(x, y, c), plain.at(x, y, c));
@@ -250,9 +272,11 @@ TEST(ColorTwist, FloatFormComputesSinglePrecisionSums) {
     ozlColorTwistFP(srcPlanes, dst, m);
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 21; ++x) {
-            const float a = float(srcPlanes.at(x, y, 0)), b = float(srcPlanes.at(x, y, 1)), c = float(srcPlanes.at(x, y, 2));
+            const float a = float(srcPlanes.at(x, y, 0)), b = float(srcPlanes.at(x, y, 1)),
+                        c = float(srcPlanes.at(x, y, 2));
             for (int i = 0; i < 3; ++i)
-                ASSERT_EQ(dst.at(x, y, i), m[4 * i] * a + m[4 * i + 1] * b + m[4 * i + 2] * c + m[4 * i + 3]);
+                ASSERT_EQ(dst.at(x, y, i),
+                          m[4 * i] * a + m[4 * i + 1] * b + m[4 * i + 2] * c + m[4 * i + 3]);
             ASSERT_EQ(dst.at(x, y, 3), before.at(x, y, 3));
         }
 }

@@ -59,9 +59,10 @@ void toRgb(Case& c, const char* model) {
 void twist(Case& c) {
     const auto [s, d] = c.picks<2>();
     int data[16];
-    for (int& v : data) v = c.rng().percent(70) ? static_cast<int>(c.rng().between(-300, 300)) : c.anyInt();
-    OzlColorTwist* t = c.rng().percent(95) ? ozlCreateColorTwist(data, static_cast<int>(c.rng().between(0, 31)))
-                                           : nullptr;
+    for (int& v : data)
+        v = c.rng().percent(70) ? static_cast<int>(c.rng().between(-300, 300)) : c.anyInt();
+    const int scale = static_cast<int>(c.rng().between(0, 31));
+    OzlColorTwist* t = c.rng().percent(95) ? ozlCreateColorTwist(data, scale) : nullptr;
     ozlApplyColorTwist(s, d, t, c.rng().percent(60) ? 0 : c.anyInt());
     ozlDeleteColorTwist(t);
 }
@@ -89,7 +90,8 @@ const ozl::fuzz::Registrar calls("color", {
     {"ozlLUV2RGB", [](Case& c) { toRgb<ozlLUV2RGB>(c, "LUV"); }},
     {"ozlCreateColorTwist", [](Case& c) {
          int data[16] = {};
-         ozlDeleteColorTwist(ozlCreateColorTwist(c.rng().percent(90) ? data : nullptr, c.anyInt()));
+         const int* d = c.rng().percent(90) ? data : nullptr;
+         ozlDeleteColorTwist(ozlCreateColorTwist(d, c.anyInt()));
      }},
     {"ozlSetColorTwist", [](Case& c) {
          int data[16] = {};
