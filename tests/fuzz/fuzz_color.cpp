@@ -2,6 +2,7 @@
 // images are "RGB"; a call mostly renames its model side for the duration of
 // the call (and drops its ROI, which the conversions refuse), so that the
 // calls reach their kernels as often as their checks.
+#include <algorithm>
 #include <cstring>
 
 #include "fuzz/fuzz.hpp"
@@ -19,8 +20,8 @@ public:
         std::memcpy(model_, image_->colorModel, 4);
         std::memcpy(seq_, image_->channelSeq, 4);
         roi_ = image_->roi;
-        std::strncpy(image_->colorModel, model, 4);
-        std::strncpy(image_->channelSeq, seq, 4);
+        setField(image_->colorModel, model);
+        setField(image_->channelSeq, seq);
         if (c.rng().percent(70)) image_->roi = nullptr;
         changed_ = true;
     }
@@ -34,6 +35,12 @@ public:
     Renamed& operator=(const Renamed&) = delete;
 
 private:
+    // Up to four characters, NUL-padded.
+    static void setField(char (&field)[4], const char* text) {
+        std::memset(field, 0, 4);
+        std::memcpy(field, text, std::min<size_t>(4, std::strlen(text)));
+    }
+
     OzlImage* image_;
     char model_[4] = {}, seq_[4] = {};
     OzlROI* roi_ = nullptr;
