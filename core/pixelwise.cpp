@@ -269,7 +269,16 @@ void blendInto(const RowView& d, const char* computed, size_t n, size_t size, Ma
 bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dstBits, size_t size,
               MaskRow mask, size_t width) {
     if (!mask.bits && (!dstBits || d.bit == 0)) {
+        // The kernel may write the whole last byte of a 1-bit row: the bits
+        // past the row's end are put back.
+        const size_t tail = dstBits ? width % 8 : 0;
+        uint8_t* last = tail ? reinterpret_cast<uint8_t*>(d.data) + width / 8 : nullptr;
+        const uint8_t kept = last ? *last : 0;
         k.pixel(src, d, width, k.context);
+        if (last) {
+            const uint8_t span = image::bitSpan(0, static_cast<int>(tail));
+            *last = static_cast<uint8_t>((*last & span) | (kept & ~span));
+        }
         return true;
     }
     const size_t pixelBytes = dstBits ? 0 : d.channels * size;
