@@ -175,11 +175,18 @@ template <uint8_t kFill>
 void fillRow(const core::RowView*, const core::RowView& dst, size_t width, const void*) {
     std::memset(dst.data, kFill, (width + 7) / 8);
 }
+template <uint8_t kFill>
+void fillRows(const core::RowView*, const core::RowView& dst, size_t width, size_t rows,
+              const ptrdiff_t* rowSteps, const void*) {
+    for (size_t r = 0; r < rows; ++r)
+        std::memset(dst.data + static_cast<ptrdiff_t>(r) * rowSteps[core::kDstOperand], kFill,
+                    (width + 7) / 8);
+}
 
 // The kernel of an integer constant. Every value widened to 32 bits is
 // compared with the constant, so one beyond the depth's range decides the
 // result alone; one within it is compared in the depth's own type.
-core::PixelFn constantKernel(Rel rel, uint32_t depth, int32_t value, core::PixelFn compare) {
+CompareKernel constantKernel(Rel rel, uint32_t depth, int32_t value, CompareKernel compare) {
     const image::DepthInfo& d = *image::depthInfo(depth);
     bool always = false, never = false;
     switch (rel) {
@@ -195,7 +202,9 @@ core::PixelFn constantKernel(Rel rel, uint32_t depth, int32_t value, core::Pixel
             never = value < d.lo || value > d.hi;
             break;
     }
-    return always ? &fillRow<0xFF> : never ? &fillRow<0x00> : compare;
+    if (always) return {&fillRow<0xFF>, &fillRows<0xFF>};
+    if (never) return {&fillRow<0x00>, &fillRows<0x00>};
+    return compare;
 }
 
 OzlStatus run(const Caller& c, Rel rel, OzlImage* img1, OzlImage* img2, OzlImage* res,
@@ -205,12 +214,14 @@ OzlStatus run(const Caller& c, Rel rel, OzlImage* img1, OzlImage* img2, OzlImage
     const int type = img1->depth == OZL_DEPTH_1U ? kBitsIndex
                                                  : static_cast<int>(image::elemOf(img1->depth));
     const Form form = img2 ? Form::Images : Form::Constant;
-    core::MapKernel kernel;
-    kernel.pixel = activeCompareTable()
-                       .compare[static_cast<int>(rel)][type][static_cast<int>(form)];
-    kernel.context = &args;
+    CompareKernel chosen =
+        activeCompareTable().compare[static_cast<int>(rel)][type][static_cast<int>(form)];
     if (form == Form::Constant && img1->depth != OZL_DEPTH_32F)
-        kernel.pixel = constantKernel(rel, img1->depth, args.value, kernel.pixel);
+        chosen = constantKernel(rel, img1->depth, args.value, chosen);
+    core::MapKernel kernel;
+    kernel.pixel = chosen.row;
+    kernel.pixelRows = chosen.rows;
+    kernel.context = &args;
 
     ResultMask mask;
     const OzlStatus masked =

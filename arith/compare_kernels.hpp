@@ -45,8 +45,14 @@ struct CompareArgs {
 // Folds n floats into the running range [*lo, *hi] (see lower and upper).
 using RangeFn = void (*)(const float* p, size_t n, float* lo, float* hi);
 
+// A comparison's kernel a row at a time and over many rows.
+struct CompareKernel {
+    core::PixelFn row = nullptr;
+    core::PixelRowsFn rows = nullptr;
+};
+
 struct CompareTable {
-    core::PixelFn compare[kRelCount][kSourceTypes][kFormCount] = {};
+    CompareKernel compare[kRelCount][kSourceTypes][kFormCount] = {};
     RangeFn range = nullptr;
 };
 
@@ -141,55 +147,94 @@ static inline bool packedChannels(const core::RowView& r) {
     return r.pixelStep == static_cast<ptrdiff_t>(sizeof(T));
 }
 
-template <class T>
-static inline const T* channelValues(const core::RowView& r, int channel) {
-    return reinterpret_cast<const T*>(r.data + channel * r.channelStep);
-}
+// A row's channels as the vector forms walk them: kept in locals, so that
+// the stores of the result (bytes, which may alias anything) do not make the
+// compiler read the row's fields again.
+struct Channels {
+    const char* data;
+    ptrdiff_t step;
+    template <class T>
+    const T* at(int channel, size_t pixel) const {
+        return reinterpret_cast<const T*>(data + channel * step) + pixel;
+    }
+};
 
 // The vector forms over a level's lanes. Lanes provide
 //   kPixels (pixels per block), Mask, Narrower (lanes to finish with, or
 //   void), Block<rel, T, form>(args) with Mask at(const T* a, const T* b),
-//   both(Mask, Mask) (AND) and store(uint8_t* out, Mask) (kPixels / 8 bytes).
-// Returns the pixels done, a multiple of 8.
+//   both(Mask, Mask) (AND) and store(uint8_t* out, Mask) (kPixels / 8 bytes,
+//   most significant bit first). Returns the pixels done, a multiple of 8.
 template <class Lanes, Rel rel, class T, Form form>
-static inline size_t vectorPixels(const core::RowView& a, const core::RowView& b, uint8_t* out,
+static inline size_t vectorPixels(Channels a, Channels b, int channels, uint8_t* out,
                                   size_t from, size_t width, const CompareArgs& args) {
     constexpr size_t kPixels = Lanes::kPixels;
     const typename Lanes::template Block<rel, T, form> block(args);
     size_t x = from;
+    if (channels == 1) {
+        // The common case, without the loop over channels, two blocks a step.
+        const T* pa = a.at<T>(0, x);
+        const T* pb = form == Form::Images ? b.at<T>(0, x) : nullptr;
+        uint8_t* o = out + x / 8;
+        for (; x + 2 * kPixels <= width; x += 2 * kPixels) {
+            const auto m0 = block.at(pa, pb);
+            const auto m1 = block.at(pa + kPixels, form == Form::Images ? pb + kPixels : nullptr);
+            Lanes::store(o, m0);
+            Lanes::store(o + kPixels / 8, m1);
+            pa += 2 * kPixels;
+            if (form == Form::Images) pb += 2 * kPixels;
+            o += kPixels / 4;
+        }
+        if (x + kPixels <= width) {
+            Lanes::store(o, block.at(pa, pb));
+            x += kPixels;
+        }
+    }
     for (; x + kPixels <= width; x += kPixels) {
-        auto m = block.at(channelValues<T>(a, 0) + x,
-                          form == Form::Images ? channelValues<T>(b, 0) + x : nullptr);
-        for (int ch = 1; ch < a.channels; ++ch)
-            m = Lanes::both(m, block.at(channelValues<T>(a, ch) + x,
-                                        form == Form::Images ? channelValues<T>(b, ch) + x
-                                                             : nullptr));
+        auto m = block.at(a.at<T>(0, x), form == Form::Images ? b.at<T>(0, x) : nullptr);
+        for (int ch = 1; ch < channels; ++ch)
+            m = Lanes::both(m, block.at(a.at<T>(ch, x),
+                                        form == Form::Images ? b.at<T>(ch, x) : nullptr));
         Lanes::store(out + x / 8, m);
     }
     if constexpr (!std::is_void_v<typename Lanes::Narrower>)
-        x = vectorPixels<typename Lanes::Narrower, rel, T, form>(a, b, out, x, width, args);
+        x = vectorPixels<typename Lanes::Narrower, rel, T, form>(a, b, channels, out, x, width,
+                                                                 args);
     return x;
 }
 
-// The row kernel of one relation, value type and form at one level (Lanes
-// void: the scalar reference).
+// The rows of one relation, value type and form at one level (Lanes void:
+// the scalar reference): `rows` rows, each operand's rowSteps bytes apart.
+template <class Lanes, Rel rel, class T, Form form>
+static void compareRows(const core::RowView* src, const core::RowView& dst, size_t width,
+                        size_t rows, const ptrdiff_t* rowSteps, const void* context) {
+    const auto& args = *static_cast<const CompareArgs*>(context);
+    core::RowView a = src[0], b = src[1];
+    auto* out = reinterpret_cast<uint8_t*>(dst.data);
+    const ptrdiff_t outStep = rowSteps[core::kDstOperand];
+    const bool vector = !std::is_void_v<Lanes> && packedChannels<T>(a) &&
+                        (form == Form::Constant || packedChannels<T>(b));
+    for (size_t r = 0; r < rows; ++r, a.data += rowSteps[0], b.data += rowSteps[1],
+                out += outStep) {
+        if constexpr (std::is_same_v<T, Bits>) {
+            bitPixels<rel, form>(a, b, out, width, args);
+        } else {
+            size_t done = 0;
+            if constexpr (!std::is_void_v<Lanes>) {
+                if (vector)
+                    done = vectorPixels<Lanes, rel, T, form>({a.data, a.channelStep},
+                                                             {b.data, b.channelStep},
+                                                             a.channels, out, 0, width, args);
+            }
+            scalarPixels<rel, T, form>(a, b, out, done, width, args);
+        }
+    }
+}
+
 template <class Lanes, Rel rel, class T, Form form>
 static void compareRow(const core::RowView* src, const core::RowView& dst, size_t width,
                        const void* context) {
-    const auto& args = *static_cast<const CompareArgs*>(context);
-    const core::RowView& a = src[0];
-    const core::RowView& b = src[1];
-    auto* out = reinterpret_cast<uint8_t*>(dst.data);
-    if constexpr (std::is_same_v<T, Bits>) {
-        bitPixels<rel, form>(a, b, out, width, args);
-    } else {
-        size_t done = 0;
-        if constexpr (!std::is_void_v<Lanes>) {
-            if (packedChannels<T>(a) && (form == Form::Constant || packedChannels<T>(b)))
-                done = vectorPixels<Lanes, rel, T, form>(a, b, out, 0, width, args);
-        }
-        scalarPixels<rel, T, form>(a, b, out, done, width, args);
-    }
+    const ptrdiff_t noSteps[core::kMaxSources + 1] = {};
+    compareRows<Lanes, rel, T, form>(src, dst, width, 1, noSteps, context);
 }
 
 // The range of floats is kept in a total order in which NaN does not take
@@ -263,8 +308,8 @@ static inline CompareTable makeCompareTable(RangeFn range) {
         constexpr Rel rel = decltype(relC)::value;
         constexpr Form form = decltype(formC)::value;
         using T = decltype(tag);
-        t.compare[static_cast<int>(rel)][sourceIndex<T>()][static_cast<int>(form)] =
-            &compareRow<Lanes, rel, T, form>;
+        t.compare[static_cast<int>(rel)][sourceIndex<T>()][static_cast<int>(form)] = {
+            &compareRow<Lanes, rel, T, form>, &compareRows<Lanes, rel, T, form>};
     });
     t.range = range;
     return t;

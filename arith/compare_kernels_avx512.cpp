@@ -65,25 +65,34 @@ struct BitMaskLanes {
             else return Avx512::cmpeqF(a, b) | Avx512::cmpleF(Avx512::absF(Avx512::subF(a, b)), eps);
         }
 
-        // 64 pixels of one channel: one vector of 8-bit values, two of
-        // 16-bit, four of 32-bit, their masks side by side.
+        // 64 pixels of one channel, in row order: the first pixel in the
+        // most significant bit of the first byte. 8-bit values are put in
+        // that order before the comparison; wider ones compare a vector of
+        // 32 or 16 values at a time, their masks side by side, turned round
+        // afterwards.
         Mask at(const T* a, const T* b) const {
-            constexpr size_t perVector = 64 / sizeof(T);
-            auto part = [&](size_t k) -> uint64_t {
-                const W<T> vb = form == Form::Images ? load(b + k * perVector) : c;
-                return relation(load(a + k * perVector), vb);
-            };
-            if constexpr (sizeof(T) == 1) return part(0);
-            else if constexpr (sizeof(T) == 2) return part(0) | part(1) << 32;
-            else return part(0) | part(1) << 16 | part(2) << 32 | part(3) << 48;
+            if constexpr (sizeof(T) == 1) {
+                const V vb = form == Form::Images ? Avx512::reverseBytesIn8(load(b)) : c;
+                return relation(Avx512::reverseBytesIn8(load(a)), vb);
+            } else {
+                constexpr size_t perVector = 64 / sizeof(T);
+                auto part = [&](size_t k) -> uint64_t {
+                    const W<T> vb = form == Form::Images ? load(b + k * perVector) : c;
+                    return relation(load(a + k * perVector), vb);
+                };
+                if constexpr (sizeof(T) == 2)
+                    return Avx512::msbFirstBits(part(0) | part(1) << 32);
+                else
+                    return Avx512::msbFirstBits(part(0) | part(1) << 16 | part(2) << 32 |
+                                                part(3) << 48);
+            }
         }
     };
 
     static Mask both(Mask x, Mask y) { return x & y; }
 
     static void store(uint8_t* out, Mask m) {
-        const uint64_t bits = Avx512::msbFirstBits(m);
-        std::memcpy(out, &bits, 8);  // little-endian: first pixels first
+        std::memcpy(out, &m, 8);  // little-endian: first pixels first
     }
 };
 

@@ -51,14 +51,18 @@ struct Avx512 {
     static uint16_t cmpleF(VF a, VF b) { return _mm512_cmp_ps_mask(a, b, _CMP_LE_OQ); }
     static uint16_t cmpeqF(VF a, VF b) { return _mm512_cmp_ps_mask(a, b, _CMP_EQ_OQ); }
 
-    // 64 mask bits as packed 1-bit rows hold them: within each byte, the
-    // first value's bit moves to the most significant place.
-    static uint64_t msbFirstBits(uint64_t bits) {
+    // The bytes of each group of 8 in reverse order.
+    static V reverseBytesIn8(V v) {
         const V reverse = _mm512_set_epi64(0x08090A0B0C0D0E0FLL, 0x0001020304050607LL,
                                            0x08090A0B0C0D0E0FLL, 0x0001020304050607LL,
                                            0x08090A0B0C0D0E0FLL, 0x0001020304050607LL,
                                            0x08090A0B0C0D0E0FLL, 0x0001020304050607LL);
-        return _mm512_movepi8_mask(_mm512_shuffle_epi8(_mm512_movm_epi8(bits), reverse));
+        return _mm512_shuffle_epi8(v, reverse);
+    }
+    // 64 mask bits as packed 1-bit rows hold them: within each byte, the
+    // first value's bit moves to the most significant place.
+    static uint64_t msbFirstBits(uint64_t bits) {
+        return _mm512_movepi8_mask(reverseBytesIn8(_mm512_movm_epi8(bits)));
     }
 };
 

@@ -98,8 +98,8 @@ TEST_P(CompareKernel, MatchesScalarTableBitForBit) {
         if (!ozl::arith::hasCompareKernel(rel, type)) continue;
         const bool bits = type == ozl::arith::kBitsIndex;
         for (int form = 0; form < ozl::arith::kFormCount; ++form) {
-            const PixelFn fv = vec.compare[static_cast<int>(rel)][type][form];
-            const PixelFn fr = ref.compare[static_cast<int>(rel)][type][form];
+            const PixelFn fv = vec.compare[static_cast<int>(rel)][type][form].row;
+            const PixelFn fr = ref.compare[static_cast<int>(rel)][type][form].row;
             ASSERT_TRUE(fv && fr);
             if (!bits) ASSERT_NE(fv, fr) << "no vector form of type " << type;
             std::mt19937 rng(9173u ^ (type << 8) ^ (form << 12) ^ (static_cast<int>(rel) << 16));
@@ -158,15 +158,15 @@ TEST(CompareKernelReference, HandMadeRows) {
     d.data = reinterpret_cast<char*>(out);
     const CompareArgs args;
     const int u8 = static_cast<int>(Elem::U8), images = static_cast<int>(Form::Images);
-    ref.compare[static_cast<int>(Rel::Greater)][u8][images](src, d, 10, &args);
+    ref.compare[static_cast<int>(Rel::Greater)][u8][images].row(src, d, 10, &args);
     EXPECT_EQ(out[0], 0x3F);  // pixels 2..7, most significant bit first
     EXPECT_EQ(out[1], 0xC0);
-    ref.compare[static_cast<int>(Rel::Less)][u8][images](src, d, 10, &args);
+    ref.compare[static_cast<int>(Rel::Less)][u8][images].row(src, d, 10, &args);
     EXPECT_EQ(out[0], 0x80);
     // Two channels side by side: both must hold.
     src[0] = {reinterpret_cast<char*>(a), 2, 1, 2, 0};
     src[1] = {reinterpret_cast<char*>(a + 1), 2, 1, 2, 0};
-    ref.compare[static_cast<int>(Rel::Less)][u8][images](src, d, 4, &args);
+    ref.compare[static_cast<int>(Rel::Less)][u8][images].row(src, d, 4, &args);
     EXPECT_EQ(out[0], 0xF0);
     // Floats: a difference of exactly eps is equal; NaN never.
     float fa[3] = {1.0f, 1.0f, std::numeric_limits<float>::quiet_NaN()}, fb[3] = {1.25f, 1.5f, 1.0f};
@@ -174,7 +174,7 @@ TEST(CompareKernelReference, HandMadeRows) {
     src[1] = {reinterpret_cast<char*>(fb), 4, 4, 1, 0};
     CompareArgs eps;
     eps.eps = 0.25f;
-    ref.compare[static_cast<int>(Rel::EqualEps)][static_cast<int>(Elem::F32)][images](src, d, 3, &eps);
+    ref.compare[static_cast<int>(Rel::EqualEps)][static_cast<int>(Elem::F32)][images].row(src, d, 3, &eps);
     EXPECT_EQ(out[0], 0x80);
 }
 

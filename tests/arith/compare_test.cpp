@@ -206,9 +206,11 @@ TEST_P(CompareByDepth, EveryFormLayoutAndBitOffsetAgainstTheRule) {
                                   {4, OZL_DATA_ORDER_PIXEL, true}, {3, OZL_DATA_ORDER_PLANE, false},
                                   {2, OZL_DATA_ORDER_PLANE, true}};
     for (const Layout& l : layouts)
-        for (int width : {1, 9, 77, 150}) {
-            // Result regions from bit 0 (the kernel writes the row itself) and
-            // from inside a byte (a buffer merged in).
+        for (int width : {1, 9, 77, 152}) {
+            // Result regions from bit 0 (the kernel writes the rows itself:
+            // all at once when they hold whole bytes, else row by row with
+            // the bits after each kept) and from inside a byte (a buffer
+            // merged in).
             const int resX = width == 1 ? 0 : width == 9 ? 5 : width == 77 ? 13 : 8;
             SCOPED_TRACE(testing::Message() << l.nCh << " channels, order " << l.order << ", alpha "
                                             << l.alpha << ", width " << width);
