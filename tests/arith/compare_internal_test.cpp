@@ -145,39 +145,6 @@ INSTANTIATE_TEST_SUITE_P(
                kRelNames[static_cast<int>(std::get<1>(info.param))];
     });
 
-// The scalar form on a few hand-made rows, so that the reference itself is
-// pinned: bit order, strict relations, all channels, the tolerance boundary.
-TEST(CompareKernelReference, HandMadeRows) {
-    const auto& ref = ozl::arith::compareTable(Level::Ref);
-    uint8_t a[10] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 255}, b[10] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
-    uint8_t out[2] = {0, 0};
-    RowView src[ozl::core::kMaxSources];
-    src[0] = {reinterpret_cast<char*>(a), 1, 1, 1, 0};
-    src[1] = {reinterpret_cast<char*>(b), 1, 1, 1, 0};
-    RowView d;
-    d.data = reinterpret_cast<char*>(out);
-    const CompareArgs args;
-    const int u8 = static_cast<int>(Elem::U8), images = static_cast<int>(Form::Images);
-    ref.compare[static_cast<int>(Rel::Greater)][u8][images].row(src, d, 10, &args);
-    EXPECT_EQ(out[0], 0x3F);  // pixels 2..7, most significant bit first
-    EXPECT_EQ(out[1], 0xC0);
-    ref.compare[static_cast<int>(Rel::Less)][u8][images].row(src, d, 10, &args);
-    EXPECT_EQ(out[0], 0x80);
-    // Two channels side by side: both must hold.
-    src[0] = {reinterpret_cast<char*>(a), 2, 1, 2, 0};
-    src[1] = {reinterpret_cast<char*>(a + 1), 2, 1, 2, 0};
-    ref.compare[static_cast<int>(Rel::Less)][u8][images].row(src, d, 4, &args);
-    EXPECT_EQ(out[0], 0xF0);
-    // Floats: a difference of exactly eps is equal; NaN never.
-    float fa[3] = {1.0f, 1.0f, std::numeric_limits<float>::quiet_NaN()}, fb[3] = {1.25f, 1.5f, 1.0f};
-    src[0] = {reinterpret_cast<char*>(fa), 4, 4, 1, 0};
-    src[1] = {reinterpret_cast<char*>(fb), 4, 4, 1, 0};
-    CompareArgs eps;
-    eps.eps = 0.25f;
-    ref.compare[static_cast<int>(Rel::EqualEps)][static_cast<int>(Elem::F32)][images].row(src, d, 3, &eps);
-    EXPECT_EQ(out[0], 0x80);
-}
-
 class RangeKernel : public testing::TestWithParam<Level> {};
 
 TEST_P(RangeKernel, MatchesScalarFormWhateverTheOrder) {
