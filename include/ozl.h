@@ -448,6 +448,16 @@ OZL_API void OZL_CALL ozlCopy(OzlImage *srcImage, OzlImage *dstImage);
  * 16U, 32S and 32F; HSV and HLS 8U, 16U and 32S (hue in half degrees 0..179
  * at every depth, the other channels over the depth's range); YCC to RGB 8U
  * (PhotoYCC); LUV 32F (RGB on 0..1, L on 0..100). Integer results saturate.
+ * Choices where the arithmetic is ours: HLS has the HSV hue, L = (max + min + 1)
+ * / 2 and S = M d / min(max + min, 2M - max - min) (M the depth's full scale,
+ * 2^31 - 1 for 32S, negative 32S samples read as 0), and back the chroma
+ * S min(2L, 2M - 2L) / M through the HSV sectors; HSV on 16U and 32S is the 8U
+ * recipe at the depth's scale. XYZ 8U uses the matrices in units of 1/8192
+ * with rounding, 16U and 32S double precision rounded half up (as every 32S
+ * path). YCrCb back to 8U and 16U: weights in units of 1/16384, rounded,
+ * chroma centred on 128 and 32768. YCC: luma times 1.3584, chroma centred on
+ * 156 and 137, scaled by 2.2179 and 1.8215. LUV: L = (29/3)^3 Y below (6/29)^3;
+ * black gives U = V = 0, and L = 0 comes back as black.
  * Statuses: the header check's, -5 (OZL_StsBadArg) for a model, channel
  * sequence, region, shape or depth that does not fit, -2 for a tile the
  * callback does not provide.
@@ -503,8 +513,12 @@ OZL_API void OZL_CALL ozlColorTwistFP(OzlImage *srcImage, OzlImage *dstImage,
  * any pair) and grey to RGB with a weight per channel (equal depths 8U, 16U or
  * 32S, or a 1U grey into 8U). The grey side has colorModel "Gray" or "GRAY"
  * and channelSeq beginning with "G", one channel in pixel order (its first
- * plane in plane order). Whole images, top-left overlap. Statuses as the
- * colour conversions.
+ * plane in plane order). Whole images, top-left overlap. Grey from 16U is
+ * (13933 R + 46871 G + 4732 B) >> 16; to 16U an 8U grey is times 257, to 1U a
+ * grey is set from half the scale up. Grey to colour: a weight below 1 in
+ * magnitude is a factor of 1/32768, else of 1/256 (saturated), the product
+ * rounded half up and saturated; a 1U grey is 0 or 255. Statuses as the colour
+ * conversions.
  */
 OZL_API void OZL_CALL ozlColorToGray(OzlImage *src, OzlImage *dst);
 OZL_API void OZL_CALL ozlGrayToColor(OzlImage *src, OzlImage *dst, float FractR, float FractG,
