@@ -1,9 +1,10 @@
 // 512-bit integer and float vectors for the AVX-512 kernels (F, BW, DQ, VL),
 // with the names of the 128- and 256-bit layers. Packs, unpacks and byte
-// shuffles work within 128-bit lanes, as in the 256-bit layer. Compares give
-// mask registers (M16, MF) where the narrower layers give vector masks; the
-// byte-mask forms (cmpeq8, select, ...) convert. Only for the avx512
-// translation units (internal linkage, see sse2.hpp).
+// shuffles work within 128-bit lanes, as in the 256-bit layer. Unlike the
+// narrower layers, comparisons give bit masks (one bit per value, value order,
+// least significant bit first: the cmp* forms as plain integers, the M16 / MF
+// forms as mask registers for the selects) rather than vector masks. Only for
+// the avx512 translation units (internal linkage, see sse2.hpp).
 #pragma once
 
 // GCC 12 warns that the undefined pass-through operand inside several of its
@@ -30,6 +31,7 @@ struct Avx512 {
     using V = __m512i;
     using VF = __m512;
     static constexpr size_t kBytes = 64;
+    // Runs shorter than one vector are handed to the 256-bit form.
     static constexpr bool kHasNarrower = true;
     using Narrower = Avx2;
 
@@ -68,12 +70,19 @@ struct Avx512 {
     static V sub16(V a, V b) { return _mm512_sub_epi16(a, b); }
     static V add32(V a, V b) { return _mm512_add_epi32(a, b); }
     static V sub32(V a, V b) { return _mm512_sub_epi32(a, b); }
-    static V cmpgt8(V a, V b) { return _mm512_movm_epi8(_mm512_cmpgt_epi8_mask(a, b)); }
-    static V cmpgt16(V a, V b) { return _mm512_movm_epi16(_mm512_cmpgt_epi16_mask(a, b)); }
-    static V cmpgt32(V a, V b) { return _mm512_movm_epi32(_mm512_cmpgt_epi32_mask(a, b)); }
-    static V cmpeq8(V a, V b) { return _mm512_movm_epi8(_mm512_cmpeq_epi8_mask(a, b)); }
-    static V cmpeq16(V a, V b) { return _mm512_movm_epi16(_mm512_cmpeq_epi16_mask(a, b)); }
-    static V cmpeq32(V a, V b) { return _mm512_movm_epi32(_mm512_cmpeq_epi32_mask(a, b)); }
+    static uint64_t cmpgtU8(V a, V b) { return _mm512_cmpgt_epu8_mask(a, b); }
+    static uint64_t cmpgtS8(V a, V b) { return _mm512_cmpgt_epi8_mask(a, b); }
+    static uint64_t cmpeq8(V a, V b) { return _mm512_cmpeq_epi8_mask(a, b); }
+    static uint32_t cmpgtU16(V a, V b) { return _mm512_cmpgt_epu16_mask(a, b); }
+    static uint32_t cmpgtS16(V a, V b) { return _mm512_cmpgt_epi16_mask(a, b); }
+    static uint32_t cmpeq16(V a, V b) { return _mm512_cmpeq_epi16_mask(a, b); }
+    static uint16_t cmpgtS32(V a, V b) { return _mm512_cmpgt_epi32_mask(a, b); }
+    static uint16_t cmpeq32(V a, V b) { return _mm512_cmpeq_epi32_mask(a, b); }
+    // Ordered: false where either operand is NaN.
+    static uint16_t cmpltF(VF a, VF b) { return _mm512_cmp_ps_mask(a, b, _CMP_LT_OQ); }
+    static uint16_t cmpgtF(VF a, VF b) { return _mm512_cmp_ps_mask(a, b, _CMP_GT_OQ); }
+    static uint16_t cmpleF(VF a, VF b) { return _mm512_cmp_ps_mask(a, b, _CMP_LE_OQ); }
+    static uint16_t cmpeqF(VF a, VF b) { return _mm512_cmp_ps_mask(a, b, _CMP_EQ_OQ); }
 
     static V mullo16(V a, V b) { return _mm512_mullo_epi16(a, b); }
     static V mulhiU16(V a, V b) { return _mm512_mulhi_epu16(a, b); }
@@ -112,6 +121,11 @@ struct Avx512 {
     static V toI(VF a) { return _mm512_cvtps_epi32(a); }
     static VF addF(VF a, VF b) { return _mm512_add_ps(a, b); }
     static VF subF(VF a, VF b) { return _mm512_sub_ps(a, b); }
+    // The sign bit cleared.
+    static VF absF(VF a) {
+        return _mm512_castsi512_ps(
+            _mm512_and_si512(_mm512_castps_si512(a), _mm512_set1_epi32(0x7FFFFFFF)));
+    }
     static VF mulF(VF a, VF b) { return _mm512_mul_ps(a, b); }
 
     // Channel mixing: multiply 16-bit pairs and add each pair into 32 bits.
@@ -260,6 +274,20 @@ struct Avx512 {
                   _mm512_permutex2var_ps(
                       c2, dwords(10, 27, 0, 11, 28, 0, 12, 29, 0, 13, 30, 0, 14, 31, 0, 15), c0),
                   0x4924, dwords(0, 0, 11, 0, 0, 12, 0, 0, 13, 0, 0, 14, 0, 0, 15, 0), c1));
+    }
+
+    // The bytes of each group of 8 in reverse order.
+    static V reverseBytesIn8(V v) {
+        const V reverse = _mm512_set_epi64(0x08090A0B0C0D0E0FLL, 0x0001020304050607LL,
+                                           0x08090A0B0C0D0E0FLL, 0x0001020304050607LL,
+                                           0x08090A0B0C0D0E0FLL, 0x0001020304050607LL,
+                                           0x08090A0B0C0D0E0FLL, 0x0001020304050607LL);
+        return _mm512_shuffle_epi8(v, reverse);
+    }
+    // 64 mask bits as packed 1-bit rows hold them: within each byte, the
+    // first value's bit moves to the most significant place.
+    static uint64_t msbFirstBits(uint64_t bits) {
+        return _mm512_movepi8_mask(reverseBytesIn8(_mm512_movm_epi8(bits)));
     }
 };
 
