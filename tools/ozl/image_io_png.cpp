@@ -88,7 +88,9 @@ bool readRows(PngContext& c, png_bytepp rows) {
 }
 
 [[noreturn]] void corrupt(const PngContext& c, const std::string& path) {
-    throw Error(path + ": corrupt PNG file (" + c.message + ")");
+    // libpng says "Read Error" when the file ends before the data does.
+    const bool early = std::strcmp(c.message, "Read Error") == 0;
+    throw Error(path + ": corrupt PNG file (" + (early ? "it ends early" : c.message) + ")");
 }
 
 Sample sampleOf(int bitDepth) {

@@ -10,15 +10,20 @@
 namespace ozltool {
 namespace {
 
-// Without --onto the copy lands on black, so that a mask or a region shows.
+// Without --onto the copy lands on black (with the source's alpha channel,
+// which the library's copy leaves alone), so that a mask or a region shows.
 void runCopy(Run& run) {
     Image src = run.input(0);
     Image dst;
     if (run.args().has("onto")) {
         dst = run.destination(src);
     } else {
-        dst = run.blank(src.width(), src.height(), src.channels(), src.depth());
-        dst.setModel(src.get()->colorModel, src.get()->channelSeq);
+        Image black = src.clone();
+        const int colours = src.hasAlpha() ? src.channels() - 1 : src.channels();
+        for (int y = 0; y < src.height(); ++y)
+            for (int x = 0; x < src.width(); ++x)
+                for (int c = 0; c < colours; ++c) black.put(x, y, c, 0);
+        dst = run.destination(black);
     }
     callLibrary("ozlCopy", [&] { ozlCopy(src.get(), dst.get()); });
     run.write(dst);

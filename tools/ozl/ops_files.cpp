@@ -34,9 +34,10 @@ void runPattern(Run& run) {
     callLibrary("ozlCreateImageJaehne", [&] { plate = ozlCreateImageJaehne(depth, w, h); });
     const Image image = Image::adopt(plate);
     // Signed and float patterns span their depth's range around 0; mapped
-    // onto the file's range they show as the unsigned ones do.
+    // onto an integer file's range they show as the unsigned ones do. A float
+    // file keeps the values.
     const bool spansZero = isSignedDepth(depth) || isFloatDepth(depth);
-    run.write(image, spansZero);
+    run.write(image, spansZero && run.outputStyle(image, false).sample != Sample::F32);
 }
 
 void runScene(Run& run) {

@@ -3,6 +3,11 @@
 #include "error.hpp"
 
 namespace ozltool {
+namespace {
+
+std::string channelsText(int n) { return std::to_string(n) + (n == 1 ? " channel" : " channels"); }
+
+}  // namespace
 
 std::vector<std::string> usageLines(const Operation& op) {
     std::vector<std::string> lines;
@@ -78,7 +83,7 @@ Image Run::input(std::size_t i, unsigned d) {
     const Picture& p = picture(i);
     if (d == OZL_DEPTH_1U && p.channels != 1)
         throw Error(inputs_.at(i) + ": depth 1u needs a one-channel picture; this one has " +
-                    std::to_string(p.channels) + " channels");
+                    channelsText(p.channels));
     Image image = toImage(p, d);
     applyRegion(image);
     return image;
@@ -91,8 +96,7 @@ void Run::checkRegionFits(const Image& image) const {
                     " image");
     if (coi_ > image.channels())
         throw Error("--coi " + std::to_string(coi_) + ": the image has only " +
-                    std::to_string(image.channels()) +
-                    (image.channels() == 1 ? " channel" : " channels"));
+                    channelsText(image.channels()));
 }
 
 void Run::applyRegion(Image& image) const {
@@ -119,7 +123,7 @@ Image Run::destination(const Image& like) {
         if (p.width != like.width() || p.height != like.height() || p.channels != like.channels())
             throw Error("--onto " + onto + ": expected a " + std::to_string(like.width()) + "x" +
                         std::to_string(like.height()) + " picture with " +
-                        std::to_string(like.channels()) + " channels");
+                        channelsText(like.channels()));
         dst = toImage(p, like.depth());
     } else {
         dst = like.clone();
