@@ -22,6 +22,16 @@ void Canvas::fill(int x, int y, int w, int h, Rgb colour) {
         for (int i = std::max(0, x); i < std::min(width(), x + w); ++i) put(i, j, colour);
 }
 
+void Canvas::lighten(int x, int y, int w, int h, Rgb c) {
+    for (int j = std::max(0, y); j < std::min(height(), y + h); ++j)
+        for (int i = std::max(0, x); i < std::min(width(), x + w); ++i) {
+            unsigned char* p = picture_.row(j) + 3 * static_cast<std::size_t>(i);
+            p[0] = std::max(p[0], c.r);
+            p[1] = std::max(p[1], c.g);
+            p[2] = std::max(p[2], c.b);
+        }
+}
+
 void Canvas::draw(const Picture& src, int x, int y, int w, int h) {
     if (w < 1 || h < 1 || src.width < 1 || src.height < 1) return;
     const int colours = src.channels >= 3 ? 3 : 1;

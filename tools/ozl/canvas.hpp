@@ -26,6 +26,9 @@ public:
     const Picture& picture() const { return picture_; }
 
     void fill(int x, int y, int w, int h, Rgb colour);
+    // Each channel becomes the larger of what is there and the colour's, so
+    // that red, green and blue drawn over each other add up to white.
+    void lighten(int x, int y, int w, int h, Rgb colour);
     // Draws an 8-bit picture (grey, grey + alpha, RGB or RGBA; alpha ignored)
     // shrunk by area averaging (or enlarged by repetition) to w x h at (x, y).
     void draw(const Picture& picture, int x, int y, int w, int h);

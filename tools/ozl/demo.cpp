@@ -126,7 +126,10 @@ void Demo::show(const std::string& file, const std::string& label, const Picture
     Canvas thumb(w, h, {0, 0, 0});
     thumb.draw(picture, 0, 0, w, h);
     shown_.push_back({path, label, thumb.picture(), mps, sizeText(picture.width, picture.height)});
+    if (mps > 0) rates_.emplace_back(label, mps);
 }
+
+void Demo::report(const std::string& label, double mps) { rates_.emplace_back(label, mps); }
 
 void Demo::writeContactSheet(const std::string& path) const {
     const int columns = 4, margin = 10, labelHeight = 2 * kLineHeight + 8;
@@ -173,8 +176,7 @@ void Demo::runAll(std::FILE* out) {
     std::fprintf(out, "ozl demo on %s (%s)\n\n", inputName_.c_str(),
                  sizeText(colour_.width(), colour_.height()).c_str());
     std::fprintf(out, "  %-44s %12s\n", "operation", "MP/s");
-    for (const Shown& s : shown_)
-        if (s.mps > 0) std::fprintf(out, "  %-44s %12.1f\n", s.label.c_str(), s.mps);
+    for (const auto& [label, mps] : rates_) std::fprintf(out, "  %-44s %12.1f\n", label.c_str(), mps);
     std::fprintf(out, "\nresults in %s/, contact sheet %s (%.1f s)\n", outDir_.c_str(),
                  sheet.c_str(), seconds);
 }

@@ -42,6 +42,9 @@ public:
     void show(const std::string& file, const std::string& label, const Picture& picture,
               double mps, long long pixels);
 
+    // A timed operation whose result is numbers, not a picture: a table row.
+    void report(const std::string& label, double mps);
+
     // Runs every registered step; writes the contact sheet; prints the table.
     void runAll(std::FILE* out);
 
@@ -57,6 +60,7 @@ private:
     bool embedded_ = false;
     Image colour_, grey_, pattern_;
     std::vector<Shown> shown_;
+    std::vector<std::pair<std::string, double>> rates_;  // the table, in order
 
     void writeContactSheet(const std::string& path) const;
 };

@@ -149,6 +149,11 @@ void Image::setRegion(int coi, int x, int y, int w, int h) {
     image_->roi = roi;
 }
 
+void Image::setChannel(int coi) {
+    if (image_->roi) image_->roi->coi = coi;
+    else setRegion(coi, 0, 0, width(), height());
+}
+
 void Image::clearRegion() {
     if (image_->roi) ozlDeleteROI(image_->roi);
     image_->roi = nullptr;

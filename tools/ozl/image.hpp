@@ -62,6 +62,8 @@ public:
 
     // Region of interest (coi 0: every channel). Clearing drops it.
     void setRegion(int coi, int x, int y, int w, int h);
+    // The channel of interest (0: all), keeping the rectangle.
+    void setChannel(int coi);
     void clearRegion();
     // Takes the mask over; the image points at it while both live.
     void setMask(Image mask);

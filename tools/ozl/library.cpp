@@ -52,6 +52,9 @@ void finishLibraryCall(const char* function) {
     std::string meaning = ozlErrorStr(status);
     while (!meaning.empty() && meaning.back() == ' ') meaning.pop_back();
     text += " (status " + std::to_string(status) + ", " + meaning + ")";
+    // A few reports span two lines; the tool's message is one.
+    for (char& c : text)
+        if (c == '\n') c = ' ';
     throw Error("the library refused the call: " + text);
 }
 

@@ -1,5 +1,7 @@
 #include "run.hpp"
 
+#include <cinttypes>
+
 #include "error.hpp"
 
 namespace ozltool {
@@ -89,21 +91,22 @@ Image Run::input(std::size_t i, unsigned d) {
     return image;
 }
 
-void Run::checkRegionFits(const Image& image) const {
+void Run::checkRegionFits(const Image& image, bool channel) const {
     if (regionGiven_ && (roi_[0] >= image.width() || roi_[1] >= image.height()))
         throw Error("--roi " + args_.text("roi") + " starts outside the " +
                     std::to_string(image.width()) + "x" + std::to_string(image.height()) +
                     " image");
-    if (coi_ > image.channels())
+    if (channel && coi_ > image.channels())
         throw Error("--coi " + std::to_string(coi_) + ": the image has only " +
                     channelsText(image.channels()));
 }
 
-void Run::applyRegion(Image& image) const {
-    if (!hasRegion()) return;
-    checkRegionFits(image);
-    if (regionGiven_) image.setRegion(coi_, roi_[0], roi_[1], roi_[2], roi_[3]);
-    else image.setRegion(coi_, 0, 0, image.width(), image.height());
+void Run::applyRegion(Image& image, bool channel) const {
+    const int coi = channel ? coi_ : 0;
+    if (!regionGiven_ && coi == 0) return;
+    checkRegionFits(image, channel);
+    if (regionGiven_) image.setRegion(coi, roi_[0], roi_[1], roi_[2], roi_[3]);
+    else image.setRegion(coi, 0, 0, image.width(), image.height());
 }
 
 void Run::applyMask(Image& image) {
@@ -113,6 +116,33 @@ void Run::applyMask(Image& image) {
     // rectangle on both keeps the mask in register with the picture.
     if (regionGiven_) mask.setRegion(0, roi_[0], roi_[1], roi_[2], roi_[3]);
     image.setMask(std::move(mask));
+}
+
+void Run::applyBorder(Image& image) const {
+    if (!args_.has("border")) return;
+    const std::string text = args_.text("border");
+    const std::size_t colon = text.find(':');
+    const std::string name = text.substr(0, colon);
+    static const struct {
+        const char* name;
+        int mode;
+    } kModes[] = {{"constant", OZL_BORDER_CONSTANT},
+                  {"replicate", OZL_BORDER_REPLICATE},
+                  {"reflect", OZL_BORDER_REFLECT},
+                  {"wrap", OZL_BORDER_WRAP}};
+    for (const auto& m : kModes) {
+        if (name != m.name) continue;
+        if (colon != std::string::npos && m.mode != OZL_BORDER_CONSTANT)
+            throw Error("--border: only 'constant' takes a value");
+        const int value = colon == std::string::npos
+                              ? 0
+                              : static_cast<int>(parseInteger(text.substr(colon + 1), "--border",
+                                                              INT32_MIN, INT32_MAX));
+        callLibrary("ozlSetBorderMode",
+                    [&] { ozlSetBorderMode(image.get(), m.mode, OZL_SIDE_ALL, value); });
+        return;
+    }
+    throw Error("--border: '" + text + "' is not constant[:V], replicate, reflect or wrap");
 }
 
 Image Run::destination(const Image& like) {
@@ -134,9 +164,9 @@ Image Run::destination(const Image& like) {
     return dst;
 }
 
-Image Run::blank(int width, int height, int channels, unsigned d) {
+Image Run::blank(int width, int height, int channels, unsigned d, bool channel) {
     Image dst(width, height, channels, d);
-    applyRegion(dst);
+    applyRegion(dst, channel);
     applyMask(dst);
     return dst;
 }

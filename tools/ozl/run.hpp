@@ -10,6 +10,7 @@
 
 #include "cli.hpp"
 #include "image.hpp"
+#include "library.hpp"
 #include "registry.hpp"
 
 namespace ozltool {
@@ -38,11 +39,28 @@ public:
     // The image an operation writes into when its result has the shape of
     // `like`: --onto FILE, else a copy of `like`; region and mask applied.
     Image destination(const Image& like);
-    // A new image of the given shape (black), with region and mask applied.
-    Image blank(int width, int height, int channels, unsigned depth);
-    void applyRegion(Image& image) const;
+    // A new image of the given shape (black), with region and mask applied;
+    // the channel of interest too unless the image is a one-channel result
+    // of a multi-channel source.
+    Image blank(int width, int height, int channels, unsigned depth, bool channel = true);
+    void applyRegion(Image& image, bool channel = true) const;
     void applyMask(Image& image);
     bool hasRegion() const { return regionGiven_ || coi_ > 0; }
+    // --border MODE[:VALUE] on every side of the image, where given.
+    void applyBorder(Image& image) const;
+
+    // Runs a call of the named library function from src into dst; the
+    // library's operations pass over the alpha channel, so for a picture with
+    // one (and no --coi) the call runs again with the alpha channel as the
+    // channel of interest of both, carrying it into a new destination.
+    template <class F>
+    void callWithAlpha(const char* function, Image& src, Image& dst, F&& call) {
+        callLibrary(function, call);
+        if (!src.hasAlpha() || !dst.hasAlpha() || coi_ > 0) return;
+        src.setChannel(src.channels());
+        dst.setChannel(dst.channels());
+        callLibrary(function, call);
+    }
 
     // Writes the result to the output file (see OutputStyle); the style's
     // sample follows --bits, else the result's depth and the input's samples.
@@ -62,7 +80,7 @@ private:
     int roi_[4] = {0, 0, 0, 0};
     int coi_ = 0;
 
-    void checkRegionFits(const Image& image) const;
+    void checkRegionFits(const Image& image, bool channel = true) const;
 };
 
 // The usage line of an operation, "ozl NAME [options] ...", one per form.
