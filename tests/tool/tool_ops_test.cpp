@@ -1,6 +1,7 @@
 // The tool's operations on small generated files: operand order, constants,
 // regions, channels, masks, working depths and the output's samples, each
-// checked value by value against the documented arithmetic.
+// checked value by value against the documented arithmetic; the test
+// pattern, the printed results, the list and help texts, and the demo.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,59 +9,11 @@
 #include <map>
 #include <sstream>
 
-#include "tool/tool_harness.hpp"
+#include "tool/tool_cases.hpp"
 
 namespace ozltest {
 namespace {
 
-constexpr int kW = 13, kH = 9;
-
-double sat(double v, double hi = 255) { return std::min(hi, std::max(0.0, v)); }
-
-// The inputs every case reads, written once.
-struct Inputs {
-    Pixels a = randomPixels(kW, kH, 3, 255, 1);
-    Pixels b = randomPixels(kW, kH, 3, 255, 2);
-    Pixels grey16 = randomPixels(kW, kH, 1, 65535, 4);
-    Pixels mask = randomPixels(kW, kH, 1, 1, 3);  // written as 0 and 255
-    Pixels bw1 = randomPixels(kW, kH, 1, 1, 5);
-    Pixels bw2 = randomPixels(kW, kH, 1, 1, 6);
-    Pixels signedF = Pixels(kW, kH, 1, 0);
-    Inputs() {
-        writePam(at("a.pam"), a);
-        writePam(at("b.pam"), b);
-        writePam(at("g16.pam"), grey16);
-        Pixels m = mask;
-        m.maxval = 255;
-        for (double& v : m.v) v *= 255;
-        writePam(at("mask.pam"), m);
-        writePam(at("bw1.pam"), bw1);
-        writePam(at("bw2.pam"), bw2);
-        const Pixels r = randomPixels(kW, kH, 1, 600, 7);
-        for (size_t i = 0; i < r.v.size(); ++i) signedF.v[i] = r.v[i] - 300;
-        writePam(at("f.pfm"), signedF);
-    }
-};
-
-const Inputs& inputs() {
-    static const Inputs in;
-    return in;
-}
-
-bool inRoi(int x, int y) { return x >= 2 && x < 7 && y >= 3 && y < 7; }  // --roi 2,3,5,4
-bool masked(int x, int y) { return inputs().mask.at(x, y, 0) != 0; }
-
-using Want = std::function<double(int x, int y, int c, double a)>;
-
-struct OpCase {
-    std::vector<std::string> args;  // the output file is appended
-    std::string output;             // out.pam unless said
-    std::string input;              // the picture `a` of the expectation
-    int maxval;                     // of the output file (0: PFM)
-    Want want;
-};
-
-double b(int x, int y, int c) { return inputs().b.at(x, y, c); }
 int mulScale(double a, double k) {
     const unsigned p = static_cast<unsigned>(a) * static_cast<unsigned>(k);
     return static_cast<int>((p + (p >> 8) + 1) >> 8);
@@ -143,35 +96,7 @@ const std::vector<OpCase>& opCases() {
     return cases;
 }
 
-const Pixels& named(const std::string& name) {
-    if (name == "a") return inputs().a;
-    if (name == "g16") return inputs().grey16;
-    if (name == "f") return inputs().signedF;
-    return inputs().bw1;
-}
-
-std::string joined(const std::vector<std::string>& words) {
-    std::string s;
-    for (const std::string& w : words) s += (s.empty() ? "" : " ") + w;
-    return s;
-}
-
-TEST(ToolOps, EveryCaseGivesTheDocumentedValues) {
-    inputs();
-    for (const OpCase& t : opCases()) {
-        const std::string output = t.output.empty() ? "out.pam" : t.output;
-        std::vector<std::string> args = t.args;
-        args.push_back(output);
-        removeFile(at(output));
-        const Result r = ozl(args);
-        SCOPED_TRACE("ozl " + joined(args));
-        ASSERT_EQ(r.status, 0) << r.err;
-        EXPECT_EQ(r.err, "");
-        const Pixels got = readPnm(at(output));
-        EXPECT_EQ(got.maxval, t.maxval);
-        EXPECT_EQ(expectEach(got, named(t.input), t.want, t.maxval == 0 ? 1e-6 : 0), "");
-    }
-}
+TEST(ToolOps, ArithmeticLogicAndData) { checkCases(opCases()); }
 
 // The zone plate as the library documents it, at every depth the files hold.
 TEST(ToolOps, PatternMatchesTheZonePlateFormula) {

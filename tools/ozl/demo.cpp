@@ -16,6 +16,7 @@ namespace {
 
 constexpr int kDefaultWidth = 800, kDefaultHeight = 600;
 constexpr int kThumbWidth = 240, kThumbHeight = 180;
+constexpr int kLargestSide = 1600;
 
 void makeDirectories(const std::string& path) {
     std::string partial;
@@ -71,9 +72,19 @@ Demo::Demo(const std::string& picturePath, const std::string& outDir) : outDir_(
     } else {
         const Picture p = readPicture(picturePath);
         colour_ = colourOf(p);
-        grey_ = greyOf(colour_);
-        pattern_ = zonePlate(p.width, p.height);
         inputName_ = picturePath;
+        // A large photograph is shrunk first, so that the demo stays a matter
+        // of seconds (the rates are per pixel all the same).
+        if (std::max(p.width, p.height) > kLargestSide) {
+            int w, h;
+            fitInto(p.width, p.height, kLargestSide, kLargestSide, &w, &h);
+            Canvas reduced(w, h, {0, 0, 0});
+            reduced.draw(toPicture(colour_, OutputStyle{}), 0, 0, w, h);
+            colour_ = toImage(reduced.picture(), OZL_DEPTH_8U);
+            sizeNote_ = sizeText(p.width, p.height) + ", reduced to ";
+        }
+        grey_ = greyOf(colour_);
+        pattern_ = zonePlate(colour_.width(), colour_.height());
     }
     makeDirectories(outDir_);
 }
@@ -173,7 +184,7 @@ void Demo::runAll(std::FILE* out) {
     writeContactSheet(sheet);
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
 
-    std::fprintf(out, "ozl demo on %s (%s)\n\n", inputName_.c_str(),
+    std::fprintf(out, "ozl demo on %s (%s%s)\n\n", inputName_.c_str(), sizeNote_.c_str(),
                  sizeText(colour_.width(), colour_.height()).c_str());
     std::fprintf(out, "  %-44s %12s\n", "operation", "MP/s");
     for (const auto& [label, mps] : rates_) std::fprintf(out, "  %-44s %12.1f\n", label.c_str(), mps);

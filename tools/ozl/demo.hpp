@@ -57,6 +57,7 @@ private:
     };
     std::string outDir_;
     std::string inputName_;
+    std::string sizeNote_;  // "4000x3000, reduced to " for a shrunk picture
     bool embedded_ = false;
     Image colour_, grey_, pattern_;
     std::vector<Shown> shown_;

@@ -240,10 +240,27 @@ double sampleToDepth(double v, Sample sample, unsigned depth) {
 
 }  // namespace
 
+namespace {
+
+// Samples that are the depth's values as they stand: rows are copied.
+bool sameValues(Sample sample, unsigned depth) {
+    return (sample == Sample::U8 && depth == OZL_DEPTH_8U) ||
+           (sample == Sample::U16 && depth == OZL_DEPTH_16U) ||
+           (sample == Sample::F32 && depth == OZL_DEPTH_32F);
+}
+
+}  // namespace
+
 Image toImage(const Picture& p, unsigned depth) {
     if (depth == OZL_DEPTH_1U && p.channels != 1)
         throw Error("a 1u image has one channel; this picture has " + std::to_string(p.channels));
     Image image(p.width, p.height, p.channels, depth);
+    if (sameValues(p.sample, depth)) {
+        for (int y = 0; y < p.height; ++y)
+            std::memcpy(image.get()->imageData + static_cast<ptrdiff_t>(y) * image.get()->widthStep,
+                        p.row(y), p.rowBytes());
+        return image;
+    }
     for (int y = 0; y < p.height; ++y)
         for (int x = 0; x < p.width; ++x)
             for (int c = 0; c < p.channels; ++c)
@@ -297,6 +314,13 @@ double depthToSample(double v, unsigned depth, Sample sample) {
 
 Picture toPicture(const Image& image, const OutputStyle& style) {
     Picture p(image.width(), image.height(), image.channels(), style.sample);
+    if (!style.stretch && sameValues(style.sample, image.depth())) {
+        for (int y = 0; y < p.height; ++y)
+            std::memcpy(p.row(y),
+                        image.get()->imageData + static_cast<ptrdiff_t>(y) * image.get()->widthStep,
+                        p.rowBytes());
+        return p;
+    }
     const int colours = image.hasAlpha() ? image.channels() - 1 : image.channels();
     double lo = 0, hi = 0;
     if (style.stretch) {
