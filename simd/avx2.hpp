@@ -160,8 +160,6 @@ struct Avx2 {
     static VF selectF(MF m, VF x, VF y) { return _mm256_blendv_ps(y, x, m); }
 
     static VF divF(VF a, VF b) { return _mm256_div_ps(a, b); }
-    static VF minF(VF a, VF b) { return _mm256_min_ps(a, b); }
-    static VF maxF(VF a, VF b) { return _mm256_max_ps(a, b); }
     // float to int32 truncated toward zero.
     static V truncI(VF a) { return _mm256_cvttps_epi32(a); }
 

@@ -156,8 +156,6 @@ struct Sse2 {
     static VF selectF(MF m, VF x, VF y) { return _mm_or_ps(_mm_and_ps(m, x), _mm_andnot_ps(m, y)); }
 
     static VF divF(VF a, VF b) { return _mm_div_ps(a, b); }
-    static VF minF(VF a, VF b) { return _mm_min_ps(a, b); }
-    static VF maxF(VF a, VF b) { return _mm_max_ps(a, b); }
     // float to int32 truncated toward zero.
     static V truncI(VF a) { return _mm_cvttps_epi32(a); }
 
