@@ -94,9 +94,27 @@ inline void warpLinear8uScalar(const core::SampledSource& s, const Edges& e, con
                              1);
 }
 
+// Pixels of the common sizes move as fixed-size copies.
+template <size_t B>
+inline void reverseFixed(const char* s, char* d, size_t from, size_t n) {
+    for (size_t i = from; i < n; ++i) std::memcpy(d + (n - 1 - i) * B, s + i * B, B);
+}
+
+// Source pixels [from, n) to destination pixels [0, n - from).
 inline void reverseScalar(const char* s, char* d, size_t from, size_t n, size_t pixelBytes) {
-    for (size_t i = from; i < n; ++i)
-        std::memcpy(d + i * pixelBytes, s + (n - 1 - i) * pixelBytes, pixelBytes);
+    switch (pixelBytes) {
+        case 1: return reverseFixed<1>(s, d, from, n);
+        case 2: return reverseFixed<2>(s, d, from, n);
+        case 3: return reverseFixed<3>(s, d, from, n);
+        case 4: return reverseFixed<4>(s, d, from, n);
+        case 6: return reverseFixed<6>(s, d, from, n);
+        case 8: return reverseFixed<8>(s, d, from, n);
+        case 12: return reverseFixed<12>(s, d, from, n);
+        case 16: return reverseFixed<16>(s, d, from, n);
+        default:
+            for (size_t i = from; i < n; ++i)
+                std::memcpy(d + (n - 1 - i) * pixelBytes, s + i * pixelBytes, pixelBytes);
+    }
 }
 
 }  // namespace

@@ -27,24 +27,8 @@ void refWarpLinear8u(const core::SampledSource& s, const Edges& e, const double*
     warpLinear8uScalar(s, e, sx, sy, 0, n, d);
 }
 
-// Pixels of the common sizes move as fixed-size copies.
-template <size_t B>
-void reverseFixed(const char* s, char* d, size_t n) {
-    for (size_t i = 0; i < n; ++i) std::memcpy(d + i * B, s + (n - 1 - i) * B, B);
-}
-
 void refReverse(const char* s, char* d, size_t n, size_t pixelBytes) {
-    switch (pixelBytes) {
-        case 1: return reverseFixed<1>(s, d, n);
-        case 2: return reverseFixed<2>(s, d, n);
-        case 3: return reverseFixed<3>(s, d, n);
-        case 4: return reverseFixed<4>(s, d, n);
-        case 6: return reverseFixed<6>(s, d, n);
-        case 8: return reverseFixed<8>(s, d, n);
-        case 12: return reverseFixed<12>(s, d, n);
-        case 16: return reverseFixed<16>(s, d, n);
-        default: reverseScalar(s, d, 0, n, pixelBytes);
-    }
+    reverseScalar(s, d, 0, n, pixelBytes);
 }
 
 const KernelTable& kernelTableRef() {
@@ -53,7 +37,8 @@ const KernelTable& kernelTableRef() {
     return table;
 }
 
-constexpr simd::PerLevel<KernelTable> kTables{&kernelTableRef};
+constexpr simd::PerLevel<KernelTable> kTables{&kernelTableRef, &kernelTableSse2,
+                                              &kernelTableAvx2};
 
 }  // namespace
 
