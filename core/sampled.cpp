@@ -92,11 +92,26 @@ struct PieceRows {
         if (x0 >= x1 || y0 >= y1) return;
         const image::View vm = mask ? image::regionView(mask) : image::View{};
         const size_t size = valueBytes(dst);
+        // Rows follow each other at a fixed step: the first rows once, then
+        // a step per row.
+        const RowView dst0 = advanceRow(rowOf(dst, y0 - py), x0 - px);
+        const ptrdiff_t dstStep = dst->widthStep;
+        RowView aligned0[kMaxAligned];
+        ptrdiff_t alignedStep[kMaxAligned] = {};
+        for (int i = 0; i < kMaxAligned; ++i)
+            if (aligned[i]) {
+                aligned0[i] = advanceRow(rowOf(aligned[i], y0 - py), x0 - px);
+                alignedStep[i] = aligned[i]->widthStep;
+            }
         for (int y = y0; y < y1; ++y) {
             SampledRow row;
-            row.dst = advanceRow(rowOf(dst, y - py), x0 - px);
+            row.dst = dst0;
+            row.dst.data += (y - y0) * dstStep;
             for (int i = 0; i < kMaxAligned; ++i)
-                if (aligned[i]) row.aligned[i] = advanceRow(rowOf(aligned[i], y - py), x0 - px);
+                if (aligned[i]) {
+                    row.aligned[i] = aligned0[i];
+                    row.aligned[i].data += (y - y0) * alignedStep[i];
+                }
             row.y = y;
             if (!mask) {
                 row.x = x0;
@@ -117,7 +132,8 @@ struct PieceRows {
                 row.dst.channelStep = static_cast<ptrdiff_t>(size);
                 for (int i = 0; i < kMaxAligned; ++i)
                     if (aligned[i]) {
-                        row.aligned[i] = advanceRow(rowOf(aligned[i], y - py), done - px);
+                        row.aligned[i] = advanceRow(aligned0[i], done - x0);
+                        row.aligned[i].data += (y - y0) * alignedStep[i];
                     }
                 row.x = done;
                 row.width = n;
