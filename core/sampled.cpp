@@ -86,10 +86,20 @@ struct PieceRows {
 
     void run(OzlImage* dst, OzlImage* const* aligned, const OzlImage* mask, int px, int py,
              int w, int h) const {
-        // The part of the piece inside the area.
+        // The part of the piece inside the area, whole rows or block by block.
         const int x0 = std::max(px, job.areaX), x1 = std::min(px + w, job.areaX + job.areaWidth);
         const int y0 = std::max(py, job.areaY), y1 = std::min(py + h, job.areaY + job.areaHeight);
         if (x0 >= x1 || y0 >= y1) return;
+        const int bw = job.blockWidth > 0 && job.blockHeight > 0 ? job.blockWidth : x1 - x0;
+        const int bh = job.blockWidth > 0 && job.blockHeight > 0 ? job.blockHeight : y1 - y0;
+        for (int by = y0; by < y1; by += bh)
+            for (int bx = x0; bx < x1; bx += bw)
+                rows(dst, aligned, mask, px, py, bx, std::min(bx + bw, x1), by, std::min(by + bh, y1));
+    }
+
+    // Rows [y0, y1), columns [x0, x1) of the walked region.
+    void rows(OzlImage* dst, OzlImage* const* aligned, const OzlImage* mask, int px, int py,
+              int x0, int x1, int y0, int y1) const {
         const image::View vm = mask ? image::regionView(mask) : image::View{};
         const size_t size = valueBytes(dst);
         // Rows follow each other at a fixed step: the first rows once, then

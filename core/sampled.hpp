@@ -47,8 +47,9 @@ struct SampledRow {
     int width = 0;
 };
 
-// Rows of one piece come top to bottom; the context is the operation's own
-// and may hold state between rows (row caches), which must not assume more.
+// Rows of one piece come top to bottom (band by band, block by block, when
+// the job asks for blocks); the context is the operation's own and may hold
+// state between rows (row caches), which must not assume more.
 using SampledRowFn = void (*)(const SampledSource& src, const SampledRow& row, void* context);
 
 struct SampledJob {
@@ -64,6 +65,11 @@ struct SampledJob {
     int width = 0;
     int height = 0;
     int areaX = 0, areaY = 0, areaWidth = 0, areaHeight = 0;
+    // Walks bands of blockHeight rows, blockWidth columns at a time, when
+    // both are set: a kernel that reads the source along slanted lines finds
+    // what it reads in the caches again.
+    int blockWidth = 0;
+    int blockHeight = 0;
     SampledRowFn row = nullptr;
     void* context = nullptr;
 };

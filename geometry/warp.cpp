@@ -14,8 +14,12 @@ namespace ozl::geometry {
 
 namespace {
 
-// Positions are mapped and sampled this many pixels at a time.
+// Positions are mapped and sampled this many pixels at a time, in blocks of
+// this many rows: a warp reads its source along slanted lines, and a block's
+// sources are near each other.
 constexpr int kChunk = 256;
+constexpr int kBlockWidth = 64;
+constexpr int kBlockHeight = 64;
 
 struct Context {
     Mapping map;
@@ -164,6 +168,9 @@ void runWarp(const Entry& entry, OzlImage* src, OzlImage* dst, const Mapping& ma
     job.width = job.areaWidth = size.width;
     job.height = job.areaHeight = size.height;
     if (mapping.kind == Mapping::Affine && !fill) affineArea(mapping, rs.width, rs.height, job);
+    // Destination blocks whose sources stay in the caches while they are read.
+    job.blockWidth = kBlockWidth;
+    job.blockHeight = kBlockHeight;
     walkDone(entry, core::walkSampled(job));
     image::releaseMask(mask);
 }

@@ -385,10 +385,10 @@ TEST(Warp, HelpersAgreeWithEachOther) {
 TEST(Warp, MasksTilesAndInPlace) {
     ErrorCapture errors;
     double xs, ys;
-    ozlGetRotateShift(20, 15, 30, &xs, &ys);
+    ozlGetRotateShift(75, 150, 80, &xs, &ys);  // blocks of the walk cross the image
     // Masked: only where the mask's bit is set.
-    TestImage src(OZL_DEPTH_8U, 40, 30, 3), dst(OZL_DEPTH_8U, 40, 30, 3), unmasked(OZL_DEPTH_8U, 40, 30, 3);
-    TestImage mask(OZL_DEPTH_1U, 40, 30);
+    TestImage src(OZL_DEPTH_8U, 150, 80, 3), dst(OZL_DEPTH_8U, 150, 80, 3), unmasked(OZL_DEPTH_8U, 150, 80, 3);
+    TestImage mask(OZL_DEPTH_1U, 150, 80);
     src.fillRandom(1);
     dst.fillRandom(2);
     mask.fillRandom(3);
@@ -404,8 +404,8 @@ TEST(Warp, MasksTilesAndInPlace) {
     });
     // Tiled source and destination give what the untiled images give.
     for (int inter : {OZL_INTER_LINEAR, OZL_INTER_CUBIC | OZL_FILL_FROM_BORDER}) {
-        TiledImage ts(OZL_DEPTH_8U, 40, 30, 3, OZL_DATA_ORDER_PIXEL, 16, 8);
-        TiledImage td(OZL_DEPTH_8U, 40, 30, 3, OZL_DATA_ORDER_PIXEL, 8, 16);
+        TiledImage ts(OZL_DEPTH_8U, 150, 80, 3, OZL_DATA_ORDER_PIXEL, 16, 8);
+        TiledImage td(OZL_DEPTH_8U, 150, 80, 3, OZL_DATA_ORDER_PIXEL, 8, 16);
         std::memcpy(ts.pixels()->imageData, src->imageData, src->imageSize);
         td.pixels().fillRandom(4);
         TestImage plain = td.pixels().clone();
