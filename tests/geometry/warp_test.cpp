@@ -385,7 +385,7 @@ TEST(Warp, HelpersAgreeWithEachOther) {
 TEST(Warp, MasksTilesAndInPlace) {
     ErrorCapture errors;
     double xs, ys;
-    ozlGetRotateShift(75, 150, 80, &xs, &ys);  // blocks of the walk cross the image
+    ozlGetRotateShift(75, 40, 30, &xs, &ys);  // blocks of the walk cross the image
     // Masked: only where the mask's bit is set.
     TestImage src(OZL_DEPTH_8U, 150, 80, 3), dst(OZL_DEPTH_8U, 150, 80, 3), unmasked(OZL_DEPTH_8U, 150, 80, 3);
     TestImage mask(OZL_DEPTH_1U, 150, 80);
