@@ -204,8 +204,8 @@ void warpVec(const core::SampledSource& s, const Edges& e, const double* sx, con
         const __m256i X = join(x0), Y = join(y0), WX = join(wx), WY = join(wy);
         const __m256i ofs = _mm256_add_epi32(_mm256_mullo_epi32(Y, _mm256_set1_epi32(static_cast<int32_t>(rs))),
                                              _mm256_mullo_epi32(X, _mm256_set1_epi32(cn)));
-        alignas(32) int32_t o[8];
-        _mm256_store_si256(reinterpret_cast<__m256i*>(o), ofs);
+        int32_t o[8];
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(o), ofs);
         const __m256i cx = _mm256_or_si256(_mm256_sub_epi32(one, WX), _mm256_slli_epi32(WX, 16));
         const __m256i cy = _mm256_or_si256(_mm256_sub_epi32(one, WY), _mm256_slli_epi32(WY, 16));
         // Pixels p (low lane) and q (high lane) of the step.
