@@ -29,6 +29,7 @@ bool ResampleAxis::build(Inter inter, int size, int num, int den, int n, bool fi
               : inter == Inter::Linear ? 2
               : inter == Inter::Cubic ? 4
                                       : static_cast<int>((den + num - 1) / num + 1);
+    fullTaps = inter != Inter::Super;
     const size_t total = static_cast<size_t>(n) * maxTaps;
     if (!first.allocate(n) || !taps.allocate(n) || !index.allocate(total) ||
         !weight.allocate(total))

@@ -17,6 +17,7 @@ int64_t resampledCount(int64_t size, int64_t num, int64_t den);
 struct ResampleAxis {
     int count = 0;    // output positions
     int maxTaps = 0;  // source pixels any output reads
+    bool fullTaps = false;  // every output reads maxTaps pixels (not super-sampling)
     // Output i reads the `taps[i]` pixels index[first[i] ...] with weights
     // weight[first[i] ...]; the weighted sum is divided by `divisor`
     // (super-sampling: the overlaps in units of 1/num source pixel, divided
