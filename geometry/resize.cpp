@@ -172,12 +172,17 @@ void genericRow(const core::SampledSource& s, const core::SampledRow& r, Context
         for (int i = 0; i < n * cn; ++i) acc[i] += w * h[i];
     }
     const double divisor = ax.divisor * ay.divisor;
-    T* dense = reinterpret_cast<T*>(k.out8.get());
+    // A dense destination row takes the values directly (it need not be
+    // aligned to T: stored byte-wise).
+    const bool direct = denseRow(r.dst, sizeof(T));
+    char* out = direct ? r.dst.data : reinterpret_cast<char*>(k.out8.get());
+    const size_t count = static_cast<size_t>(n) * cn;
     if (divisor == 1.0)
-        for (int i = 0; i < n * cn; ++i) dense[i] = fromDouble<T>(acc[i]);
+        for (size_t i = 0; i < count; ++i) storeValue<T>(out + i * sizeof(T), fromDouble<T>(acc[i]));
     else
-        for (int i = 0; i < n * cn; ++i) dense[i] = fromDouble<T>(acc[i] / divisor);
-    spread(dense, r.dst, n);
+        for (size_t i = 0; i < count; ++i)
+            storeValue<T>(out + i * sizeof(T), fromDouble<T>(acc[i] / divisor));
+    if (!direct) spread(reinterpret_cast<const T*>(out), r.dst, n);
 }
 
 void linear8uRow(const core::SampledSource& s, const core::SampledRow& r, Context& k) {
