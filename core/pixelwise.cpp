@@ -234,15 +234,15 @@ RowView advance(const RowView& r, size_t pixels) {
     return out;
 }
 
-// Writes a computed chunk (dense pixels of `channels` values) into the
-// destination row where the mask allows, whatever the destination's layout.
-void blendInto(const RowView& d, const char* computed, size_t n, size_t size, MaskRow mask,
-               char* scratch) {
+}  // namespace
+
+void blendRow(const RowView& d, const char* computed, size_t n, size_t size,
+              const uint8_t* maskBits, size_t maskBit, char* scratch) {
     const BlendFn blend = blendFor(size);
     const int nCh = d.channels;
     const size_t pixelBytes = nCh * size;
-    const uint8_t* m = mask.bits + (mask.bit >> 3);
-    const int bit = static_cast<int>(mask.bit & 7);
+    const uint8_t* m = maskBits + (maskBit >> 3);
+    const int bit = static_cast<int>(maskBit & 7);
     const bool interleaved = d.channelStep == static_cast<ptrdiff_t>(size);
     if (interleaved && d.pixelStep == static_cast<ptrdiff_t>(pixelBytes)) {
         blend(d.data, computed, n, nCh, m, bit);
@@ -263,6 +263,7 @@ void blendInto(const RowView& d, const char* computed, size_t n, size_t size, Ma
     }
 }
 
+namespace {
 // Copies n pixels of a destination row into a dense chunk (pixel kernels that
 // leave channels unwritten).
 void readPixels(char* chunk, const RowView& d, size_t n, size_t size) {
@@ -327,7 +328,7 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
                              reinterpret_cast<uint8_t*>(out.data), out.bit, m.bits, m.bit, n,
                              [](uint8_t x, uint8_t) { return x; });
         } else if (m.bits) {
-            blendInto(out, computed, n, size, m, scratch);
+            blendRow(out, computed, n, size, m.bits, m.bit, scratch);
         } else {
             scatter(out.data, out.pixelStep, computed, n, pixelBytes);
         }

@@ -98,6 +98,13 @@ struct Size {
 };
 Size commonSize(const MapOperands& operands, const OzlImage* mask);
 
+// Writes n computed pixels (dense, d.channels values of `size` bytes each)
+// into the row d where the mask's bit is set (bits most significant first
+// from bit maskBit of maskBits), whatever d's layout. `scratch` holds at least
+// n pixels plus n values.
+void blendRow(const RowView& d, const char* computed, size_t n, size_t size,
+              const uint8_t* maskBits, size_t maskBit, char* scratch);
+
 // A row view of an untiled image: row y of its region (y counted from the
 // region's top), plane `plane` in plane order.
 RowView rowOf(const OzlImage* image, int y);

@@ -433,6 +433,189 @@ OZL_API void OZL_CALL ozlSetFP(OzlImage *image, float fillValue);
 OZL_API void OZL_CALL ozlCopy(OzlImage *srcImage, OzlImage *dstImage);
 
 /* ------------------------------------------------------------------------ */
+/* Geometric transforms: resampling, mirroring, warps, remapping             */
+/* ------------------------------------------------------------------------ */
+
+/*
+ * Conventions shared by the geometric transforms.
+ *
+ * Coordinates. Each image's coordinates count from its region's top-left
+ * pixel (the ROI offsets, or 0, 0), x to the right and y along the rows in
+ * memory order (the origin field is not consulted). Pixel centres are at
+ * integer coordinates: pixel (i, j) covers [i - 0.5, i + 0.5) x
+ * [j - 0.5, j + 0.5). The source region of width W and height H covers
+ * [-0.5, W - 0.5) x [-0.5, H - 0.5).
+ *
+ * Areas. The source's region is the area read and the destination's region
+ * the area written. A destination pixel whose centre maps to a source position
+ * outside the source region keeps its value, unless OZL_FILL_FROM_BORDER is
+ * given (warps, rotation, shear, remapping). Masks: the destination's mask
+ * (and for ozlRemap the maps' masks, at the destination's places) select the
+ * pixels written; a source's mask is not used. Channels: both images process
+ * their effective channels (one with a channel of interest, else all but the
+ * alpha channel), and the counts must agree; the data orders may differ. Every
+ * depth but 1U. Tiled images: a tiled destination is walked tile by tile; a
+ * tiled source (or a source whose pixels the destination shares) is first
+ * copied whole.
+ *
+ * Interpolation at source position (sx, sy):
+ *   OZL_INTER_NN      the pixel (floor(sx + 0.5), floor(sy + 0.5)).
+ *   OZL_INTER_LINEAR  x0 = floor(sx), fx = sx - x0 (likewise y0, fy):
+ *                     (1-fy)((1-fx)p(x0,y0) + fx p(x0+1,y0))
+ *                     + fy((1-fx)p(x0,y0+1) + fx p(x0+1,y0+1)).
+ *   OZL_INTER_CUBIC   cubic convolution over 4 x 4 pixels (x0-1 .. x0+2) with
+ *                     a = -0.5: w(t) = 1.5|t|^3 - 2.5|t|^2 + 1 for |t| <= 1,
+ *                     -0.5|t|^3 + 2.5|t|^2 - 4|t| + 2 for 1 < |t| < 2; rows
+ *                     first, then the column of row results.
+ *   OZL_INTER_SUPER   resampling only: the exact area average of the source
+ *                     over the destination pixel's footprint.
+ * Neighbours beyond the source region's edges are the region's edge pixels
+ * repeated, or with OZL_FILL_FROM_BORDER the source's border values.
+ * Values are computed in double precision; integer results are rounded to
+ * nearest, halves up (toward +infinity), and saturated to the depth; 32F
+ * results are not clamped. 8U linear interpolation is fixed-point instead:
+ * fractions rounded to 1/2048 (halves up) give the weights 2048 - w and w,
+ * each row pair is summed as h = (p0 (2048 - wx) + p1 wx + 8) >> 4, and the
+ * result is (h0 (2048 - wy) + h1 wy + 131072) >> 18.
+ *
+ * OZL_FILL_FROM_BORDER, ORed into the interpolation of a warp, rotation, shear
+ * or remap: pixels beyond the source region's edges read as the source's
+ * border modes say (ozlSetBorderMode; applied at the region's edges: slot 0
+ * above, 1 below, 2 left, 3 right; mode 0 the side's constant, 32F images
+ * every side's from slot 0; 1 the edge repeated; 2 mirrored with the edge
+ * repeated; 3 wrapped around; rows above and below take their side's mode for
+ * both coordinates), and every destination pixel is written, whatever its
+ * source position (a position that is not a number leaves the pixel as it is).
+ *
+ * Statuses of every transform: the header check of each image ("Incorrect
+ * Image", the status ozlCheckImageHeader left); -5 for depths that differ, a
+ * 1U image, effective channel counts that differ, an unknown interpolation,
+ * and the parameter checks each function lists; -4 "Out of memory"; -2 "Error
+ * get tile to read" / "Error get tile to write" when a tile callback leaves
+ * tileData NULL. A refused call leaves the destination untouched.
+ */
+#define OZL_INTER_NN      0
+#define OZL_INTER_LINEAR  1
+#define OZL_INTER_CUBIC   2
+#define OZL_INTER_SUPER   3
+#define OZL_FILL_FROM_BORDER  0x100
+
+/* Resampling by the rational factors xDst/xSrc and yDst/ySrc: destination
+   pixel (x, y) has its centre at source position
+   ((x + 0.5) xSrc/xDst - 0.5, (y + 0.5) ySrc/yDst - 0.5), so that the regions'
+   outer edges meet. The pixels written are those whose centres map into the
+   source region: floor((2 W xDst + xSrc - 1) / (2 xSrc)) columns and likewise
+   rows, within the destination region. Neighbours beyond the source region
+   are its edge pixels repeated. Super-sampling averages the source over the
+   pixel's footprint [x xSrc/xDst, (x + 1) xSrc/xDst) (source pixel i covering
+   [i, i + 1)), weighting each source pixel by the area it shares with it; for
+   integer shrink factors that is the mean of each block. -5 when a factor term
+   is not positive, or exceeds 65536 once the factor is reduced; ozlZoom
+   refuses factors below 1 and ozlDecimate factors above 1. */
+OZL_API void OZL_CALL ozlZoom(OzlImage *srcImage, OzlImage *dstImage, int xDst, int xSrc,
+                              int yDst, int ySrc, int interpolate);
+OZL_API void OZL_CALL ozlDecimate(OzlImage *srcImage, OzlImage *dstImage, int xDst, int xSrc,
+                                  int yDst, int ySrc, int interpolate);
+OZL_API void OZL_CALL ozlResize(OzlImage *srcImage, OzlImage *dstImage, int xDst, int xSrc,
+                                int yDst, int ySrc, int interpolate);
+
+/* Mirroring axes. */
+#define OZL_MIRROR_HORIZONTAL  0   /* about the horizontal axis: rows upside down */
+#define OZL_MIRROR_VERTICAL    1   /* about the vertical axis: columns reversed */
+#define OZL_MIRROR_BOTH       (-1) /* both: a half turn */
+
+/* Mirrors the common size of the two regions (the smaller width and height):
+   with width w and height h, destination (x, y) takes source (w-1-x, y),
+   (x, h-1-y) or (w-1-x, h-1-y). In place when srcImage and dstImage are the
+   same. -5 for another flipAxis. */
+OZL_API void OZL_CALL ozlMirror(OzlImage *srcImage, OzlImage *dstImage, int flipAxis);
+
+/* Affine warp: coeffs map source coordinates to destination coordinates,
+   xd = c[0][0] xs + c[0][1] ys + c[0][2], yd = c[1][0] xs + c[1][1] ys + c[1][2];
+   each destination pixel takes the source at the inverse image of its centre.
+   Interpolation NN, LINEAR or CUBIC, with OZL_FILL_FROM_BORDER if wanted. -5
+   for NULL coeffs, and for coefficients that are not finite or whose 2 x 2
+   part is singular. */
+OZL_API void OZL_CALL ozlWarpAffine(OzlImage *srcImage, OzlImage *dstImage,
+                                    const double coeffs[2][3], int interpolate);
+/* The corners of the source region (the centres of its corner pixels) mapped
+   by coeffs, in the order (0, 0), (W-1, 0), (W-1, H-1), (0, H-1). -5 for NULL
+   arguments; the header check for srcImage. */
+OZL_API void OZL_CALL ozlGetAffineQuad(OzlImage *srcImage, const double coeffs[2][3],
+                                       double quad[4][2]);
+/* The bounding box of that quadrangle: rect[0] = {xmin, ymin},
+   rect[1] = {xmax, ymax}. */
+OZL_API void OZL_CALL ozlGetAffineBound(OzlImage *srcImage, const double coeffs[2][3],
+                                        double rect[2][2]);
+/* The coefficients that map the source region's corners (0, 0), (W-1, 0) and
+   (0, H-1) onto quad[0], quad[1] and quad[3] (an affine map takes the
+   rectangle to a parallelogram; quad[2] is not read). -5 for NULL arguments
+   and for a region 1 pixel wide or high. */
+OZL_API void OZL_CALL ozlGetAffineTransform(OzlImage *srcImage, double coeffs[2][3],
+                                            const double quad[4][2]);
+
+/* Rotation by angle degrees (counter-clockwise as seen with y downwards) about
+   the origin, then a shift: xd = xs cos + ys sin + xShift,
+   yd = -xs sin + ys cos + yShift; otherwise as ozlWarpAffine. */
+OZL_API void OZL_CALL ozlRotate(OzlImage *srcImage, OzlImage *dstImage, double angle,
+                                double xShift, double yShift, int interpolate);
+/* The shifts that make ozlRotate turn about (xCenter, yCenter). -5 for NULL
+   outputs. */
+OZL_API void OZL_CALL ozlGetRotateShift(double xCenter, double yCenter, double angle,
+                                        double *xShift, double *yShift);
+/* Shear: xd = xs + xShear ys + xShift, yd = yShear xs + ys + yShift; otherwise
+   as ozlWarpAffine (-5 when xShear yShear = 1). */
+OZL_API void OZL_CALL ozlShear(OzlImage *srcImage, OzlImage *dstImage, double xShear,
+                               double yShear, double xShift, double yShift, int interpolate);
+
+/* Bilinear warp: xd = c[0][0] xs ys + c[0][1] xs + c[0][2] ys + c[0][3], and yd
+   likewise with c[1]. Each destination pixel takes the source at the
+   preimage of its centre: of the (at most two) preimages the one inside the
+   source region, else the nearer to it. -5 for NULL coeffs or coefficients
+   that are not finite. */
+OZL_API void OZL_CALL ozlWarpBilinear(OzlImage *srcImage, OzlImage *dstImage,
+                                      const double coeffs[2][4], int interpolate);
+/* ozlWarpBilinear with the transform that takes the source region's corners
+   (0, 0), (W-1, 0), (W-1, H-1), (0, H-1) onto quad[0..3]. -5 for NULL quad and
+   a region 1 pixel wide or high. */
+OZL_API void OZL_CALL ozlWarpBilinearQ(OzlImage *srcImage, OzlImage *dstImage,
+                                       const double quad[4][2], int interpolate);
+OZL_API void OZL_CALL ozlGetBilinearQuad(OzlImage *srcImage, const double coeffs[2][4],
+                                         double quad[4][2]);
+OZL_API void OZL_CALL ozlGetBilinearBound(OzlImage *srcImage, const double coeffs[2][4],
+                                          double rect[2][2]);
+OZL_API void OZL_CALL ozlGetBilinearTransform(OzlImage *srcImage, double coeffs[2][4],
+                                              const double quad[4][2]);
+
+/* Perspective warp: with w = c[2][0] xs + c[2][1] ys + c[2][2],
+   xd = (c[0][0] xs + c[0][1] ys + c[0][2]) / w and yd likewise with c[1].
+   -5 for NULL coeffs, coefficients that are not finite, or a singular matrix.
+   The bound and quad helpers assume the source region does not reach the
+   line where w = 0 (they map its corners). */
+OZL_API void OZL_CALL ozlWarpPerspective(OzlImage *srcImage, OzlImage *dstImage,
+                                         const double coeffs[3][3], int interpolate);
+/* ozlWarpPerspective with the transform that takes the source region's corners
+   onto quad[0..3] (c[2][2] = 1). -5 for NULL quad, a region 1 pixel wide or
+   high, and a quadrangle with three vertices on a line. */
+OZL_API void OZL_CALL ozlWarpPerspectiveQ(OzlImage *srcImage, OzlImage *dstImage,
+                                          const double quad[4][2], int interpolate);
+OZL_API void OZL_CALL ozlGetPerspectiveQuad(OzlImage *srcImage, const double coeffs[3][3],
+                                            double quad[4][2]);
+OZL_API void OZL_CALL ozlGetPerspectiveBound(OzlImage *srcImage, const double coeffs[3][3],
+                                             double rect[2][2]);
+OZL_API void OZL_CALL ozlGetPerspectiveTransform(OzlImage *srcImage, double coeffs[3][3],
+                                                 const double quad[4][2]);
+
+/* Remapping: destination pixel (x, y) takes the source at (xMap(x, y),
+   yMap(x, y)), the maps being 32F images with one effective channel read at
+   the destination's places (their regions anchored at their own offsets). The
+   pixels written are the common size of the destination's and the maps'
+   regions. -5 for maps that are not 32F or have more than one effective
+   channel. */
+OZL_API void OZL_CALL ozlRemap(OzlImage *srcImage, OzlImage *dstImage, OzlImage *xMap,
+                               OzlImage *yMap, int interpolate);
+
+/* ------------------------------------------------------------------------ */
 /* Colour: model conversions, colour twist, colour to grey and back          */
 /* ------------------------------------------------------------------------ */
 
