@@ -373,6 +373,57 @@ OZL_API void OZL_CALL ozlSetFP(OzlImage *image, float fillValue);
    regions, channels of interest, masks and tiles. */
 OZL_API void OZL_CALL ozlCopy(OzlImage *srcImage, OzlImage *dstImage);
 
+/* ------------------------------------------------------------------------ */
+/* Exchange and depth conversion                                             */
+/* ------------------------------------------------------------------------ */
+
+/* Swaps the common regions of two images of one depth, value for value, with
+   ozlCopy's checks (all three agreements reported, then the channel count),
+   regions, channels of interest, masks (one, shared, or two ANDed) and tiles
+   (every tile either image touches is fetched for writing). Any depth.
+   Statuses: a header's own (module ozlsce, lines 561, 562), -5 for a
+   disagreement (563) or channel counts (566), -2 "Error get tile to write"
+   (643), -4 (590). */
+OZL_API void OZL_CALL ozlExchange(OzlImage *imageA, OzlImage *imageB);
+
+/* The common part of the conversions below: the images' origins and processed
+   channel counts must agree (data orders may differ: pixel order converts to
+   plane order and back); masks as in ozlCopy; tiles fetched through their
+   callbacks. Statuses (module ozlcvt, lines from each function's base b):
+   a header's own with "Incorrect Image" (b, b + 1), depths -17 (b + 2),
+   arguments -5 (b + 5), "srcImage->origin != dstImage->origin" -5 (b + 3),
+   processed channels -5 (b + 4), "Error get tile to read" / "... to write"
+   -2 (b + 11, b + 12), -4 "Not enough memory" (b + 13). */
+
+/* Converts between any two depths (1U, 8U, 8S, 16U, 16S, 32S, 32F), value for
+   value: integers saturate to the destination's range, floats are rounded to
+   the nearest integer (ties to even) and saturated, NaN becomes 0, integers
+   become the nearest float. 1U reads as 0 and 1 and takes 1 for every value
+   that converts to 1 or more. Equal depths copy. Base line 40. */
+OZL_API void OZL_CALL ozlConvert(OzlImage *srcImage, OzlImage *dstImage);
+
+/* Maps the full range of one integer depth onto that of another, linearly and
+   rounded to nearest (8U 0..255 onto 16S -32768..32767, 16U onto 8U ...);
+   8U, 8S, 16U, 16S, 32S. 32F gives -17 "You should use ozlScaleFP for float
+   images", 1U -17. Base line 100. */
+OZL_API void OZL_CALL ozlScale(OzlImage *srcImage, OzlImage *dstImage);
+
+/* Maps between an integer depth's full range and the float range
+   minVal..maxVal, either way: one image 32F, the other 8U, 8S, 16U, 16S or
+   32S. In single precision, r = (x - from) / fromSpan * toSpan + to, so both
+   ends of a range map exactly; integer results are rounded to nearest (ties
+   to even) and saturated. -5 "!(minVal < maxVal)" or "maxVal - minVal is not
+   finite" (b + 5); -17 for two integer depths, two float images or 1U.
+   Base line 160. */
+OZL_API void OZL_CALL ozlScaleFP(OzlImage *srcImage, OzlImage *dstImage, float minVal,
+                                 float maxVal);
+
+/* A 1U image onto a grey image of any other depth: 0 bits become zeroScaled,
+   1 bits oneScaled, each clamped to the destination's range. -17 for a source
+   that is not 1U or a 1U destination. Base line 220. */
+OZL_API void OZL_CALL ozlBitonalToGray(OzlImage *srcImage, OzlImage *dstImage, int zeroScaled,
+                                       int oneScaled);
+
 #ifdef __cplusplus
 }
 #endif
