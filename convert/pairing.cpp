@@ -94,8 +94,8 @@ int copyValues(OzlImage* src, OzlImage* dst, const OzlImage* mask) {
     return core::mapPixels(operands, mask, copyKernel(dst, &valueBytes));
 }
 
-void runPair(const Caller& caller, OzlImage* src, OzlImage* dst, const core::MapKernel& kernel,
-             int base) {
+void runPair(const Caller& caller, OzlImage* src, OzlImage* dst, int base, PairRun run,
+             void* context) {
     if (src->origin != dst->origin) {
         core::fail(caller, OZL_StsBadArg, "srcImage->origin != dstImage->origin", base + 3);
         return;
@@ -108,10 +108,7 @@ void runPair(const Caller& caller, OzlImage* src, OzlImage* dst, const core::Map
     }
     PairMask mask = choosePairMask(caller, src, dst, {base + 6, base + 7});
     if (mask.stop) return;
-    core::MapOperands operands;
-    operands.src[0] = src;
-    operands.dst = dst;
-    const int result = core::mapPixels(operands, mask.image, kernel);
+    const int result = run(context, src, dst, mask.image);
     if (result == 0)
         core::fail(caller, OZL_StsError, "Error get tile to read", base + 11);
     else if (result == core::kDstOperand)
@@ -119,6 +116,16 @@ void runPair(const Caller& caller, OzlImage* src, OzlImage* dst, const core::Map
     else if (result == core::kMapNoMemory)
         core::fail(caller, OZL_StsNoMem, "Not enough memory", base + 13);
     releasePairMask(mask);
+}
+
+void runPair(const Caller& caller, OzlImage* src, OzlImage* dst, const core::MapKernel& kernel,
+             int base) {
+    runPair(caller, src, dst, base, [&](OzlImage* s, OzlImage* d, const OzlImage* m) {
+        core::MapOperands operands;
+        operands.src[0] = s;
+        operands.dst = d;
+        return core::mapPixels(operands, m, kernel);
+    });
 }
 
 }  // namespace ozl::convert

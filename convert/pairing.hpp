@@ -48,10 +48,24 @@ int copyValues(OzlImage* src, OzlImage* dst, const OzlImage* mask);
 
 // The common part of the conversions after their depth checks, with lines
 // counted from `base`: origin (base + 3) and processed-channel (base + 4)
-// agreement, the pair's mask (base + 6, base + 7), then the driver over the
-// common region with `kernel` (src as its only source); a tile callback that
-// leaves no data is reported at base + 11 (read) or base + 12 (write), a lack
-// of working memory at base + 13.
+// agreement, the pair's mask (base + 6, base + 7), then `run` over the common
+// region, which answers as the pixel-wise driver does: a tile callback that
+// leaves no data is reported at base + 11 (the source, read) or base + 12 (the
+// destination, written), a lack of working memory at base + 13.
+using PairRun = int (*)(void* context, OzlImage* src, OzlImage* dst, const OzlImage* mask);
+void runPair(const Caller& caller, OzlImage* src, OzlImage* dst, int base, PairRun run,
+             void* context);
+
+template <class F>
+void runPair(const Caller& caller, OzlImage* src, OzlImage* dst, int base, F&& run) {
+    runPair(caller, src, dst, base,
+            [](void* ctx, OzlImage* s, OzlImage* d, const OzlImage* m) {
+                return (*static_cast<F*>(ctx))(s, d, m);
+            },
+            &run);
+}
+
+// The same with the driver running `kernel` (src its only source).
 void runPair(const Caller& caller, OzlImage* src, OzlImage* dst, const core::MapKernel& kernel,
              int base);
 

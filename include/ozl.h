@@ -424,6 +424,37 @@ OZL_API void OZL_CALL ozlScaleFP(OzlImage *srcImage, OzlImage *dstImage, float m
 OZL_API void OZL_CALL ozlBitonalToGray(OzlImage *srcImage, OzlImage *dstImage, int zeroScaled,
                                        int oneScaled);
 
+/* ------------------------------------------------------------------------ */
+/* Threshold and bit reduction                                               */
+/* ------------------------------------------------------------------------ */
+
+/* Values at or above threshold become the destination's maximum (255, 127,
+   65535, 32767 or 2147483647; 1 in a 1U destination), the others 0. Sources
+   8U, 8S, 16U, 16S, 32S; the destination of the same depth or 1U. A
+   threshold at or below the depth's minimum selects every value, one above
+   its maximum none. Statuses as the conversions' (module ozlthresh, base line
+   30): -17 "srcImage->depth == 1 || srcImage->depth == 32" or "dstImage->depth
+   != srcImage->depth && dstImage->depth != 1" (32). */
+OZL_API void OZL_CALL ozlThreshold(OzlImage *srcImage, OzlImage *dstImage, int threshold);
+
+/* Dithering of ozlReduceBits. */
+#define OZL_DITHER_NONE             0 /* the low bits dropped */
+#define OZL_DITHER_ORDERED          1 /* 8x8 ordered matrix, anchored at the region's corner */
+#define OZL_DITHER_ERROR_DIFFUSION  2 /* Floyd-Steinberg, rows left to right */
+
+/* Keeps the top nBits (1 to the depth's bits) of every 8U or 16U value, so
+   that the results are the levels k * q, q = 2^(bits - nBits). Ordered
+   dithering adds (2m + 1) * q / 128 for the pixel's rank m in the matrix
+   before dropping the low bits (a flat area keeps its mean to within q / 128);
+   error diffusion takes each value plus the error carried to it to the nearest
+   level and passes the error on (7/16 right; 3/16, 5/16, 1/16 below), within
+   the region. Same depth both sides. Statuses as the conversions' (module
+   ozlreduce, base line 60): -17 "srcImage->depth != 8 && srcImage->depth !=
+   16" or "srcImage->depth != dstImage->depth" (62); -5 "nBits < 1 || nBits >
+   srcImage->depth" or "Unknown dither type" (65). */
+OZL_API void OZL_CALL ozlReduceBits(OzlImage *srcImage, OzlImage *dstImage, int nBits,
+                                    int ditherType);
+
 #ifdef __cplusplus
 }
 #endif
