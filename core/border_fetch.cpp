@@ -137,6 +137,58 @@ void fillRow(char* dst, const SourceRow& src, const AxisMap& columns, const Geom
     }
 }
 
+// Copies `n` pixels of one plane-row from column `col` of `src` to column
+// `at` of `dst`.
+void copySpan(const char* src, long long col, char* dst, long long at, long long n,
+              const Geometry& g) {
+    if (g.pixelBits == 1) {
+        image::copyBits(reinterpret_cast<const unsigned char*>(src) + col / 8,
+                        static_cast<int>(col % 8), reinterpret_cast<unsigned char*>(dst) + at / 8,
+                        static_cast<int>(at % 8), static_cast<size_t>(n));
+    } else {
+        const size_t bytes = g.pixelBits / 8;
+        std::memcpy(dst + at * bytes, src + col * bytes, static_cast<size_t>(n) * bytes);
+    }
+}
+
+// A rectangle inside the image: rows copied straight from the image, or from
+// each tile it touches (one fetch each). False when a tile could not be had.
+bool copyInside(const OzlImage* image, const Rect& rect, char* block, int64_t rowStep,
+                const Geometry& g) {
+    if (!image->tileInfo) {
+        const int64_t planeStep = static_cast<int64_t>(image->widthStep) * image->height;
+        for (int p = 0; p < g.planes; ++p)
+            for (int r = 0; r < rect.height; ++r)
+                copySpan(image->imageData + p * planeStep +
+                             static_cast<int64_t>(rect.y + r) * image->widthStep,
+                         rect.x, block + (static_cast<int64_t>(p) * rect.height + r) * rowStep, 0,
+                         rect.width, g);
+        return true;
+    }
+    OzlTileInfo* tile = image->tileInfo;
+    const int tileStep = image::tileRowSize(image);
+    const int64_t tilePlane = static_cast<int64_t>(tileStep) * tile->height;
+    const int x1 = rect.x + rect.width, y1 = rect.y + rect.height;
+    for (int ty = rect.y / tile->height; ty * tile->height < y1; ++ty)
+        for (int tx = rect.x / tile->width; tx * tile->width < x1; ++tx) {
+            tile->callBack(image, tx, ty, OZL_GET_TILE_TO_READ);
+            if (!tile->tileData) return false;
+            const int c0 = std::max(rect.x, tx * tile->width);
+            const int c1 = std::min(x1, (tx + 1) * tile->width);
+            const int r0 = std::max(rect.y, ty * tile->height);
+            const int r1 = std::min(y1, (ty + 1) * tile->height);
+            for (int p = 0; p < g.planes; ++p)
+                for (int r = r0; r < r1; ++r)
+                    copySpan(tile->tileData + p * tilePlane +
+                                 static_cast<int64_t>(r - ty * tile->height) * tileStep,
+                             c0 - tx * tile->width,
+                             block + (static_cast<int64_t>(p) * rect.height + (r - rect.y)) * rowStep,
+                             c0 - rect.x, c1 - c0, g);
+            tile->callBack(image, tx, ty, OZL_RELEASE_TILE);
+        }
+    return true;
+}
+
 }  // namespace
 
 long long borderIndex(long long v, long long n, int mode) {
@@ -172,6 +224,17 @@ FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
     out.data = static_cast<char*>(ozlMalloc(static_cast<int>(total)));
     if (!out.data) return out;
     out.rowStep = static_cast<int>(rowStep);
+
+    if (rect.x >= 0 && rect.y >= 0 && static_cast<int64_t>(rect.x) + rect.width <= image->width &&
+        static_cast<int64_t>(rect.y) + rect.height <= image->height) {
+        out.status = copyInside(image, rect, out.data, out.rowStep, g) ? FetchedBlock::Done
+                                                                        : FetchedBlock::TileFailed;
+        if (out.status != FetchedBlock::Done) {
+            ozlFree(out.data);
+            out.data = nullptr;
+        }
+        return out;
+    }
 
     const Constant constants[4] = {sideConstant(image, 0), sideConstant(image, 1),
                                    sideConstant(image, 2), sideConstant(image, 3)};

@@ -17,6 +17,16 @@ struct Rect {
     int height = 0;
 };
 
+// The region's first column and row: the ROI's offsets, or 0, 0.
+struct Origin {
+    int x = 0;
+    int y = 0;
+};
+inline Origin regionOrigin(const OzlImage* image) {
+    if (!image->roi) return {};
+    return {image->roi->xOffset, image->roi->yOffset};
+}
+
 // The region to process: the ROI (or the whole image), its width and height
 // reduced by whatever reaches past the right and bottom edges. No lower bound.
 Rect regionRect(const OzlImage* image);
