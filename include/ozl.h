@@ -374,6 +374,24 @@ OZL_API void OZL_CALL ozlSetFP(OzlImage *image, float fillValue);
 OZL_API void OZL_CALL ozlCopy(OzlImage *srcImage, OzlImage *dstImage);
 
 /* ------------------------------------------------------------------------ */
+/* Pixel access                                                              */
+/* ------------------------------------------------------------------------ */
+
+/* One pixel at column x, row y of the image (rows in memory order; the ROI's
+   offsets and the mask do not apply), between the image and `pixel`: the
+   values of every channel, alpha included, one after another in the image's
+   own type (one byte per value for 1U, 0 or 1; a put takes bit 0), or only
+   the channel of interest's value when the ROI selects one. A tiled image's
+   tile is fetched for reading (get) or writing (put) and released. Any depth,
+   either data order. Statuses (module ozlpixel; lines from 20 for
+   ozlGetPixel, 60 for ozlPutPixel): a header's own with "Incorrect Image"
+   (+0), -5 "pixel==0" (+1), -11 "x < 0 || x >= image->width" (+2) or
+   "y < 0 || y >= image->height" (+3), -2 "Error get tile to read" / "...
+   to write" (+5). */
+OZL_API void OZL_CALL ozlGetPixel(const OzlImage *image, int x, int y, void *pixel);
+OZL_API void OZL_CALL ozlPutPixel(OzlImage *image, int x, int y, const void *pixel);
+
+/* ------------------------------------------------------------------------ */
 /* Exchange and depth conversion                                             */
 /* ------------------------------------------------------------------------ */
 
