@@ -321,13 +321,21 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
     return true;
 }
 
+// A pixel kernel that asks for the alpha channel sees it as the last
+// processed channel of every image that has one and selects no channel.
+RowView withAlphaOf(const MapKernel& k, const OzlImage* image, RowView r) {
+    if (k.withAlpha && image->alphaChannel > 0 && !image::hasCoi(image)) r.channels = image->nChannels;
+    return r;
+}
+
 bool pixelRows(const MapOperands& o, const View& vm, const MapKernel& k, Size size) {
     const bool dstBits = isBits(o.dst);
     const size_t dSize = valueBytes(o.dst);
     RowView src[kMaxSources];
     for (int y = 0; y < size.height; ++y) {
-        for (int i = 0; i < kMaxSources; ++i) src[i] = o.src[i] ? rowOf(o.src[i], y) : RowView{};
-        const RowView d = rowOf(o.dst, y);
+        for (int i = 0; i < kMaxSources; ++i)
+            src[i] = o.src[i] ? withAlphaOf(k, o.src[i], rowOf(o.src[i], y)) : RowView{};
+        const RowView d = withAlphaOf(k, o.dst, rowOf(o.dst, y));
         if (!pixelRow(k, src, d, dstBits, dSize,
                       {maskRowBits(vm, y), static_cast<size_t>(vm.bitOffset)},
                       static_cast<size_t>(size.width)))

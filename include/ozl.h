@@ -359,6 +359,69 @@ OZL_API void OZL_CALL ozlLShiftS(OzlImage *srcImage, OzlImage *dstImage, unsigne
 OZL_API void OZL_CALL ozlRShiftS(OzlImage *srcImage, OzlImage *dstImage, unsigned int nShift);
 
 /* ------------------------------------------------------------------------ */
+/* Alpha compositing                                                         */
+/* ------------------------------------------------------------------------ */
+
+/* Porter-Duff operators of ozlAlphaComposite and ozlAlphaCompositeC: the
+   result is A * FA + B * FB, colours and alpha alike, with the fractions
+   FA, FB below (aA, aB the alphas, M the depth's maximum). */
+#define OZL_COMPOSITE_CLEAR      0  /* FA 0,       FB 0       */
+#define OZL_COMPOSITE_A          1  /* FA M,       FB 0       */
+#define OZL_COMPOSITE_B          2  /* FA 0,       FB M       */
+#define OZL_COMPOSITE_A_OVER_B   3  /* FA M,       FB M - aA  */
+#define OZL_COMPOSITE_B_OVER_A   4  /* FA M - aB,  FB M       */
+#define OZL_COMPOSITE_A_IN_B     5  /* FA aB,      FB 0       */
+#define OZL_COMPOSITE_B_IN_A     6  /* FA 0,       FB aA      */
+#define OZL_COMPOSITE_A_OUT_B    7  /* FA M - aB,  FB 0       */
+#define OZL_COMPOSITE_B_OUT_A    8  /* FA 0,       FB M - aA  */
+#define OZL_COMPOSITE_A_ATOP_B   9  /* FA aB,      FB M - aA  */
+#define OZL_COMPOSITE_B_ATOP_A  10  /* FA M - aB,  FB aA      */
+#define OZL_COMPOSITE_XOR       11  /* FA M - aB,  FB M - aA  */
+
+/* Combines srcImageA and srcImageB into dstImage by the operator
+   compositeType. 8U and 16U (M = 255, 65535), one depth throughout. A
+   source's alpha comes from its alpha image when given (one channel to
+   process), else from its own alpha channel, else it is opaque (M). Every
+   product x * y / M is the whole quotient floor(x * y / M), computed as
+   (p + (p >> b) + 1) >> b with p = x * y and b = 8 or 16, and sums saturate
+   at M:
+     alpha  = min(M, aA * FA / M + aB * FB / M);
+     colour = min(M, cA * FA / M + cB * FB / M)          when premulAlpha != 0
+              (colours premultiplied by their alpha, in and out);
+     colour = (cA*aA*FA + cB*aB*FB + w/2) / w, w = aA*FA + aB*FB, 0 when w is 0,
+              when premulAlpha == 0 (straight colours, in and out).
+   The result alpha goes to the destination's alpha channel (when it has one
+   and no channel of interest) or to alphaImageDst (only for a destination
+   without alpha). The masks of dstImage, srcImageA and srcImageB apply,
+   ANDed. Statuses (module ozlalpha, lines from 400): -5 for a NULL image
+   ("dstImage==0", ...) (410), a header's own with "Incorrect Image" (411), an
+   alpha channel that is not the last (412), a lone alpha channel without a ROI
+   selecting it (420, 421), a depth other than 8U/16U (430) or unlike the
+   destination's (431..435), channel counts (440), compositeType (445),
+   alphaImageDst beside a destination alpha channel (446); masks (450..453);
+   -2 "ERROR in Tiling callBack" (460), -4 "No working memory" (461). */
+OZL_API void OZL_CALL ozlAlphaComposite(OzlImage *srcImageA, OzlImage *srcImageB,
+                                        OzlImage *dstImage, int compositeType,
+                                        OzlImage *alphaImageA, OzlImage *alphaImageB,
+                                        OzlImage *alphaImageDst, int premulAlpha);
+
+/* ozlAlphaComposite with constant alphas alphaA and alphaB (clamped to 0..M)
+   in place of the images' own; the destination's alpha channel, if any,
+   takes the result alpha. Lines from 600, as above. */
+OZL_API void OZL_CALL ozlAlphaCompositeC(OzlImage *srcImageA, OzlImage *srcImageB,
+                                         OzlImage *dstImage, int compositeType, int alphaA,
+                                         int alphaB, int premulAlpha);
+
+/* Multiplies the colours of srcImage by its alpha, floor(c * a / M) as in
+   ozlAlphaComposite; the alpha comes from alphaImage when given, else from
+   srcImage's alpha channel (-5 "srcImage->alphaChannel == 0 && alphaImage
+   == 0" (845) with neither), and is copied to the destination's alpha channel
+   when it has one. 8U and 16U; masks of dstImage and srcImage. Lines from
+   800, as above. */
+OZL_API void OZL_CALL ozlPreMultiplyAlpha(OzlImage *srcImage, OzlImage *dstImage,
+                                          OzlImage *alphaImage);
+
+/* ------------------------------------------------------------------------ */
 /* Fill                                                                      */
 /* ------------------------------------------------------------------------ */
 

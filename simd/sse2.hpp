@@ -76,6 +76,10 @@ struct Sse2 {
     static V packS16(V a, V b) { return _mm_packs_epi16(a, b); }
     static V packS32(V a, V b) { return _mm_packs_epi32(a, b); }
 
+    // Lane 3 of every group of four 16-bit lanes copied to all four (the
+    // alpha of four-channel pixels of 16-bit values).
+    static V spreadLane3x16(V a) { return _mm_shufflehi_epi16(_mm_shufflelo_epi16(a, 0xFF), 0xFF); }
+
     template <int s> static V slli16(V a) { return _mm_slli_epi16(a, s); }
     template <int s> static V srli16(V a) { return _mm_srli_epi16(a, s); }
     template <int s> static V srai16(V a) { return _mm_srai_epi16(a, s); }
