@@ -42,28 +42,23 @@ Quad<Vx> loadQuad(const S* p) {
     return q;
 }
 
-// Streamed stores need a destination aligned to the vector width.
-template <class Vx, class D, bool kStream>
+template <class Vx, class D>
 void storeQuad(D* p, const Quad<Vx>& q) {
     constexpr size_t L = Vx::kBytes / 4;
-    auto put = [](void* at, auto v) {
-        if constexpr (kStream) Vx::stream(at, v);
-        else Vx::store(at, v);
-    };
     if constexpr (std::is_same_v<D, uint8_t>) {
-        put(p, Vx::packI32ToU8(q.i[0], q.i[1], q.i[2], q.i[3]));
+        Vx::store(p, Vx::packI32ToU8(q.i[0], q.i[1], q.i[2], q.i[3]));
     } else if constexpr (std::is_same_v<D, int8_t>) {
-        put(p, Vx::packI32ToS8(q.i[0], q.i[1], q.i[2], q.i[3]));
+        Vx::store(p, Vx::packI32ToS8(q.i[0], q.i[1], q.i[2], q.i[3]));
     } else if constexpr (std::is_same_v<D, uint16_t>) {
-        put(p, Vx::packI32ToU16(q.i[0], q.i[1]));
-        put(p + 2 * L, Vx::packI32ToU16(q.i[2], q.i[3]));
+        Vx::store(p, Vx::packI32ToU16(q.i[0], q.i[1]));
+        Vx::store(p + 2 * L, Vx::packI32ToU16(q.i[2], q.i[3]));
     } else if constexpr (std::is_same_v<D, int16_t>) {
-        put(p, Vx::packI32ToS16(q.i[0], q.i[1]));
-        put(p + 2 * L, Vx::packI32ToS16(q.i[2], q.i[3]));
+        Vx::store(p, Vx::packI32ToS16(q.i[0], q.i[1]));
+        Vx::store(p + 2 * L, Vx::packI32ToS16(q.i[2], q.i[3]));
     } else {
         for (size_t j = 0; j < 4; ++j) {
-            if constexpr (kFloat<D>) put(p + j * L, q.f[j]);
-            else put(p + j * L, q.i[j]);
+            if constexpr (kFloat<D>) Vx::store(p + j * L, q.f[j]);
+            else Vx::store(p + j * L, q.i[j]);
         }
     }
 }
@@ -73,21 +68,23 @@ void toFloatLanes(Quad<Vx>& q) {
     for (int j = 0; j < 4; ++j) q.f[j] = Vx::toF(q.i[j]);
 }
 
-// floatToInt on the lanes: NaN cleared to 0; for 32-bit results the values
-// from 2^31 up set to INT32_MAX (the conversion gives INT32_MIN for every
-// value out of range, which is right below the range); narrower results
-// capped at the type's top in float, their bottom left to the saturating
-// narrowing.
+// floatToInt on the lanes. The conversion gives INT32_MIN for NaN and for
+// every value out of range, which the saturating narrowing takes to the
+// type's bottom: right below the range, and for NaN right for unsigned types
+// only, so signed ones clear NaN to 0 first. The top is capped in float
+// (with the cap as the first operand, a NaN lane stays NaN); 32-bit results
+// set the lanes from 2^31 up to INT32_MAX instead.
 template <class Vx, class D>
 void toIntLanes(Quad<Vx>& q) {
     for (int j = 0; j < 4; ++j) {
-        const auto x = Vx::andF(q.f[j], Vx::orderedF(q.f[j]));
+        auto x = q.f[j];
+        if constexpr (std::is_signed_v<D>) x = Vx::andF(x, Vx::orderedF(x));
         if constexpr (sizeof(D) == 4) {
             q.i[j] = Vx::select(Vx::geF(x, Vx::setF(2147483648.0f)), Vx::set32(INT32_MAX),
                                 Vx::toI(x));
         } else {
             constexpr float hi = static_cast<float>(std::numeric_limits<D>::max());
-            q.i[j] = Vx::toI(Vx::minF(x, Vx::setF(hi)));
+            q.i[j] = Vx::toI(Vx::minF(Vx::setF(hi), x));
         }
     }
 }
@@ -135,9 +132,9 @@ struct LinearOf {
 // Blocks of four vectors of lanes; the last partial block is done by running
 // the last full one again at n - block (source and destination never share
 // memory here: the driver hands conversions separate buffers, and the loop
-// falls back to the scalar form if they do). Destinations of 16 MB and more
-// are streamed past the caches once aligned. Runs shorter than a block go to
-// the narrower level, or to the scalar form.
+// falls back to the scalar form if they do). Ordinary stores throughout:
+// streaming the wider destinations of long runs measured slower. Runs
+// shorter than a block go to the narrower level, or to the scalar form.
 template <template <class> class KernelAt, class S, class D, class Vx>
 void quadLoop(const void* pa, const void*, void* pd, size_t n, const void* context) {
     constexpr size_t B = kQuadLanes<Vx>;
@@ -150,24 +147,18 @@ void quadLoop(const void* pa, const void*, void* pd, size_t n, const void* conte
         }
     }
     const KernelAt<Vx> k(context);
+    const uintptr_t as = reinterpret_cast<uintptr_t>(a), ds = reinterpret_cast<uintptr_t>(d);
+    const bool apart = as + n * sizeof(S) <= ds || ds + n * sizeof(D) <= as;
     size_t i = 0;
-    if (n >= B && simd::disjoint(d, a, n * (sizeof(S) > sizeof(D) ? sizeof(S) : sizeof(D)))) {
-        auto block = [&](size_t at, auto stream) {
+    if (n >= B && apart) {
+        auto block = [&](size_t at) {
             Quad<Vx> q = loadQuad<Vx>(a + at);
             k.map(q);
-            storeQuad<Vx, D, decltype(stream)::value>(d + at, q);
+            storeQuad<Vx, D>(d + at, q);
         };
-        if (n * sizeof(D) >= simd::kStreamFrom) {
-            for (; i < n && reinterpret_cast<uintptr_t>(d + i) % Vx::kBytes != 0; ++i)
-                d[i] = KernelAt<Vx>::scalar(a[i], context);
-            if (reinterpret_cast<uintptr_t>(d + i) % Vx::kBytes == 0) {
-                for (; i + B <= n; i += B) block(i, std::true_type{});
-                Vx::streamFence();
-            }
-        }
-        for (; i + B <= n; i += B) block(i, std::false_type{});
+        for (; i + B <= n; i += B) block(i);
         if (i < n) {
-            block(n - B, std::false_type{});
+            block(n - B);
             i = n;
         }
     }
