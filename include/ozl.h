@@ -11,6 +11,21 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* The device-independent bitmap record is the system's own on Windows. Its
+   headers are taken without their min and max macros unless the caller has
+   asked for them already. */
+#if defined(_WIN32)
+#  if !defined(NOMINMAX)
+#    define NOMINMAX
+#    define OZL_DEFINED_NOMINMAX
+#  endif
+#  include <windows.h>
+#  if defined(OZL_DEFINED_NOMINMAX)
+#    undef NOMINMAX
+#    undef OZL_DEFINED_NOMINMAX
+#  endif
+#endif
+
 #if defined(_WIN32)
 #  define OZL_CALL __cdecl
 #  if defined(OZL_BUILD_DLL)
@@ -181,6 +196,46 @@ typedef struct OzlImage {
     int32_t borderConst[4];
     char *imageDataOrigin;
 } OzlImage;
+
+/* ------------------------------------------------------------------------ */
+/* Device-independent bitmaps                                                */
+/* ------------------------------------------------------------------------ */
+
+/* The bitmap information header, followed in memory by the three colour masks
+   of OZL_BI_BITFIELDS bitmaps (when biSize is 40), then the colour table of
+   biClrUsed entries (2^biBitCount when 0 and biBitCount <= 8), and, in a packed
+   bitmap, the pixel rows: bottom row first when biHeight > 0, top row first
+   when it is negative, each padded to a multiple of 4 bytes. On Windows the
+   system's BITMAPINFOHEADER and RGBQUAD; elsewhere records of the same
+   layout. */
+#if defined(_WIN32)
+typedef BITMAPINFOHEADER OzlBitmapInfoHeader;
+typedef RGBQUAD OzlRgbQuad;
+#else
+typedef struct OzlBitmapInfoHeader {
+    uint32_t biSize;          /* bytes of this header: 40, or more for later forms */
+    int32_t biWidth;
+    int32_t biHeight;         /* > 0 bottom-up, < 0 top-down */
+    uint16_t biPlanes;        /* 1 */
+    uint16_t biBitCount;      /* 1, 4, 8 (colour table), 16, 24, 32 (direct colour) */
+    uint32_t biCompression;   /* OZL_BI_RGB, or OZL_BI_BITFIELDS for 16 and 32 bits */
+    uint32_t biSizeImage;
+    int32_t biXPelsPerMeter;
+    int32_t biYPelsPerMeter;
+    uint32_t biClrUsed;
+    uint32_t biClrImportant;
+} OzlBitmapInfoHeader;
+
+typedef struct OzlRgbQuad {
+    uint8_t rgbBlue;
+    uint8_t rgbGreen;
+    uint8_t rgbRed;
+    uint8_t rgbReserved;
+} OzlRgbQuad;
+#endif
+
+#define OZL_BI_RGB        0 /* palette indices, or 5-5-5 (16 bits), B G R (24), B G R A (32) */
+#define OZL_BI_BITFIELDS  3 /* 16 or 32 bits whose red, green, blue masks follow the header */
 
 /* ------------------------------------------------------------------------ */
 /* Records of the filter, colour and statistics families                     */
@@ -504,6 +559,60 @@ OZL_API void OZL_CALL ozlScaleFP(OzlImage *srcImage, OzlImage *dstImage, float m
    that is not 1U or a 1U destination. Base line 220. */
 OZL_API void OZL_CALL ozlBitonalToGray(OzlImage *srcImage, OzlImage *dstImage, int zeroScaled,
                                        int oneScaled);
+
+/* ------------------------------------------------------------------------ */
+/* Device-independent bitmaps                                                */
+/* ------------------------------------------------------------------------ */
+
+/* Conversions between bitmaps (OzlBitmapInfoHeader above) and 8U images (1U
+   for 1-bit bitmaps). An image whose region has one processed channel meets
+   the bitmap's palette indices (1, 4, 8 bits: indices read as they are and
+   written saturated to the index width; 1U images as 0 and 1); one with three
+   meets colours, in the order its channel sequence names them ("RGB..." red
+   first, any other blue first), its alpha channel (when it has one and no
+   channel of interest) meeting the fourth byte of 32-bit OZL_BI_RGB pixels
+   (255 when read from other bitmaps, 0 written when the image has no alpha).
+   Colours are read through the palette (entries past the table are black),
+   or widened from 16-bit and mask fields (x * 255 / (2^n - 1), rounded), and
+   written as the palette's nearest entry (squared distance, lowest index on
+   a tie), or narrowed back to the fields (rounded). The common size is the
+   image region's and the bitmap's; rows are matched from the region's first
+   row in memory and the bitmap's top row (images with origin top-left) or
+   bottom row (bottom-left), so the picture stays upright. Images take their
+   region, channel of interest, mask (the bitmap keeps its pixels where a
+   source's mask is 0) and tiles. Statuses (module ozldib, lines from each
+   function's base b): -5 "dib==0" (b), "dib->biSize < 40" (b + 1), -10
+   "dib->biWidth < 1 || dib->biHeight == 0" (b + 2), -5 "dib->biPlanes != 1"
+   (b + 3), "Unsupported dib->biBitCount" (b + 4), "Unsupported
+   dib->biCompression" (b + 5; compressed bitmaps are not read), "dib->biClrUsed
+   > 1 << dib->biBitCount" (b + 6), "Bad dib colour masks" (b + 7, a mask
+   empty or with holes), -17 "image->depth != 8 && image->depth != 1" or -5
+   for a 1U image and a direct-colour bitmap (b + 8), -5 for processed
+   channels other than 1 and 3 or a direct-colour bitmap into one channel
+   (b + 9), a header's own with "Incorrect Image" or -5 "dibBits==0" (b + 10),
+   -2 "Error get tile to read" / "... to write" (b + 11, b + 12), -4 "Not
+   enough memory" (b + 13). */
+
+/* A packed bitmap into dstImage's region. Base line 30. */
+OZL_API void OZL_CALL ozlConvertFromDIB(const OzlBitmapInfoHeader *dib, OzlImage *dstImage);
+/* The same with the pixel rows at dibBits. Base line 70. */
+OZL_API void OZL_CALL ozlConvertFromDIBSep(const OzlBitmapInfoHeader *dibHeader,
+                                           const char *dibBits, OzlImage *dstImage);
+/* srcImage's region into the packed bitmap the caller prepared (header,
+   masks, colour table, rows). Base line 110. */
+OZL_API void OZL_CALL ozlConvertToDIB(OzlImage *srcImage, OzlBitmapInfoHeader *dib);
+/* The same with the pixel rows at dibBits. Base line 150. */
+OZL_API void OZL_CALL ozlConvertToDIBSep(OzlImage *srcImage, OzlBitmapInfoHeader *dibHeader,
+                                         char *dibBits);
+/* A new image of a packed bitmap, release with ozlDeallocate(image,
+   OZL_IMAGE_ALL). Rows of 1, 8, 24 and 32 bits (OZL_BI_RGB) are used where
+   they are (1U or 8U "GRAY" for indices, 8U "BGR", 8U "BGRA" with an alpha
+   channel; origin bottom-left for bottom-up bitmaps; *cloneData set to 0);
+   4-bit indices become 8U and 16-bit and mask formats 8U "BGR", in the
+   image's own data (*cloneData set to 1). cloneData may be NULL. Statuses as
+   above from base line 190, and -10 "The bitmap's rows exceed 2 GB" (192);
+   NULL on failure. */
+OZL_API OzlImage *OZL_CALL ozlTranslateDIB(OzlBitmapInfoHeader *dib, int *cloneData);
 
 /* ------------------------------------------------------------------------ */
 /* Threshold and bit reduction                                               */

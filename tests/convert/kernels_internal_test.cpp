@@ -1,7 +1,7 @@
 // The conversion family's run kernels at every vector level against the
 // scalar table, bit for bit: every pair of value types, the linear maps with
 // random ranges, the thresholds and bit reductions with every level, widths
-// 0..100 and long runs, unaligned; and the streamed stores of long runs.
+// 0..100 and long runs, unaligned.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -85,20 +85,6 @@ TEST_P(ConvertKernel, ThresholdsAndReductionsMatchTheScalarForm) {
         EXPECT_TRUE(ozl::test::sameRuns(vec.reduce[idx(e)], ref.reduce[idx(e)], RunShape{1, e, e, true},
                                         reduce, 5u + idx(e)));
     }
-}
-
-// Destinations of 16 MB and more are streamed once aligned.
-TEST_P(ConvertKernel, StreamedRunsGiveTheSameValues) {
-    const size_t n = (size_t{16} << 20) / 4 + 37;
-    std::vector<uint8_t> src(n + 1);
-    std::mt19937 rng(3);
-    for (auto& v : src) v = static_cast<uint8_t>(rng());
-    std::vector<float> a(n + 1), b(n + 1);
-    const auto& vec = kernelTable(GetParam());
-    const auto& ref = kernelTable(Level::Ref);
-    vec.convert[idx(Elem::U8)][idx(Elem::F32)](src.data() + 1, nullptr, a.data() + 1, n, nullptr);
-    ref.convert[idx(Elem::U8)][idx(Elem::F32)](src.data() + 1, nullptr, b.data() + 1, n, nullptr);
-    EXPECT_TRUE(a == b);
 }
 
 // Hand-computed values, so that the scalar form itself is checked.

@@ -41,8 +41,8 @@ TEST(Threshold, EveryDepthAroundTheThresholdAndBeyondTheRange) {
                 TestImage s(l.depth, 70, 3), d(to, 75, 3);
                 s.fillRandom(7);
                 // Row 0: the threshold and its neighbours, and the limits.
-                const double near[] = {t - 1, t, t + 1, l.lo, l.hi};
-                for (int x = 0; x < 70; ++x) s.put(x, 0, 0, std::clamp(near[x % 5], l.lo, l.hi));
+                const double around[] = {t - 1, t, t + 1, l.lo, l.hi};
+                for (int x = 0; x < 70; ++x) s.put(x, 0, 0, std::clamp(around[x % 5], l.lo, l.hi));
                 d.fillRandom(8);
                 d.setRoi(0, 5, 0, 70, 3);  // a 1-bit destination starts at bit 5
                 const TestImage before = d.clone();
