@@ -144,13 +144,13 @@ TEST(Convert, TiledImagesGiveTheUntiledResult) {
     EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
-// The rounded full-range map, computed exactly in 128 bits.
+// The rounded full-range map, exactly: quotient and remainder of the 64-bit
+// product (spans below 2^32), up when the remainder passes half the divisor.
 double scaled(double v, unsigned from, unsigned to) {
     const Range a = rangeOf(from), b = rangeOf(to);
-    const unsigned __int128 offset = static_cast<unsigned __int128>(v - a.lo);
-    const unsigned __int128 num = 2 * offset * static_cast<unsigned __int128>(b.hi - b.lo);
-    const unsigned __int128 den = 2 * static_cast<unsigned __int128>(a.hi - a.lo);
-    return b.lo + static_cast<double>((num + den / 2) / den);
+    const uint64_t p = static_cast<uint64_t>(v - a.lo) * static_cast<uint64_t>(b.hi - b.lo);
+    const uint64_t den = static_cast<uint64_t>(a.hi - a.lo);
+    return b.lo + static_cast<double>(p / den + (2 * (p % den) > den ? 1 : 0));
 }
 
 TEST(Scale, EveryIntegerPairFullRange) {
