@@ -33,6 +33,7 @@ Rect regionRect(const OzlImage* image);
 
 // First byte of the region for 0-based channel `channel`, the clipped region
 // size (never negative), and for depth 1 the bit offset of the first pixel.
+// The address is NULL for a tiled image and for an empty region.
 struct RegionStart {
     char* data = nullptr;
     int width = 0;
