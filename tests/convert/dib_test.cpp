@@ -40,7 +40,7 @@ public:
         h.biBitCount = static_cast<uint16_t>(bits);
         h.biCompression = compression;
         h.biClrUsed = static_cast<uint32_t>(colours);
-        std::memcpy(base() + 40, masks.data(), 4 * masks.size());
+        if (!masks.empty()) std::memcpy(base() + 40, masks.data(), 4 * masks.size());
         table_ = tableSize;
     }
     OzlBitmapInfoHeader* header() { return reinterpret_cast<OzlBitmapInfoHeader*>(storage_.data()); }

@@ -97,7 +97,7 @@ struct Bitmap {
         const bool indexed = bits > 0 && bits <= 8;
         uint32_t used = 0;
         if (indexed && r.percent(50)) used = static_cast<uint32_t>(r.between(1, (1 << bits) + 1));
-        const size_t masks = compression == OZL_BI_BITFIELDS && size == 40 ? 3 : 0;
+        const size_t masks = compression == OZL_BI_BITFIELDS && size <= 40 ? 3 : 0;
         const size_t table = indexed ? (used ? used : 1u << bits) : 0;
         const size_t stride =
             (static_cast<size_t>(std::max(width, 0)) * static_cast<size_t>(bits) + 31) / 32 * 4;
@@ -170,7 +170,10 @@ const ozl::fuzz::Registrar calls("convert", {
     {"ozlScale", pair<ozlScale>},
     {"ozlScaleFP", [](Case& c) {
          const auto [s, d] = c.picks<2>();
-         const float lo = c.anyFloat(), hi = c.anyFloat();
+         // Mostly an ordinary range, so that the mapping itself runs.
+         const bool plain = c.rng().percent(70);
+         const float lo = plain ? -1.0f : c.anyFloat();
+         const float hi = plain ? static_cast<float>(c.rng().between(0, 300)) : c.anyFloat();
          ozlScaleFP(s, d, lo, hi);
      }},
     {"ozlBitonalToGray", [](Case& c) {
