@@ -352,6 +352,13 @@ bool rowsJoin(const MapOperands& o, Size size) {
     return joins(o.dst);
 }
 
+// A pixel kernel that asks for the alpha channel sees it as the last
+// processed channel of every image that has one and selects no channel.
+RowView withAlphaOf(const MapKernel& k, const OzlImage* image, RowView r) {
+    if (k.withAlpha && image->alphaChannel > 0 && !image::hasCoi(image)) r.channels = image->nChannels;
+    return r;
+}
+
 bool pixelRows(const MapOperands& o, const View& vm, const MapKernel& k, Size size) {
     const bool dstBits = isBits(o.dst);
     const size_t dSize = valueBytes(o.dst);
@@ -359,8 +366,8 @@ bool pixelRows(const MapOperands& o, const View& vm, const MapKernel& k, Size si
     // read the other fields, which are best left as they were written).
     RowView src[kMaxSources];
     for (int i = 0; i < kMaxSources; ++i)
-        if (o.src[i]) src[i] = rowOf(o.src[i], 0);
-    RowView d = rowOf(o.dst, 0);
+        if (o.src[i]) src[i] = withAlphaOf(k, o.src[i], rowOf(o.src[i], 0));
+    RowView d = withAlphaOf(k, o.dst, rowOf(o.dst, 0));
     const size_t width = static_cast<size_t>(size.width);
     if (k.pixelRows && !vm.data && (!dstBits || (d.bit == 0 && width % 8 == 0))) {
         ptrdiff_t steps[kMaxSources + 1] = {};

@@ -72,7 +72,9 @@ struct MapKernel {
     // size, without alpha and mask).
     bool wholeBuffer = false;
     // Value kernels: the alpha channel is processed too (fills write every
-    // channel when there is no channel of interest).
+    // channel when there is no channel of interest). Pixel kernels: the rows
+    // of images with an alpha channel and no channel of interest count it as
+    // their last channel (a masked destination has it blended too).
     bool withAlpha = false;
     // The kernel copies the first source (d = a): masked rows are blended
     // straight from the source instead of being computed first.

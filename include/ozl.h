@@ -11,6 +11,21 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* The device-independent bitmap record is the system's own on Windows. Its
+   headers are taken without their min and max macros unless the caller has
+   asked for them already. */
+#if defined(_WIN32)
+#  if !defined(NOMINMAX)
+#    define NOMINMAX
+#    define OZL_DEFINED_NOMINMAX
+#  endif
+#  include <windows.h>
+#  if defined(OZL_DEFINED_NOMINMAX)
+#    undef NOMINMAX
+#    undef OZL_DEFINED_NOMINMAX
+#  endif
+#endif
+
 #if defined(_WIN32)
 #  define OZL_CALL __cdecl
 #  if defined(OZL_BUILD_DLL)
@@ -181,6 +196,46 @@ typedef struct OzlImage {
     int32_t borderConst[4];
     char *imageDataOrigin;
 } OzlImage;
+
+/* ------------------------------------------------------------------------ */
+/* Device-independent bitmaps                                                */
+/* ------------------------------------------------------------------------ */
+
+/* The bitmap information header, followed in memory by the three colour masks
+   of OZL_BI_BITFIELDS bitmaps (when biSize is 40), then the colour table of
+   biClrUsed entries (2^biBitCount when 0 and biBitCount <= 8), and, in a packed
+   bitmap, the pixel rows: bottom row first when biHeight > 0, top row first
+   when it is negative, each padded to a multiple of 4 bytes. On Windows the
+   system's BITMAPINFOHEADER and RGBQUAD; elsewhere records of the same
+   layout. */
+#if defined(_WIN32)
+typedef BITMAPINFOHEADER OzlBitmapInfoHeader;
+typedef RGBQUAD OzlRgbQuad;
+#else
+typedef struct OzlBitmapInfoHeader {
+    uint32_t biSize;          /* bytes of this header: 40, or more for later forms */
+    int32_t biWidth;
+    int32_t biHeight;         /* > 0 bottom-up, < 0 top-down */
+    uint16_t biPlanes;        /* 1 */
+    uint16_t biBitCount;      /* 1, 4, 8 (colour table), 16, 24, 32 (direct colour) */
+    uint32_t biCompression;   /* OZL_BI_RGB, or OZL_BI_BITFIELDS for 16 and 32 bits */
+    uint32_t biSizeImage;
+    int32_t biXPelsPerMeter;
+    int32_t biYPelsPerMeter;
+    uint32_t biClrUsed;
+    uint32_t biClrImportant;
+} OzlBitmapInfoHeader;
+
+typedef struct OzlRgbQuad {
+    uint8_t rgbBlue;
+    uint8_t rgbGreen;
+    uint8_t rgbRed;
+    uint8_t rgbReserved;
+} OzlRgbQuad;
+#endif
+
+#define OZL_BI_RGB        0 /* palette indices, or 5-5-5 (16 bits), B G R (24), B G R A (32) */
+#define OZL_BI_BITFIELDS  3 /* 16 or 32 bits whose red, green, blue masks follow the header */
 
 /* ------------------------------------------------------------------------ */
 /* Records of the filter, colour and statistics families                     */
@@ -418,6 +473,69 @@ OZL_API OzlStatus OZL_CALL ozlEqualSFPEps(OzlImage *img, float value, OzlImage *
 OZL_API OzlStatus OZL_CALL ozlMinMaxFP(OzlImage *srcImage, float *min, float *max);
 
 /* ------------------------------------------------------------------------ */
+/* Alpha compositing                                                         */
+/* ------------------------------------------------------------------------ */
+
+/* Porter-Duff operators of ozlAlphaComposite and ozlAlphaCompositeC: the
+   result is A * FA + B * FB, colours and alpha alike, with the fractions
+   FA, FB below (aA, aB the alphas, M the depth's maximum). */
+#define OZL_COMPOSITE_CLEAR      0  /* FA 0,       FB 0       */
+#define OZL_COMPOSITE_A          1  /* FA M,       FB 0       */
+#define OZL_COMPOSITE_B          2  /* FA 0,       FB M       */
+#define OZL_COMPOSITE_A_OVER_B   3  /* FA M,       FB M - aA  */
+#define OZL_COMPOSITE_B_OVER_A   4  /* FA M - aB,  FB M       */
+#define OZL_COMPOSITE_A_IN_B     5  /* FA aB,      FB 0       */
+#define OZL_COMPOSITE_B_IN_A     6  /* FA 0,       FB aA      */
+#define OZL_COMPOSITE_A_OUT_B    7  /* FA M - aB,  FB 0       */
+#define OZL_COMPOSITE_B_OUT_A    8  /* FA 0,       FB M - aA  */
+#define OZL_COMPOSITE_A_ATOP_B   9  /* FA aB,      FB M - aA  */
+#define OZL_COMPOSITE_B_ATOP_A  10  /* FA M - aB,  FB aA      */
+#define OZL_COMPOSITE_XOR       11  /* FA M - aB,  FB M - aA  */
+
+/* Combines srcImageA and srcImageB into dstImage by the operator
+   compositeType. 8U and 16U (M = 255, 65535), one depth throughout. A
+   source's alpha comes from its alpha image when given (one channel to
+   process), else from its own alpha channel, else it is opaque (M). Every
+   product x * y / M is the whole quotient floor(x * y / M), computed as
+   (p + (p >> b) + 1) >> b with p = x * y and b = 8 or 16, and sums saturate
+   at M:
+     alpha  = min(M, aA * FA / M + aB * FB / M);
+     colour = min(M, cA * FA / M + cB * FB / M)          when premulAlpha != 0
+              (colours premultiplied by their alpha, in and out);
+     colour = (cA*aA*FA + cB*aB*FB + w/2) / w, w = aA*FA + aB*FB, 0 when w is 0,
+              when premulAlpha == 0 (straight colours, in and out).
+   The result alpha goes to the destination's alpha channel (when it has one
+   and no channel of interest) or to alphaImageDst (only for a destination
+   without alpha). The masks of dstImage, srcImageA and srcImageB apply,
+   ANDed. Statuses (module ozlalpha, lines from 400): -5 for a NULL image
+   ("dstImage==0", ...) (410), a header's own with "Incorrect Image" (411), an
+   alpha channel that is not the last (412), a lone alpha channel without a ROI
+   selecting it (420, 421), a depth other than 8U/16U (430) or unlike the
+   destination's (431..435), channel counts (440), compositeType (445),
+   alphaImageDst beside a destination alpha channel (446); masks (450..453);
+   -2 "ERROR in Tiling callBack" (460), -4 "No working memory" (461). */
+OZL_API void OZL_CALL ozlAlphaComposite(OzlImage *srcImageA, OzlImage *srcImageB,
+                                        OzlImage *dstImage, int compositeType,
+                                        OzlImage *alphaImageA, OzlImage *alphaImageB,
+                                        OzlImage *alphaImageDst, int premulAlpha);
+
+/* ozlAlphaComposite with constant alphas alphaA and alphaB (clamped to 0..M)
+   in place of the images' own; the destination's alpha channel, if any,
+   takes the result alpha. Lines from 600, as above. */
+OZL_API void OZL_CALL ozlAlphaCompositeC(OzlImage *srcImageA, OzlImage *srcImageB,
+                                         OzlImage *dstImage, int compositeType, int alphaA,
+                                         int alphaB, int premulAlpha);
+
+/* Multiplies the colours of srcImage by its alpha, floor(c * a / M) as in
+   ozlAlphaComposite; the alpha comes from alphaImage when given, else from
+   srcImage's alpha channel (-5 "srcImage->alphaChannel == 0 && alphaImage
+   == 0" (845) with neither), and is copied to the destination's alpha channel
+   when it has one. 8U and 16U; masks of dstImage and srcImage. Lines from
+   800, as above. */
+OZL_API void OZL_CALL ozlPreMultiplyAlpha(OzlImage *srcImage, OzlImage *dstImage,
+                                          OzlImage *alphaImage);
+
+/* ------------------------------------------------------------------------ */
 /* Fill                                                                      */
 /* ------------------------------------------------------------------------ */
 
@@ -431,6 +549,160 @@ OZL_API void OZL_CALL ozlSetFP(OzlImage *image, float fillValue);
 /* Copies the common region of two images of one depth, bit for bit, with
    regions, channels of interest, masks and tiles. */
 OZL_API void OZL_CALL ozlCopy(OzlImage *srcImage, OzlImage *dstImage);
+
+/* ------------------------------------------------------------------------ */
+/* Pixel access                                                              */
+/* ------------------------------------------------------------------------ */
+
+/* One pixel at column x, row y of the image (rows in memory order; the ROI's
+   offsets and the mask do not apply), between the image and `pixel`: the
+   values of every channel, alpha included, one after another in the image's
+   own type (one byte per value for 1U, 0 or 1; a put takes bit 0), or only
+   the channel of interest's value when the ROI selects one. A tiled image's
+   tile is fetched for reading (get) or writing (put) and released. Any depth,
+   either data order. Statuses (module ozlpixel; lines from 20 for
+   ozlGetPixel, 60 for ozlPutPixel): a header's own with "Incorrect Image"
+   (+0), -5 "pixel==0" (+1), -11 "x < 0 || x >= image->width" (+2) or
+   "y < 0 || y >= image->height" (+3), -2 "Error get tile to read" / "...
+   to write" (+5). */
+OZL_API void OZL_CALL ozlGetPixel(const OzlImage *image, int x, int y, void *pixel);
+OZL_API void OZL_CALL ozlPutPixel(OzlImage *image, int x, int y, const void *pixel);
+
+/* ------------------------------------------------------------------------ */
+/* Exchange and depth conversion                                             */
+/* ------------------------------------------------------------------------ */
+
+/* Swaps the common regions of two images of one depth, value for value, with
+   ozlCopy's checks (all three agreements reported, then the channel count),
+   regions, channels of interest, masks (one, shared, or two ANDed) and tiles
+   (every tile either image touches is fetched for writing). Any depth.
+   Statuses: a header's own (module ozlsce, lines 561, 562), -5 for a
+   disagreement (563) or channel counts (566), -2 "Error get tile to write"
+   (643), -4 (590). */
+OZL_API void OZL_CALL ozlExchange(OzlImage *imageA, OzlImage *imageB);
+
+/* The common part of the conversions below: the images' origins and processed
+   channel counts must agree (data orders may differ: pixel order converts to
+   plane order and back); masks as in ozlCopy; tiles fetched through their
+   callbacks. Statuses (module ozlcvt, lines from each function's base b):
+   a header's own with "Incorrect Image" (b, b + 1), depths -17 (b + 2),
+   arguments -5 (b + 5), "srcImage->origin != dstImage->origin" -5 (b + 3),
+   processed channels -5 (b + 4), "Error get tile to read" / "... to write"
+   -2 (b + 11, b + 12), -4 "Not enough memory" (b + 13). */
+
+/* Converts between any two depths (1U, 8U, 8S, 16U, 16S, 32S, 32F), value for
+   value: integers saturate to the destination's range, floats are rounded to
+   the nearest integer (ties to even) and saturated, NaN becomes 0, integers
+   become the nearest float. 1U reads as 0 and 1 and takes 1 for every value
+   that converts to 1 or more. Equal depths copy. Base line 40. */
+OZL_API void OZL_CALL ozlConvert(OzlImage *srcImage, OzlImage *dstImage);
+
+/* Maps the full range of one integer depth onto that of another, linearly and
+   rounded to nearest (8U 0..255 onto 16S -32768..32767, 16U onto 8U ...);
+   8U, 8S, 16U, 16S, 32S. 32F gives -17 "You should use ozlScaleFP for float
+   images", 1U -17. Base line 100. */
+OZL_API void OZL_CALL ozlScale(OzlImage *srcImage, OzlImage *dstImage);
+
+/* Maps between an integer depth's full range and the float range
+   minVal..maxVal, either way: one image 32F, the other 8U, 8S, 16U, 16S or
+   32S. In single precision, r = (x - from) / fromSpan * toSpan + to, so both
+   ends of a range map exactly; integer results are rounded to nearest (ties
+   to even) and saturated. -5 "!(minVal < maxVal)" or "maxVal - minVal is not
+   finite" (b + 5); -17 for two integer depths, two float images or 1U.
+   Base line 160. */
+OZL_API void OZL_CALL ozlScaleFP(OzlImage *srcImage, OzlImage *dstImage, float minVal,
+                                 float maxVal);
+
+/* A 1U image onto a grey image of any other depth: 0 bits become zeroScaled,
+   1 bits oneScaled, each clamped to the destination's range. -17 for a source
+   that is not 1U or a 1U destination. Base line 220. */
+OZL_API void OZL_CALL ozlBitonalToGray(OzlImage *srcImage, OzlImage *dstImage, int zeroScaled,
+                                       int oneScaled);
+
+/* ------------------------------------------------------------------------ */
+/* Device-independent bitmaps                                                */
+/* ------------------------------------------------------------------------ */
+
+/* Conversions between bitmaps (OzlBitmapInfoHeader above) and 8U images (1U
+   for 1-bit bitmaps). An image whose region has one processed channel meets
+   the bitmap's palette indices (1, 4, 8 bits: indices read as they are and
+   written saturated to the index width; 1U images as 0 and 1); one with three
+   meets colours, in the order its channel sequence names them ("RGB..." red
+   first, any other blue first), its alpha channel (when it has one and no
+   channel of interest) meeting the fourth byte of 32-bit OZL_BI_RGB pixels
+   (255 when read from other bitmaps, 0 written when the image has no alpha).
+   Colours are read through the palette (entries past the table are black),
+   or widened from 16-bit and mask fields (x * 255 / (2^n - 1), rounded), and
+   written as the palette's nearest entry (squared distance, lowest index on
+   a tie), or narrowed back to the fields (rounded). The common size is the
+   image region's and the bitmap's; rows are matched from the region's first
+   row in memory and the bitmap's top row (images with origin top-left) or
+   bottom row (bottom-left), so the picture stays upright. Images take their
+   region, channel of interest, mask (the bitmap keeps its pixels where a
+   source's mask is 0) and tiles. Statuses (module ozldib, lines from each
+   function's base b): -5 "dib==0" (b), "dib->biSize < 40" (b + 1), -10
+   "dib->biWidth < 1 || dib->biHeight == 0" (b + 2), -5 "dib->biPlanes != 1"
+   (b + 3), "Unsupported dib->biBitCount" (b + 4), "Unsupported
+   dib->biCompression" (b + 5; compressed bitmaps are not read), "dib->biClrUsed
+   > 1 << dib->biBitCount" (b + 6), "Bad dib colour masks" (b + 7, a mask
+   empty or with holes), -17 "image->depth != 8 && image->depth != 1" or -5
+   for a 1U image and a direct-colour bitmap (b + 8), -5 for processed
+   channels other than 1 and 3 or a direct-colour bitmap into one channel
+   (b + 9), a header's own with "Incorrect Image" or -5 "dibBits==0" (b + 10),
+   -2 "Error get tile to read" / "... to write" (b + 11, b + 12), -4 "Not
+   enough memory" (b + 13). */
+
+/* A packed bitmap into dstImage's region. Base line 30. */
+OZL_API void OZL_CALL ozlConvertFromDIB(const OzlBitmapInfoHeader *dib, OzlImage *dstImage);
+/* The same with the pixel rows at dibBits. Base line 70. */
+OZL_API void OZL_CALL ozlConvertFromDIBSep(const OzlBitmapInfoHeader *dibHeader,
+                                           const char *dibBits, OzlImage *dstImage);
+/* srcImage's region into the packed bitmap the caller prepared (header,
+   masks, colour table, rows). Base line 110. */
+OZL_API void OZL_CALL ozlConvertToDIB(OzlImage *srcImage, OzlBitmapInfoHeader *dib);
+/* The same with the pixel rows at dibBits. Base line 150. */
+OZL_API void OZL_CALL ozlConvertToDIBSep(OzlImage *srcImage, OzlBitmapInfoHeader *dibHeader,
+                                         char *dibBits);
+/* A new image of a packed bitmap, release with ozlDeallocate(image,
+   OZL_IMAGE_ALL). Rows of 1, 8, 24 and 32 bits (OZL_BI_RGB) are used where
+   they are (1U or 8U "GRAY" for indices, 8U "BGR", 8U "BGRA" with an alpha
+   channel; origin bottom-left for bottom-up bitmaps; *cloneData set to 0);
+   4-bit indices become 8U and 16-bit and mask formats 8U "BGR", in the
+   image's own data (*cloneData set to 1). cloneData may be NULL. Statuses as
+   above from base line 190, and -10 "The bitmap's rows exceed 2 GB" (192);
+   NULL on failure. */
+OZL_API OzlImage *OZL_CALL ozlTranslateDIB(OzlBitmapInfoHeader *dib, int *cloneData);
+
+/* ------------------------------------------------------------------------ */
+/* Threshold and bit reduction                                               */
+/* ------------------------------------------------------------------------ */
+
+/* Values at or above threshold become the destination's maximum (255, 127,
+   65535, 32767 or 2147483647; 1 in a 1U destination), the others 0. Sources
+   8U, 8S, 16U, 16S, 32S; the destination of the same depth or 1U. A
+   threshold at or below the depth's minimum selects every value, one above
+   its maximum none. Statuses as the conversions' (module ozlthresh, base line
+   30): -17 "srcImage->depth == 1 || srcImage->depth == 32" or "dstImage->depth
+   != srcImage->depth && dstImage->depth != 1" (32). */
+OZL_API void OZL_CALL ozlThreshold(OzlImage *srcImage, OzlImage *dstImage, int threshold);
+
+/* Dithering of ozlReduceBits. */
+#define OZL_DITHER_NONE             0 /* the low bits dropped */
+#define OZL_DITHER_ORDERED          1 /* 8x8 ordered matrix, anchored at the region's corner */
+#define OZL_DITHER_ERROR_DIFFUSION  2 /* Floyd-Steinberg, rows left to right */
+
+/* Keeps the top nBits (1 to the depth's bits) of every 8U or 16U value, so
+   that the results are the levels k * q, q = 2^(bits - nBits). Ordered
+   dithering adds (2m + 1) * q / 128 for the pixel's rank m in the matrix
+   before dropping the low bits (a flat area keeps its mean to within q / 128);
+   error diffusion takes each value plus the error carried to it to the nearest
+   level and passes the error on (7/16 right; 3/16, 5/16, 1/16 below), within
+   the region. Same depth both sides. Statuses as the conversions' (module
+   ozlreduce, base line 60): -17 "srcImage->depth != 8 && srcImage->depth !=
+   16" or "srcImage->depth != dstImage->depth" (62); -5 "nBits < 1 || nBits >
+   srcImage->depth" or "Unknown dither type" (65). */
+OZL_API void OZL_CALL ozlReduceBits(OzlImage *srcImage, OzlImage *dstImage, int nBits,
+                                    int ditherType);
 
 /* ------------------------------------------------------------------------ */
 /* Geometric transforms: resampling, mirroring, warps, remapping             */

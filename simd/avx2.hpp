@@ -77,6 +77,10 @@ struct Avx2 {
     static V packS16(V a, V b) { return _mm256_packs_epi16(a, b); }
     static V packS32(V a, V b) { return _mm256_packs_epi32(a, b); }
 
+    // Lane 3 of every group of four 16-bit lanes copied to all four (the
+    // alpha of four-channel pixels of 16-bit values).
+    static V spreadLane3x16(V a) { return _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(a, 0xFF), 0xFF); }
+
     template <int s> static V slli16(V a) { return _mm256_slli_epi16(a, s); }
     template <int s> static V srli16(V a) { return _mm256_srli_epi16(a, s); }
     template <int s> static V srai16(V a) { return _mm256_srai_epi16(a, s); }
@@ -234,6 +238,42 @@ struct Avx2 {
         store(p, _mm256_blend_ps(_mm256_blend_ps(u0, u1, 0x92), u2, 0x24));
         store(p + 8, _mm256_blend_ps(_mm256_blend_ps(u0, u1, 0x24), u2, 0x49));
         store(p + 16, _mm256_blend_ps(_mm256_blend_ps(u0, u1, 0x49), u2, 0x92));
+    }
+
+    // All ones where a is not NaN.
+    static VF orderedF(VF a) { return _mm256_cmp_ps(a, a, _CMP_ORD_Q); }
+    // All ones where a >= b, as an integer mask.
+    static V geF(VF a, VF b) { return _mm256_castps_si256(_mm256_cmp_ps(a, b, _CMP_GE_OQ)); }
+
+    // kBytes / 4 values widened to 32-bit lanes.
+    static V loadI32FromU8(const void* p) {
+        return _mm256_cvtepu8_epi32(_mm_loadl_epi64(static_cast<const __m128i*>(p)));
+    }
+    static V loadI32FromS8(const void* p) {
+        return _mm256_cvtepi8_epi32(_mm_loadl_epi64(static_cast<const __m128i*>(p)));
+    }
+    static V loadI32FromU16(const void* p) {
+        return _mm256_cvtepu16_epi32(_mm_loadu_si128(static_cast<const __m128i*>(p)));
+    }
+    static V loadI32FromS16(const void* p) {
+        return _mm256_cvtepi16_epi32(_mm_loadu_si128(static_cast<const __m128i*>(p)));
+    }
+    // 32-bit lanes narrowed with saturation, in element order: the packs work
+    // within 128-bit lanes, so the 32-bit groups (bytes) or 64-bit halves
+    // (16-bit values) are put back in order afterwards.
+    static V packI32ToU8(V a, V b, V c, V d) {
+        const V r = _mm256_packus_epi16(_mm256_packs_epi32(a, b), _mm256_packs_epi32(c, d));
+        return _mm256_permutevar8x32_epi32(r, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    }
+    static V packI32ToS8(V a, V b, V c, V d) {
+        const V r = _mm256_packs_epi16(_mm256_packs_epi32(a, b), _mm256_packs_epi32(c, d));
+        return _mm256_permutevar8x32_epi32(r, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    }
+    static V packI32ToS16(V a, V b) {
+        return _mm256_permute4x64_epi64(_mm256_packs_epi32(a, b), _MM_SHUFFLE(3, 1, 2, 0));
+    }
+    static V packI32ToU16(V a, V b) {
+        return _mm256_permute4x64_epi64(_mm256_packus_epi32(a, b), _MM_SHUFFLE(3, 1, 2, 0));
     }
 
     // 32S product through double precision, clamped, truncated: the same

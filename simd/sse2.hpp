@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace ozl::simd {
 namespace {
@@ -76,6 +77,10 @@ struct Sse2 {
     static V packUS16(V a, V b) { return _mm_packus_epi16(a, b); }
     static V packS16(V a, V b) { return _mm_packs_epi16(a, b); }
     static V packS32(V a, V b) { return _mm_packs_epi32(a, b); }
+
+    // Lane 3 of every group of four 16-bit lanes copied to all four (the
+    // alpha of four-channel pixels of 16-bit values).
+    static V spreadLane3x16(V a) { return _mm_shufflehi_epi16(_mm_shufflelo_epi16(a, 0xFF), 0xFF); }
 
     template <int s> static V slli16(V a) { return _mm_slli_epi16(a, s); }
     template <int s> static V srli16(V a) { return _mm_srli_epi16(a, s); }
@@ -200,6 +205,52 @@ struct Sse2 {
         store(t[0], c0), store(t[1], c1), store(t[2], c2);
         for (int i = 0; i < 4; ++i)
             for (int c = 0; c < 3; ++c) p[3 * i + c] = t[c][i];
+    }
+
+    // All ones where a is not NaN.
+    static VF orderedF(VF a) { return _mm_cmpord_ps(a, a); }
+    // All ones where a >= b, as an integer mask.
+    static V geF(VF a, VF b) { return _mm_castps_si128(_mm_cmpge_ps(a, b)); }
+
+    // kBytes / 4 values widened to 32-bit lanes.
+    static V loadI32FromU8(const void* p) {
+        int32_t v;
+        std::memcpy(&v, p, sizeof v);
+        const V z = zero();
+        return _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(v), z), z);
+    }
+    static V loadI32FromS8(const void* p) {
+        int32_t v;
+        std::memcpy(&v, p, sizeof v);
+        const V x = _mm_cvtsi32_si128(v);
+        const V w = _mm_unpacklo_epi8(x, x);
+        return _mm_srai_epi32(_mm_unpacklo_epi16(w, w), 24);
+    }
+    static V loadI32FromU16(const void* p) {
+        return _mm_unpacklo_epi16(_mm_loadl_epi64(static_cast<const __m128i*>(p)), zero());
+    }
+    static V loadI32FromS16(const void* p) {
+        const V x = _mm_loadl_epi64(static_cast<const __m128i*>(p));
+        return _mm_srai_epi32(_mm_unpacklo_epi16(x, x), 16);
+    }
+    // 32-bit lanes narrowed with saturation, in element order: four vectors
+    // to bytes, two to 16-bit values.
+    static V packI32ToU8(V a, V b, V c, V d) {
+        return _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+    }
+    static V packI32ToS8(V a, V b, V c, V d) {
+        return _mm_packs_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+    }
+    static V packI32ToS16(V a, V b) { return _mm_packs_epi32(a, b); }
+    // No unsigned 32-to-16 pack here: negative lanes cleared (so that the
+    // shift cannot wrap), the range shifted down by 32768, packed signed, and
+    // the 16-bit results shifted back up.
+    static V packI32ToU16(V a, V b) {
+        const V bias = _mm_set1_epi32(32768);
+        a = _mm_andnot_si128(_mm_srai_epi32(a, 31), a);
+        b = _mm_andnot_si128(_mm_srai_epi32(b, 31), b);
+        return _mm_xor_si128(_mm_packs_epi32(_mm_sub_epi32(a, bias), _mm_sub_epi32(b, bias)),
+                             _mm_set1_epi16(-32768));
     }
 
     // 32S product through double precision, clamped, truncated: the same
