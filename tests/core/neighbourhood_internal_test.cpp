@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "core/neighbourhood.hpp"
-#include "support/border_model.hpp"
+#include "support/neighbourhood_check.hpp"
 #include "support/test_image.hpp"
 
 namespace {
@@ -52,38 +52,19 @@ struct Picker {
     }
 };
 
-struct Origin {
-    int x = 0, y = 0;
-};
-Origin originOf(const OzlImage* im) { return im->roi ? Origin{im->roi->xOffset, im->roi->yOffset} : Origin{}; }
-
-int coiOf(const OzlImage* im) { return im->roi ? im->roi->coi : 0; }
-
-// dst after the run: inside the width x height region (where the mask's bit
-// is set) each processed value is the source's value dx, dy away, read
-// through the borders; everything else is as before.
+// Expects the source's value dx, dy away from each processed pixel.
 void expectPicked(const OzlImage* srcModes, const OzlImage* srcPixels, const OzlImage* dst,
                   const TestImage& before, int width, int height, int dx, int dy,
                   const OzlImage* mask = nullptr) {
-    const Origin so = originOf(srcModes), d = originOf(dst), mo = mask ? originOf(mask) : Origin{};
-    const int nCh = dst->nChannels - (dst->alphaChannel ? 1 : 0);
-    int bad = 0;
-    for (int y = 0; y < dst->height; ++y)
-        for (int x = 0; x < dst->width; ++x)
-            for (int c = 0; c < dst->nChannels; ++c) {
-                const int rx = x - d.x, ry = y - d.y;
-                const bool processed = coiOf(dst) ? c == coiOf(dst) - 1 : c < nCh;
-                bool inside = rx >= 0 && ry >= 0 && rx < width && ry < height && processed;
-                if (inside && mask) inside = ozl::test::valueOf(mask, mo.x + rx, mo.y + ry, 0) != 0;
-                const int sc = coiOf(dst) ? coiOf(srcModes) - 1 : c;
-                const double want = inside ? borderedValue(srcModes, so.x + rx + dx, so.y + ry + dy, sc,
-                                                           srcPixels, false)
-                                           : before.at(x, y, c);
-                const double got = ozl::test::valueOf(dst, x, y, c);
-                if (got != want && !(want != want && got != got) && ++bad <= 5)
-                    ADD_FAILURE() << "at " << x << "," << y << " channel " << c << ": " << got
-                                  << " expected " << want;
-            }
+    const int sx = srcModes->roi ? srcModes->roi->xOffset : 0;
+    const int sy = srcModes->roi ? srcModes->roi->yOffset : 0;
+    ozl::test::expectFiltered(
+        before, dst, width, height,
+        [&](int x, int y, int c) {
+            return borderedValue(srcModes, sx + x + dx, sy + y + dy,
+                                 ozl::test::sourceChannel(srcModes, dst, c), srcPixels, false);
+        },
+        mask);
 }
 
 void setModes(OzlImage* im, std::mt19937& rng) {

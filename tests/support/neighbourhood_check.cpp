@@ -1,8 +1,8 @@
-#include "support/border_model.hpp"
+#include "support/neighbourhood_check.hpp"
+
+#include <gtest/gtest.h>
 
 #include <cstdint>
-
-#include "support/test_image.hpp"
 
 namespace ozl::test {
 
@@ -58,6 +58,35 @@ double borderedValue(const OzlImage* image, long long u, long long v, int channe
     // Above and below, the side's rule maps the column too.
     return valueOf(pixels, static_cast<int>(mappedIndex(u, w, mode)),
                    static_cast<int>(mappedIndex(v, h, mode)), channel);
+}
+
+int sourceChannel(const OzlImage* src, const OzlImage* dst, int c) {
+    return dst->roi && dst->roi->coi ? src->roi->coi - 1 : c;
+}
+
+void expectFiltered(const TestImage& before, const OzlImage* dst, int width, int height,
+                    const ExpectedFn& expected, const OzlImage* mask) {
+    const int dx = dst->roi ? dst->roi->xOffset : 0, dy = dst->roi ? dst->roi->yOffset : 0;
+    const int mx = mask && mask->roi ? mask->roi->xOffset : 0;
+    const int my = mask && mask->roi ? mask->roi->yOffset : 0;
+    const int coi = dst->roi ? dst->roi->coi : 0;
+    const int nCh = dst->nChannels - (dst->alphaChannel ? 1 : 0);
+    int bad = 0;
+    for (int y = 0; y < dst->height; ++y)
+        for (int x = 0; x < dst->width; ++x)
+            for (int c = 0; c < dst->nChannels; ++c) {
+                const int rx = x - dx, ry = y - dy;
+                bool inside = rx >= 0 && ry >= 0 && rx < width && ry < height &&
+                              (coi ? c == coi - 1 : c < nCh);
+                if (inside && mask) inside = valueOf(mask, mx + rx, my + ry, 0) != 0;
+                const double want = inside ? expected(rx, ry, c) : before.at(x, y, c);
+                const double got = valueOf(dst, x, y, c);
+                const bool same = got == want || (got != got && want != want);
+                if (!same && ++bad <= 5)
+                    ADD_FAILURE() << "at " << x << "," << y << " channel " << c
+                                  << (inside ? " (processed)" : " (untouched)") << ": " << got
+                                  << " expected " << want;
+            }
 }
 
 }  // namespace ozl::test
