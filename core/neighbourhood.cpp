@@ -214,6 +214,8 @@ NbResult runFetched(const Run& run, const OzlImage* src, int x, int y, int width
     return NbResult::Done;
 }
 
+constexpr int kMinStrip = 16;
+
 // Untiled images that share no pixels: the interior in place, the four
 // strips around it from bordered copies.
 NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand* mask, int width,
@@ -223,8 +225,13 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     auto clampTo = [](int64_t v, int lo, int hi) {
         return static_cast<int>(std::min<int64_t>(hi, std::max<int64_t>(lo, v)));
     };
-    const int x0 = clampTo(static_cast<int64_t>(m.left) - region.x, 0, width);
-    const int x1 = clampTo(static_cast<int64_t>(src->width) - m.right - region.x, x0, width);
+    int x0 = clampTo(static_cast<int64_t>(m.left) - region.x, 0, width);
+    int x1 = clampTo(static_cast<int64_t>(src->width) - m.right - region.x, x0, width);
+    // Side strips a few pixels wide would be computed a handful of values at
+    // a time: they take at least kMinStrip pixels, the rest of their width
+    // from the interior.
+    if (x0 > 0) x0 = std::min(x1, std::max(x0, kMinStrip));
+    if (x1 < width) x1 = std::max(x0, std::min(x1, width - kMinStrip));
     const int y0 = clampTo(static_cast<int64_t>(m.top) - region.y, 0, height);
     const int y1 = clampTo(static_cast<int64_t>(src->height) - m.bottom - region.y, y0, height);
     if (x1 > x0 && y1 > y0) {

@@ -181,113 +181,180 @@ void wideVec(const WideKernel& k, const void* const* rows, int32_t* r, size_t n)
 }
 
 // ---------------------------------------------------------------------------
-// 32F, taps in order; four vectors in flight.
+// 32F, taps in order; four vectors in flight. Common tap counts get bodies of
+// their own, with the weights held in registers.
+
+constexpr int kRealGroup = 64;
+
+// Taps [g, g + nt) of the kernel over the row; N is nt when fixed, else 0.
+// The first group starts the sums, the others add to them.
+template <class Vx, int N>
+void realGroup(const RealKernel& k, int g, int nt, const void* const* rows, float* r, size_t n) {
+    using VF = typename Vx::VF;
+    constexpr size_t L = Vx::kBytes / 4;
+    constexpr int kMax = N ? N : kRealGroup;
+    const int count = N ? N : nt;
+    const float* p[kMax];
+    VF c[kMax];
+    for (int t = 0; t < count; ++t) {
+        const TapF& tap = k.taps[g + t];
+        p[t] = rowAt<float>(rows, tap.row, tap.offset);
+        c[t] = Vx::setF(tap.coeff);
+    }
+    auto sums = [&](size_t i, auto lanes) {
+        constexpr int U = decltype(lanes)::value;
+        VF s[U];
+        int t0 = 0;
+        if (g == 0) {
+            for (int u = 0; u < U; ++u) s[u] = Vx::mulF(c[0], Vx::loadF(p[0] + i + u * L));
+            t0 = 1;
+        } else {
+            for (int u = 0; u < U; ++u) s[u] = Vx::loadF(r + i + u * L);
+        }
+        for (int t = t0; t < count; ++t)
+            for (int u = 0; u < U; ++u) s[u] = Vx::addF(s[u], Vx::mulF(c[t], Vx::loadF(p[t] + i + u * L)));
+        for (int u = 0; u < U; ++u) Vx::store(r + i + u * L, s[u]);
+    };
+    size_t i = 0;
+    for (; i + 4 * L <= n; i += 4 * L) sums(i, std::integral_constant<int, 4>{});
+    for (; i + L <= n; i += L) sums(i, std::integral_constant<int, 1>{});
+    if (i == n) return;
+    // One group: the last vector again (its values depend on the sources
+    // only). Otherwise the sums so far are in r: finish value by value.
+    if (g == 0 && nt == k.count) return sums(n - L, std::integral_constant<int, 1>{});
+    for (; i < n; ++i) {
+        float s = g == 0 ? k.taps[g].coeff * p[0][i] : r[i];
+        for (int t = g == 0 ? 1 : 0; t < count; ++t) s = s + k.taps[g + t].coeff * p[t][i];
+        r[i] = s;
+    }
+}
 
 template <class Vx>
 void realVec(const RealKernel& k, const void* const* rows, float* r, size_t n) {
-    using VF = typename Vx::VF;
     constexpr size_t L = Vx::kBytes / 4;
     if constexpr (Vx::kHasNarrower) {
         if (n < L) return realVec<typename Vx::Narrower>(k, rows, r, n);
     }
     if (n < L) return realRef(k, rows, r, 0, n);
-
-    constexpr int kGroup = 64;
-    for (int g = 0; g < k.count; g += kGroup) {
-        const int nt = std::min(kGroup, k.count - g);
-        const float* p[kGroup];
-        VF c[kGroup];
-        for (int t = 0; t < nt; ++t) {
-            const TapF& tap = k.taps[g + t];
-            p[t] = rowAt<float>(rows, tap.row, tap.offset);
-            c[t] = Vx::setF(tap.coeff);
-        }
-        auto sums = [&](size_t i, auto lanes) {
-            constexpr int U = decltype(lanes)::value;
-            VF s[U];
-            int t0 = 0;
-            if (g == 0) {
-                for (int u = 0; u < U; ++u) s[u] = Vx::mulF(c[0], Vx::loadF(p[0] + i + u * L));
-                t0 = 1;
-            } else {
-                for (int u = 0; u < U; ++u) s[u] = Vx::loadF(r + i + u * L);
-            }
-            for (int t = t0; t < nt; ++t)
-                for (int u = 0; u < U; ++u)
-                    s[u] = Vx::addF(s[u], Vx::mulF(c[t], Vx::loadF(p[t] + i + u * L)));
-            for (int u = 0; u < U; ++u) Vx::store(r + i + u * L, s[u]);
-        };
-        size_t i = 0;
-        for (; i + 4 * L <= n; i += 4 * L) sums(i, std::integral_constant<int, 4>{});
-        for (; i + L <= n; i += L) sums(i, std::integral_constant<int, 1>{});
-        for (; i < n; ++i) {
-            float s = g == 0 ? k.taps[g].coeff * p[0][i] : r[i];
-            for (int t = g == 0 ? 1 : 0; t < nt; ++t) s = s + k.taps[g + t].coeff * p[t][i];
-            r[i] = s;
-        }
+    switch (k.count) {
+        case 3: return realGroup<Vx, 3>(k, 0, 3, rows, r, n);
+        case 5: return realGroup<Vx, 5>(k, 0, 5, rows, r, n);
+        case 9: return realGroup<Vx, 9>(k, 0, 9, rows, r, n);
+        case 25: return realGroup<Vx, 25>(k, 0, 25, rows, r, n);
+        default: break;
     }
+    for (int g = 0; g < k.count; g += kRealGroup)
+        realGroup<Vx, 0>(k, g, std::min(kRealGroup, k.count - g), rows, r, n);
 }
 
 // ---------------------------------------------------------------------------
 // Separable, 8-bit values in 16-bit lanes: the vertical sums of the row with
 // its margins into scratch, then the horizontal sums, shifted, saturated.
 
+// True when the weights read the same backwards.
+inline bool symmetric(const int32_t* c, int n) {
+    for (int i = 0; i < n / 2; ++i)
+        if (c[i] != c[n - 1 - i]) return false;
+    return true;
+}
+
+// One pass of N taps (0: count taps, known at run time) in 16-bit lanes,
+// modulo 2^16: tap t reads at(t, i). Symmetric weights add the two values of
+// a weight first and multiply once.
+template <class Vx, int N, class At>
+typename Vx::V sum16(const typename Vx::V* c, int count, bool folded, At&& at) {
+    using V = typename Vx::V;
+    const int n = N ? N : count;
+    V s = Vx::zero();
+    if (folded) {
+        for (int t = 0; t < n / 2; ++t) s = Vx::add16(s, Vx::mullo16(Vx::add16(at(t), at(n - 1 - t)), c[t]));
+        if (n % 2) s = Vx::add16(s, Vx::mullo16(at(n / 2), c[n / 2]));
+        return s;
+    }
+    for (int t = 0; t < n; ++t) s = Vx::add16(s, Vx::mullo16(at(t), c[t]));
+    return s;
+}
+
+// The vertical sums of every value of the span (the row with its margins)
+// into v; the last block runs again at the end.
+template <class Vx, class T, int N>
+void sepNarrowVertical(const SepKernel& k, const void* const* rows, int16_t* v, size_t span) {
+    using V = typename Vx::V;
+    constexpr size_t H = Vx::kBytes / 2;
+    constexpr int kMax = N ? N : kMaxPairs;
+    const int ny = N ? N : k.yTaps;
+    const ptrdiff_t base = -static_cast<ptrdiff_t>(k.left) * k.channels;
+    const T* p[kMax];
+    V c[kMax];
+    for (int j = 0; j < ny; ++j) {
+        p[j] = static_cast<const T*>(rows[j]) + base;
+        c[j] = Vx::set16(k.yTaps ? k.yCoeff[j] : 1);
+    }
+    const bool folded = k.yTaps > 2 && symmetric(k.yCoeff, k.yTaps);
+    auto block = [&](size_t i) {
+        Vx::store(v + i, sum16<Vx, N>(c, ny, folded, [&](int j) {
+            if constexpr (std::is_same_v<T, int8_t>) return Vx::widenS8(p[j] + i);
+            else return Vx::widenU8(p[j] + i);
+        }));
+    };
+    size_t i = 0;
+    for (; i + H <= span; i += H) block(i);
+    if (i < span) block(span - H);
+}
+
+// The horizontal sums, shifted and saturated into 8-bit values.
+template <class Vx, class T, int N>
+void sepNarrowHorizontal(const SepKernel& k, const int16_t* v, T* out, size_t n) {
+    using V = typename Vx::V;
+    constexpr size_t W = Vx::kBytes, H = W / 2;
+    constexpr int kMax = N ? N : kMaxPairs;
+    const int nx = N ? N : k.xTaps;
+    V c[kMax];
+    for (int t = 0; t < nx; ++t) c[t] = Vx::set16(k.xTaps ? k.xCoeff[t] : 1);
+    const bool folded = k.xTaps > 2 && symmetric(k.xCoeff, k.xTaps);
+    const auto count = Vx::count(k.shift < 16 ? k.shift : 16);
+    const V top = Vx::set16(static_cast<int>(k.hi));
+    const size_t step = static_cast<size_t>(k.channels);
+    auto half = [&](size_t i) {
+        const V s = sum16<Vx, N>(c, nx, folded, [&](int t) { return Vx::load(v + i + t * step); });
+        return k.signedSum ? Vx::sra16(s, count) : Vx::minU16(Vx::srl16(s, count), top);
+    };
+    auto block = [&](size_t i) {
+        const V a = half(i), b = half(i + H);
+        if constexpr (std::is_same_v<T, int8_t>) Vx::store(out + i, Vx::packOrder(Vx::packS16(a, b)));
+        else Vx::store(out + i, Vx::packOrder(Vx::packUS16(a, b)));
+    };
+    size_t i = 0;
+    for (; i + W <= n; i += W) block(i);
+    if (i < n) block(n - W);
+}
+
+// Runs f with the tap count as a template argument where a body of its own
+// exists (an absent kernel reads one row or value with weight 1).
+template <class F>
+void withTaps(int taps, F&& f) {
+    switch (taps) {
+        case 0: return f(std::integral_constant<int, 1>{});
+        case 3: return f(std::integral_constant<int, 3>{});
+        case 5: return f(std::integral_constant<int, 5>{});
+        case 7: return f(std::integral_constant<int, 7>{});
+        default: return f(std::integral_constant<int, 0>{});
+    }
+}
+
 template <class Vx, class T>
 void sepNarrowVec(const SepKernel& k, const void* const* rows, void* scratch, void* dst, size_t n) {
-    using V = typename Vx::V;
     constexpr size_t W = Vx::kBytes;  // output bytes per block
-    constexpr size_t H = W / 2;       // 16-bit lanes
     const size_t span = n + static_cast<size_t>(k.xTaps > 0 ? k.xTaps - 1 : 0) * k.channels;
     if constexpr (Vx::kHasNarrower) {
         if (n < W) return sepNarrowVec<typename Vx::Narrower, T>(k, rows, scratch, dst, n);
     }
     if (n < W) return sepRef<T>(k, rows, scratch, dst, n);
-
     auto* v = static_cast<int16_t*>(scratch);
-    const ptrdiff_t base = -static_cast<ptrdiff_t>(k.left) * k.channels;
-    constexpr bool kSigned = std::is_same_v<T, int8_t>;
-    auto widen = [](const T* p) { return kSigned ? Vx::widenS8(p) : Vx::widenU8(p); };
-
-    // Vertical: every value of the span, the last block run again at the end.
-    {
-        const int ny = k.yTaps;
-        const T* p[kMaxPairs];
-        V c[kMaxPairs];
-        const int rowsRead = ny == 0 ? 1 : ny;
-        for (int j = 0; j < rowsRead; ++j) {
-            p[j] = static_cast<const T*>(rows[j]) + base;
-            c[j] = Vx::set16(ny == 0 ? 1 : k.yCoeff[j]);
-        }
-        auto block = [&](size_t i) {
-            V s = Vx::mullo16(widen(p[0] + i), c[0]);
-            for (int j = 1; j < rowsRead; ++j) s = Vx::add16(s, Vx::mullo16(widen(p[j] + i), c[j]));
-            Vx::store(v + i, s);
-        };
-        size_t i = 0;
-        for (; i + H <= span; i += H) block(i);
-        if (i < span) block(span - H);
-    }
-    // Horizontal.
-    const int nx = k.xTaps == 0 ? 1 : k.xTaps;
-    V c[kMaxPairs];
-    c[0] = Vx::set16(1);
-    for (int t = 0; t < nx; ++t) c[t] = Vx::set16(k.xTaps == 0 ? 1 : k.xCoeff[t]);
-    const auto count = Vx::count(k.shift < 16 ? k.shift : 16);
-    const V top = Vx::set16(static_cast<int>(k.hi));
-    auto half = [&](size_t i) {
-        V s = Vx::mullo16(Vx::load(v + i), c[0]);
-        for (int t = 1; t < nx; ++t)
-            s = Vx::add16(s, Vx::mullo16(Vx::load(v + i + static_cast<size_t>(t) * k.channels), c[t]));
-        return k.signedSum ? Vx::sra16(s, count) : Vx::minU16(Vx::srl16(s, count), top);
-    };
-    auto* out = static_cast<T*>(dst);
-    auto block = [&](size_t i) {
-        const V a = half(i), b = half(i + H);
-        Vx::store(out + i, Vx::packOrder(kSigned ? Vx::packS16(a, b) : Vx::packUS16(a, b)));
-    };
-    size_t i = 0;
-    for (; i + W <= n; i += W) block(i);
-    if (i < n) block(n - W);
+    withTaps(k.yTaps, [&](auto ny) { sepNarrowVertical<Vx, T, decltype(ny)::value>(k, rows, v, span); });
+    withTaps(k.xTaps, [&](auto nx) {
+        sepNarrowHorizontal<Vx, T, decltype(nx)::value>(k, v, static_cast<T*>(dst), n);
+    });
 }
 
 // Separable, 32-bit sums: the vertical pass as a wide kernel where the
