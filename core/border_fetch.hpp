@@ -9,16 +9,12 @@
 // their edge pixels through it, and run their plain kernels on the block.
 #pragma once
 
+#include "image/region.hpp"
 #include "ozl.h"
 
 namespace ozl::core {
 
-struct Rect {
-    int x = 0;
-    int y = 0;
-    int width = 0;
-    int height = 0;
-};
+using image::Rect;
 
 struct FetchedBlock {
     enum Status { Done, NoMemory, TileFailed };

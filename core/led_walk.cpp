@@ -3,20 +3,12 @@
 #include <algorithm>
 
 #include "image/layout.hpp"
+#include "image/region.hpp"
 #include "image/tiles.hpp"
 
 namespace ozl::core {
 
 namespace {
-
-struct Origin {
-    int x = 0, y = 0;
-};
-
-Origin originOf(const OzlImage* image) {
-    if (!image->roi) return {};
-    return {image->roi->xOffset, image->roi->yOffset};
-}
 
 // Blocks fetched for one piece, released when the piece is done.
 struct PieceBlocks {
@@ -31,7 +23,7 @@ struct PieceBlocks {
 // image, else from a bordered fetch of that area.
 FetchedBlock::Status sourceStandIn(const LedSource& s, int x, int y, int w, int h,
                                    OzlImage* header, OzlROI* roi, char** block) {
-    const Origin o = originOf(s.image);
+    const image::Origin o = image::regionOrigin(s.image);
     const long long left = static_cast<long long>(o.x) + x - s.left;
     const long long top = static_cast<long long>(o.y) + y - s.top;
     const long long right = static_cast<long long>(o.x) + x + w + s.right;
@@ -74,7 +66,7 @@ LedResult walkLed(OzlImage* dst, const LedSource* sources, int nSources, const O
                 break;
             }
     }
-    const Origin lo = lead ? originOf(lead) : Origin{};
+    const image::Origin lo = lead ? image::regionOrigin(lead) : image::Origin{};
     const int tw = lead ? lead->tileInfo->width : width;
     const int th = lead ? lead->tileInfo->height : height;
 

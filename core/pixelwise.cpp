@@ -358,7 +358,7 @@ int mapUntiled(const MapOperands& o, const OzlImage* mask, const MapKernel& k) {
     int result = kMapDone;
     for (int i = 0; i < kMaxSources && result == kMapDone; ++i) {
         if (!o.src[i] || !overlapsPartly(o.src[i], o.dst)) continue;
-        const image::Rect r = image::regionRect(o.src[i]);
+        const Rect r = image::regionRect(o.src[i]);
         const Rect area{r.x, r.y, std::max(0, r.width), std::max(0, r.height)};
         if (area.width == 0 || area.height == 0) continue;
         const FetchedBlock copy = fetchRect(o.src[i], area);

@@ -9,16 +9,6 @@ namespace ozl::image {
 
 namespace {
 
-struct Origin {
-    int x = 0;
-    int y = 0;
-};
-
-Origin regionOrigin(const OzlImage* image) {
-    if (!image->roi) return {};
-    return {image->roi->xOffset, image->roi->yOffset};
-}
-
 void attachRoi(const OzlImage* image, OzlImage* header, OzlROI* roi, int x, int y, int w, int h) {
     *header = *image;
     header->tileInfo = nullptr;

@@ -373,7 +373,6 @@ OZL_API void OZL_CALL ozlSetFP(OzlImage *image, float fillValue);
    regions, channels of interest, masks and tiles. */
 OZL_API void OZL_CALL ozlCopy(OzlImage *srcImage, OzlImage *dstImage);
 
-
 /* ------------------------------------------------------------------------ */
 /* Convolution kernels, 2-D and separable convolution                        */
 /* ------------------------------------------------------------------------ */
@@ -416,6 +415,22 @@ OZL_API void OZL_CALL ozlConvolveSep2D(OzlImage *srcImage, OzlImage *dstImage,
                                        OzlConvKernel *xKernel, OzlConvKernel *yKernel);
 OZL_API void OZL_CALL ozlConvolveSep2DFP(OzlImage *srcImage, OzlImage *dstImage,
                                          OzlConvKernelFP *xKernel, OzlConvKernelFP *yKernel);
+
+/* ------------------------------------------------------------------------ */
+/* Test images                                                               */
+/* ------------------------------------------------------------------------ */
+
+/* A new one-channel image ("GRAY", pixel order, origin top-left, rows aligned
+   to 8 bytes) holding the zone plate sin(pi * r * r / max(width, height)),
+   r the distance from the image's centre ((width - 1) / 2, (height - 1) / 2):
+   rings whose frequency grows with r and reaches 0.5 cycles per pixel at
+   half the larger side. Integer depths span their whole range, mid-range at
+   0 and rounded to the nearest level (8U: 127.5 + 127.5 * v); 1U sets the
+   bits where the value is not negative; 32F holds the value itself, -1..1.
+   Release with ozlDeallocate(image, OZL_IMAGE_ALL).
+   Depths 1U, 8U, 8S, 16U, 16S, 32S, 32F. Statuses: -17 for another depth,
+   -10 for a size below 1, -4 when memory runs out (each with NULL). */
+OZL_API OzlImage *OZL_CALL ozlCreateImageJaehne(unsigned int depth, int width, int height);
 
 #ifdef __cplusplus
 }
