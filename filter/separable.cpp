@@ -116,6 +116,7 @@ OzlImage* runMask(const OzlImage* src, const OzlImage* dst, int width, int heigh
         if (!m) continue;
         const image::RegionStart r = image::regionStart(m, 0);
         const int w = std::min(width, r.width);
+        if (w <= 0) continue;
         for (int yy = 0; yy < std::min(height, r.height); ++yy) {
             auto* row = reinterpret_cast<unsigned char*>(mask->imageData) + yy * mask->widthStep;
             image::andBits(row, 0, reinterpret_cast<const unsigned char*>(r.data) + yy * m->widthStep,
