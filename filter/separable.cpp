@@ -44,7 +44,7 @@ void sepRow(const core::NbRow& row, const void* context) {
         p.table->sep[p.elem](p.k, row.src, row.scratch, row.dst, n);
 }
 
-// The argument checks of the engine module, in their documented order.
+// The argument checks of the engine module, in the order callers rely on.
 template <class Record>
 bool argumentsValid(const Caller& caller, OzlImage* src, OzlImage* dst, const Record* x,
                     const Record* y) {

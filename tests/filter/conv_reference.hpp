@@ -15,7 +15,7 @@
 namespace ozl::test {
 
 // A kernel as the caller gives it.
-struct KernelSpec {
+struct GivenKernel {
     int nCols = 1, nRows = 1, anchorX = 0, anchorY = 0;
     std::vector<int> values;   // integer kernels
     std::vector<float> reals;  // float kernels
@@ -80,7 +80,7 @@ struct SourceView {
 
 // One integer kernel's output at region (x, y): the exact sum (or, for class
 // 2, the double sum in stored order rounded to an integer), then the shift.
-inline double kernelOutput(const SourceView& s, const KernelSpec& k, unsigned depth, int x, int y,
+inline double kernelOutput(const SourceView& s, const GivenKernel& k, unsigned depth, int x, int y,
                            int c) {
     const int cls = classOf(k.values, depth);
     long long exact = 0;
@@ -102,7 +102,7 @@ inline double kernelOutput(const SourceView& s, const KernelSpec& k, unsigned de
     return static_cast<double>(exact >> shift);
 }
 
-inline float kernelOutputF(const SourceView& s, const KernelSpec& k, int x, int y, int c) {
+inline float kernelOutputF(const SourceView& s, const GivenKernel& k, int x, int y, int c) {
     float acc = 0;
     for (int jj = 0; jj < k.nRows; ++jj)
         for (int ii = 0; ii < k.nCols; ++ii) {
@@ -115,7 +115,7 @@ inline float kernelOutputF(const SourceView& s, const KernelSpec& k, int x, int 
 }
 
 // ozlConvolve2D / ozlConvolve2DFP at region (x, y), source channel c.
-inline double convolved(const SourceView& s, const std::vector<KernelSpec>& ks, int method,
+inline double convolved(const SourceView& s, const std::vector<GivenKernel>& ks, int method,
                         unsigned depth, int x, int y, int c) {
     const size_t n = ks.size();
     if (n == 1 && method != OZL_COMBINE_SUMSQ && method != OZL_COMBINE_SUMSQROOT) method = OZL_COMBINE_SUM;
@@ -134,7 +134,7 @@ inline double convolved(const SourceView& s, const std::vector<KernelSpec>& ks, 
         return method == OZL_COMBINE_SUMSQROOT ? std::sqrt(acc) : acc;
     }
     bool wide = false;  // some kernel of class 2: the accumulator is a double
-    for (const KernelSpec& k : ks) wide = wide || classOf(k.values, depth) == 2;
+    for (const GivenKernel& k : ks) wide = wide || classOf(k.values, depth) == 2;
     std::vector<double> r(n);
     for (size_t k = 0; k < n; ++k) r[k] = kernelOutput(s, ks[k], depth, x, y, c);
     if (n == 1) {
@@ -171,7 +171,7 @@ inline double convolved(const SourceView& s, const std::vector<KernelSpec>& ks, 
 
 // ozlConvolveSep2D(FP) at region (x, y): x = horizontal, y = vertical kernel
 // (nullptr when absent).
-inline double separated(const SourceView& s, const KernelSpec* xk, const KernelSpec* yk,
+inline double separated(const SourceView& s, const GivenKernel* xk, const GivenKernel* yk,
                         unsigned depth, int x, int y, int c) {
     const int ax = xk ? xk->anchorX : 0, nx = xk ? xk->nCols : 1;
     const int ay = yk ? yk->anchorY : 0, ny = yk ? yk->nRows : 1;

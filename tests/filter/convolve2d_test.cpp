@@ -25,7 +25,7 @@ using ozl::test::ErrorCapture;
 using ozl::test::ErrorReport;
 using ozl::test::expectFiltered;
 using ozl::test::expectRefused;
-using ozl::test::KernelSpec;
+using ozl::test::GivenKernel;
 using ozl::test::SourceView;
 using ozl::test::TestImage;
 using ozl::test::TiledImage;
@@ -33,8 +33,8 @@ using ozl::test::TiledImage;
 // Kernel records for a call, released with the object.
 class Kernels {
 public:
-    explicit Kernels(const std::vector<KernelSpec>& specs, bool real = false) {
-        for (const KernelSpec& k : specs) {
+    explicit Kernels(const std::vector<GivenKernel>& specs, bool real = false) {
+        for (const GivenKernel& k : specs) {
             if (real) fp_.push_back(ozlCreateConvKernelFP(k.nCols, k.nRows, k.anchorX, k.anchorY, k.reals.data()));
             else in_.push_back(ozlCreateConvKernel(k.nCols, k.nRows, k.anchorX, k.anchorY, k.values.data(), k.shift));
         }
@@ -51,7 +51,7 @@ private:
     std::vector<OzlConvKernelFP*> fp_;
 };
 
-void convolve(OzlImage* src, OzlImage* dst, const std::vector<KernelSpec>& ks, int method) {
+void convolve(OzlImage* src, OzlImage* dst, const std::vector<GivenKernel>& ks, int method) {
     const bool real = src->depth == OZL_DEPTH_32F;
     Kernels k(ks, real);
     if (real) ozlConvolve2DFP(src, dst, k.reals(), static_cast<int>(ks.size()), method);
@@ -60,8 +60,8 @@ void convolve(OzlImage* src, OzlImage* dst, const std::vector<KernelSpec>& ks, i
 
 // A kernel of the given size, anchor anywhere; weights small (class 0 for
 // 8-bit images), or wide enough for 32-bit or floating-point sums.
-KernelSpec randomKernel(std::mt19937& rng, int maxCols, int maxRows, unsigned depth) {
-    KernelSpec k;
+GivenKernel randomKernel(std::mt19937& rng, int maxCols, int maxRows, unsigned depth) {
+    GivenKernel k;
     k.nCols = 1 + static_cast<int>(rng() % maxCols);
     k.nRows = 1 + static_cast<int>(rng() % maxRows);
     k.anchorX = static_cast<int>(rng() % k.nCols);
@@ -114,7 +114,7 @@ TEST(Convolve2D, AgainstTheArithmetic) {
                  static_cast<int>(rng() % sh), 1 + static_cast<int>(rng() % 14), 1 + static_cast<int>(rng() % 12));
         d.setRoi(coi ? 1 + static_cast<int>(rng() % nCh) : 0, static_cast<int>(rng() % d->width),
                  static_cast<int>(rng() % d->height), 1 + static_cast<int>(rng() % 14), 1 + static_cast<int>(rng() % 12));
-        std::vector<KernelSpec> ks;
+        std::vector<GivenKernel> ks;
         const int n = rng() % 3 == 0 ? 2 + static_cast<int>(rng() % 9) : 1;
         for (int k = 0; k < n; ++k) ks.push_back(randomKernel(rng, 7, 6, depth));
         const int method = static_cast<int>(rng() % 5);
@@ -171,7 +171,7 @@ TEST(Convolve2D, LongRowsOfTheFastPaths) {
             TestImage s(t.depth, width, 7, t.nCh, OZL_DATA_ORDER_PIXEL, t.nCh == 4), d = s.clone();
             fillFor(s, rng());
             ozlSetBorderMode(s, OZL_BORDER_REPLICATE, OZL_SIDE_ALL, 0);
-            KernelSpec k{t.size, t.size, t.size / 2, t.size / 2, {}, {}, 2};
+            GivenKernel k{t.size, t.size, t.size / 2, t.size / 2, {}, {}, 2};
             for (int i = 0; i < t.size * t.size; ++i) {
                 k.values.push_back(t.lo + static_cast<int>(rng() % (t.hi - t.lo + 1)));
                 k.reals.push_back(static_cast<float>(static_cast<int>(rng() % 200) - 100) / 64.0f);
@@ -191,7 +191,7 @@ TEST(Convolve2D, TilesAndInPlace) {
     std::mt19937 rng(31);
     for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_16S, OZL_DEPTH_32F}) {
         SCOPED_TRACE(testing::Message() << "depth " << depth);
-        const std::vector<KernelSpec> ks = {randomKernel(rng, 4, 5, depth), randomKernel(rng, 5, 3, depth)};
+        const std::vector<GivenKernel> ks = {randomKernel(rng, 4, 5, depth), randomKernel(rng, 5, 3, depth)};
         TiledImage ts(depth, 37, 29, 3, OZL_DATA_ORDER_PIXEL, 16, 8), td(depth, 35, 27, 3, OZL_DATA_ORDER_PIXEL, 8, 24);
         fillFor(ts.pixels(), rng());
         fillFor(td.pixels(), rng());
@@ -255,7 +255,7 @@ TEST(Convolve2D, DocumentedExamples) {
     // r1 = -5, r2 = 3: max 3, min 0 after saturation; one kernel, method 2:
     // |-7|; method 9 with one kernel sums; -3 >> 1 = -2.
     s.fill(1);
-    const KernelSpec minus5{1, 1, 0, 0, {-5}, {}, 0}, plus3{1, 1, 0, 0, {3}, {}, 0};
+    const GivenKernel minus5{1, 1, 0, 0, {-5}, {}, 0}, plus3{1, 1, 0, 0, {3}, {}, 0};
     convolve(s, d, {minus5, plus3}, OZL_COMBINE_MAX);
     EXPECT_EQ(d.at(2, 2), 3);
     convolve(s, d, {minus5, plus3}, OZL_COMBINE_MIN);
@@ -318,7 +318,7 @@ TEST(Convolve2D, SumsAcrossEveryClassBoundary) {
             TestImage s(t.depth, 45, 3, 3), d(t.depth, 45, 3, 3);
             if (fill) s.fill(ozl::test::depthHigh(t.depth));
             else s.fillRandom(rng());
-            const KernelSpec k{static_cast<int>(t.q.size()), 1, 0, 0, t.q, {}, 1};
+            const GivenKernel k{static_cast<int>(t.q.size()), 1, 0, 0, t.q, {}, 1};
             const TestImage before = d.clone();
             for (int method : {OZL_COMBINE_SUM, OZL_COMBINE_SUMSQROOT}) {
                 convolve(s, d, {k}, method);

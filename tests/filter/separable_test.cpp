@@ -22,15 +22,15 @@ using ozl::test::ErrorCapture;
 using ozl::test::ErrorReport;
 using ozl::test::expectFiltered;
 using ozl::test::expectRefused;
-using ozl::test::KernelSpec;
+using ozl::test::GivenKernel;
 using ozl::test::separated;
 using ozl::test::SourceView;
 using ozl::test::TestImage;
 using ozl::test::TiledImage;
 
 // One axis of a separable kernel: a row (horizontal) or a column.
-KernelSpec axisKernel(std::mt19937& rng, bool horizontal, int range, unsigned depth) {
-    KernelSpec k;
+GivenKernel axisKernel(std::mt19937& rng, bool horizontal, int range, unsigned depth) {
+    GivenKernel k;
     const int taps = 2 + static_cast<int>(rng() % 7);
     (horizontal ? k.nCols : k.nRows) = taps;
     (horizontal ? k.anchorX : k.anchorY) = static_cast<int>(rng() % taps);
@@ -49,7 +49,7 @@ struct Records {
     OzlConvKernel* y = nullptr;
     OzlConvKernelFP* xf = nullptr;
     OzlConvKernelFP* yf = nullptr;
-    Records(const KernelSpec* xs, const KernelSpec* ys) {
+    Records(const GivenKernel* xs, const GivenKernel* ys) {
         if (xs) {
             x = ozlCreateConvKernel(xs->nCols, 1, xs->anchorX, 0, xs->values.data(), xs->shift);
             xf = ozlCreateConvKernelFP(xs->nCols, 1, xs->anchorX, 0, xs->reals.data());
@@ -119,9 +119,9 @@ TEST(ConvolveSep2D, AgainstTheArithmetic) {
         // Small weights (16-bit sums for 8-bit images), wide ones, both kernels or one.
         const int range = rng() % 3 == 0 ? 40000 : rng() % 2 ? 3 : 300;
         const int which = static_cast<int>(rng() % 4);  // 0: both, 1: x only, 2: y only
-        const KernelSpec xs = axisKernel(rng, true, range, depth), ys = axisKernel(rng, false, range, depth);
-        const KernelSpec* xk = which != 2 ? &xs : nullptr;
-        const KernelSpec* yk = which != 1 ? &ys : nullptr;
+        const GivenKernel xs = axisKernel(rng, true, range, depth), ys = axisKernel(rng, false, range, depth);
+        const GivenKernel* xk = which != 2 ? &xs : nullptr;
+        const GivenKernel* yk = which != 1 ? &ys : nullptr;
         TestImage maskA(OZL_DEPTH_1U, 9, 8), maskB(OZL_DEPTH_1U, 30, 12);
         maskA.fillRandom(rng());
         maskB.fillRandom(rng());
@@ -151,7 +151,7 @@ TEST(ConvolveSep2D, DocumentedExampleAndTiles) {
     TestImage s(OZL_DEPTH_8U, 7, 5), d(OZL_DEPTH_8U, 4, 3);
     s.fill(100);
     ozlSetBorderMode(s, OZL_BORDER_REPLICATE, OZL_SIDE_ALL, 0);
-    const KernelSpec x{3, 1, 1, 0, {1, 2, 1}, {1, 2, 1}, 1}, y{1, 3, 0, 1, {1, 2, 1}, {1, 2, 1}, 1};
+    const GivenKernel x{3, 1, 1, 0, {1, 2, 1}, {1, 2, 1}, 1}, y{1, 3, 0, 1, {1, 2, 1}, {1, 2, 1}, 1};
     Records(&x, &y).run(s, d);  // 1600 >> 2 = 400, saturated; over the smaller 4 x 3
     for (int yy = 0; yy < 3; ++yy)
         for (int xx = 0; xx < 4; ++xx) EXPECT_EQ(d.at(xx, yy), 255);
@@ -159,7 +159,7 @@ TEST(ConvolveSep2D, DocumentedExampleAndTiles) {
     std::mt19937 rng(6);
     for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_16S, OZL_DEPTH_32F}) {
         SCOPED_TRACE(testing::Message() << "depth " << depth);
-        const KernelSpec xs = axisKernel(rng, true, 4, depth), ys = axisKernel(rng, false, 4, depth);
+        const GivenKernel xs = axisKernel(rng, true, 4, depth), ys = axisKernel(rng, false, 4, depth);
         TiledImage ts(depth, 45, 27, 3, OZL_DATA_ORDER_PIXEL, 16, 8), td(depth, 41, 25, 3, OZL_DATA_ORDER_PIXEL, 8, 16);
         fillFor(ts.pixels(), rng());
         fillFor(td.pixels(), rng());
@@ -189,7 +189,7 @@ TEST(ConvolveSep2D, Refusals) {
     TestImage s(OZL_DEPTH_8U, 6, 6, 3), d(OZL_DEPTH_8U, 6, 6, 3);
     d.fillRandom(3);
     const auto before = d.bytes();
-    const KernelSpec xs{3, 1, 1, 0, {1, 2, 1}, {1, 2, 1}, 0}, ys{1, 3, 0, 1, {1, 2, 1}, {1, 2, 1}, 0};
+    const GivenKernel xs{3, 1, 1, 0, {1, 2, 1}, {1, 2, 1}, 0}, ys{1, 3, 0, 1, {1, 2, 1}, {1, 2, 1}, 0};
     Records k(&xs, &ys);
     const char* f = "ozlConvolveSep2D";
     auto refused = [&](OzlImage* src, OzlImage* dst, OzlConvKernel* x, OzlConvKernel* y, ErrorReport r) {

@@ -18,10 +18,11 @@ struct Shape {
 
 Shape randomShape(Case& c, int maxCols, int maxRows) {
     Shape s;
-    s.nCols = static_cast<int>(c.rng().between(c.rng().percent(3) ? -1 : 1, maxCols));
-    s.nRows = static_cast<int>(c.rng().between(c.rng().percent(3) ? -1 : 1, maxRows));
-    s.anchorX = static_cast<int>(c.rng().between(-1, s.nCols > 0 ? s.nCols : 1));
-    s.anchorY = static_cast<int>(c.rng().between(-1, s.nRows > 0 ? s.nRows : 1));
+    s.nCols = static_cast<int>(c.rng().between(c.rng().percent(2) ? -1 : 1, maxCols));
+    s.nRows = static_cast<int>(c.rng().between(c.rng().percent(2) ? -1 : 1, maxRows));
+    const bool bad = c.rng().percent(4);
+    s.anchorX = static_cast<int>(c.rng().between(bad ? -1 : 0, s.nCols > 1 ? s.nCols - (bad ? 0 : 1) : 0));
+    s.anchorY = static_cast<int>(c.rng().between(bad ? -1 : 0, s.nRows > 1 ? s.nRows - (bad ? 0 : 1) : 0));
     return s;
 }
 
@@ -39,10 +40,10 @@ OzlConvKernel* makeKernel(Case& c, int maxCols, int maxRows) {
     if (c.rng().percent(20)) {
         std::vector<signed char> bytes(w.begin(), w.end());
         return ozlCreateConvKernelChar(s.nCols, s.nRows, s.anchorX, s.anchorY,
-                                       c.rng().percent(3) ? nullptr : bytes.data(), shift);
+                                       c.rng().percent(2) ? nullptr : bytes.data(), shift);
     }
     return ozlCreateConvKernel(s.nCols, s.nRows, s.anchorX, s.anchorY,
-                               c.rng().percent(3) ? nullptr : w.data(), shift);
+                               c.rng().percent(2) ? nullptr : w.data(), shift);
 }
 
 OzlConvKernelFP* makeKernelFP(Case& c, int maxCols, int maxRows) {
@@ -50,7 +51,7 @@ OzlConvKernelFP* makeKernelFP(Case& c, int maxCols, int maxRows) {
     std::vector<float> w(static_cast<size_t>(s.nCols > 0 && s.nRows > 0 ? s.nCols * s.nRows : 1));
     for (float& v : w) v = c.rng().percent(70) ? static_cast<float>(c.rng().between(-8, 8)) / 4 : c.anyFloat();
     return ozlCreateConvKernelFP(s.nCols, s.nRows, s.anchorX, s.anchorY,
-                                 c.rng().percent(3) ? nullptr : w.data());
+                                 c.rng().percent(2) ? nullptr : w.data());
 }
 
 // Alters a record's shape for one call (the checks must catch it), then
