@@ -168,20 +168,21 @@ bool copyInside(const OzlImage* image, const Rect& rect, char* block, int64_t ro
     OzlTileInfo* tile = image->tileInfo;
     const int tileStep = image::tileRowSize(image);
     const int64_t tilePlane = static_cast<int64_t>(tileStep) * tile->height;
-    const int x1 = rect.x + rect.width, y1 = rect.y + rect.height;
-    for (int ty = rect.y / tile->height; ty * tile->height < y1; ++ty)
-        for (int tx = rect.x / tile->width; tx * tile->width < x1; ++tx) {
+    // Tile edges of images near 2^31 pixels across are past the int range.
+    const int64_t tw = tile->width, th = tile->height;
+    const int64_t x1 = static_cast<int64_t>(rect.x) + rect.width;
+    const int64_t y1 = static_cast<int64_t>(rect.y) + rect.height;
+    for (int ty = rect.y / tile->height; ty * th < y1; ++ty)
+        for (int tx = rect.x / tile->width; tx * tw < x1; ++tx) {
             tile->callBack(image, tx, ty, OZL_GET_TILE_TO_READ);
             if (!tile->tileData) return false;
-            const int c0 = std::max(rect.x, tx * tile->width);
-            const int c1 = std::min(x1, (tx + 1) * tile->width);
-            const int r0 = std::max(rect.y, ty * tile->height);
-            const int r1 = std::min(y1, (ty + 1) * tile->height);
+            const int64_t c0 = std::max<int64_t>(rect.x, tx * tw);
+            const int64_t c1 = std::min<int64_t>(x1, (tx + 1) * tw);
+            const int64_t r0 = std::max<int64_t>(rect.y, ty * th);
+            const int64_t r1 = std::min<int64_t>(y1, (ty + 1) * th);
             for (int p = 0; p < g.planes; ++p)
-                for (int r = r0; r < r1; ++r)
-                    copySpan(tile->tileData + p * tilePlane +
-                                 static_cast<int64_t>(r - ty * tile->height) * tileStep,
-                             c0 - tx * tile->width,
+                for (int64_t r = r0; r < r1; ++r)
+                    copySpan(tile->tileData + p * tilePlane + (r - ty * th) * tileStep, c0 - tx * tw,
                              block + (static_cast<int64_t>(p) * rect.height + (r - rect.y)) * rowStep,
                              c0 - rect.x, c1 - c0, g);
             tile->callBack(image, tx, ty, OZL_RELEASE_TILE);

@@ -705,6 +705,49 @@ OZL_API void OZL_CALL ozlReduceBits(OzlImage *srcImage, OzlImage *dstImage, int 
                                     int ditherType);
 
 /* ------------------------------------------------------------------------ */
+/* Convolution kernels, 2-D and separable convolution                        */
+/* ------------------------------------------------------------------------ */
+
+/* Kernels are stored turned by 180 degrees; the queries give them back as they
+   were created. The query's values argument points to the caller's pointer to
+   a buffer of nCols * nRows elements. */
+OZL_API OzlConvKernel *OZL_CALL ozlCreateConvKernel(int nCols, int nRows, int anchorX, int anchorY,
+                                                    const int *values, int nShiftR);
+OZL_API OzlConvKernel *OZL_CALL ozlCreateConvKernelChar(int nCols, int nRows, int anchorX,
+                                                        int anchorY, const signed char *values,
+                                                        int nShiftR);
+OZL_API OzlConvKernelFP *OZL_CALL ozlCreateConvKernelFP(int nCols, int nRows, int anchorX,
+                                                        int anchorY, const float *values);
+OZL_API void OZL_CALL ozlGetConvKernel(const OzlConvKernel *kernel, int *nCols, int *nRows,
+                                       int *anchorX, int *anchorY, int **values, int *nShiftR);
+OZL_API void OZL_CALL ozlGetConvKernelChar(const OzlConvKernel *kernel, int *nCols, int *nRows,
+                                           int *anchorX, int *anchorY, signed char **values,
+                                           int *nShiftR);
+OZL_API void OZL_CALL ozlGetConvKernelFP(const OzlConvKernelFP *kernel, int *nCols, int *nRows,
+                                         int *anchorX, int *anchorY, float **values);
+OZL_API void OZL_CALL ozlDeleteConvKernel(OzlConvKernel *kernel);
+OZL_API void OZL_CALL ozlDeleteConvKernelFP(OzlConvKernelFP *kernel);
+
+/* True convolution with 1 to 10 kernels, their outputs combined per pixel by
+   combineMethod (OZL_COMBINE_...). Each kernel's output is shifted right by
+   its nShiftR (rounding down; a negative shift, or one of 32 or more on a
+   32-bit sum, leaves 0 or -1 by the sign) before combining; results saturate
+   to the depth. Pixels outside the source read its border modes. 1U, 8U, 8S,
+   16U, 16S, 32S; the FP form 32F only. The destination may be the source. */
+OZL_API void OZL_CALL ozlConvolve2D(OzlImage *srcImage, OzlImage *dstImage,
+                                    OzlConvKernel **kernel, int nKernels, int combineMethod);
+OZL_API void OZL_CALL ozlConvolve2DFP(OzlImage *srcImage, OzlImage *dstImage,
+                                      OzlConvKernelFP **kernel, int nKernels, int combineMethod);
+/* A vertical then a horizontal kernel (either may be NULL), 32-bit sums and
+   one shift by the sum of both kernels' nShiftR. 8U, 8S, 16U, 16S, 32S (1U is
+   refused with status -5); the FP form 32F only. Not in place. A tile
+   callback that leaves tileData NULL is reported with status -2. */
+OZL_API void OZL_CALL ozlConvolveSep2D(OzlImage *srcImage, OzlImage *dstImage,
+                                       OzlConvKernel *xKernel, OzlConvKernel *yKernel);
+OZL_API void OZL_CALL ozlConvolveSep2DFP(OzlImage *srcImage, OzlImage *dstImage,
+                                         OzlConvKernelFP *xKernel, OzlConvKernelFP *yKernel);
+
+/* ------------------------------------------------------------------------ */
 /* Geometric transforms: resampling, mirroring, warps, remapping             */
 /* ------------------------------------------------------------------------ */
 

@@ -22,6 +22,7 @@ struct Avx2 {
     // Runs shorter than one vector are handed to the 128-bit form.
     static constexpr bool kHasNarrower = true;
     using Narrower = Sse2;
+    static constexpr bool kHasMaddubs = true;
 
     static V load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
     static VF loadF(const void* p) { return _mm256_loadu_ps(static_cast<const float*>(p)); }
@@ -68,6 +69,29 @@ struct Avx2 {
     static V mullo16(V a, V b) { return _mm256_mullo_epi16(a, b); }
     static V mulhiU16(V a, V b) { return _mm256_mulhi_epu16(a, b); }
     static V mulhiS16(V a, V b) { return _mm256_mulhi_epi16(a, b); }
+    static V madd16(V a, V b) { return _mm256_madd_epi16(a, b); }
+    // Unsigned bytes of a times signed bytes of b, pairs summed into int16
+    // lanes with signed saturation.
+    static V maddubs(V a, V b) { return _mm256_maddubs_epi16(a, b); }
+    static V mullo32(V a, V b) { return _mm256_mullo_epi32(a, b); }
+    static V max16(V a, V b) { return _mm256_max_epi16(a, b); }
+    static V min16(V a, V b) { return _mm256_min_epi16(a, b); }
+    static V minU16(V a, V b) { return _mm256_min_epu16(a, b); }
+    static V abs16(V a) { return _mm256_abs_epi16(a); }
+
+    static V widenU8(const void* p) {
+        return _mm256_cvtepu8_epi16(_mm_loadu_si128(static_cast<const __m128i*>(p)));
+    }
+    static V widenS8(const void* p) {
+        return _mm256_cvtepi8_epi16(_mm_loadu_si128(static_cast<const __m128i*>(p)));
+    }
+    // Unpacks and packs work within 128-bit lanes: these put their results
+    // back in element order.
+    static void orderPairs(V lo, V hi, V& first, V& second) {
+        first = _mm256_permute2x128_si256(lo, hi, 0x20);
+        second = _mm256_permute2x128_si256(lo, hi, 0x31);
+    }
+    static V packOrder(V v) { return _mm256_permute4x64_epi64(v, 0xD8); }
 
     static V unpackLo8(V a, V b) { return _mm256_unpacklo_epi8(a, b); }
     static V unpackHi8(V a, V b) { return _mm256_unpackhi_epi8(a, b); }

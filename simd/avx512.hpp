@@ -289,6 +289,30 @@ struct Avx512 {
     static uint64_t msbFirstBits(uint64_t bits) {
         return _mm512_movepi8_mask(reverseBytesIn8(_mm512_movm_epi8(bits)));
     }
+
+    static constexpr bool kHasMaddubs = true;
+    static V mullo32(V a, V b) { return _mm512_mullo_epi32(a, b); }
+    static V maddubs(V a, V b) { return _mm512_maddubs_epi16(a, b); }
+    static V max16(V a, V b) { return _mm512_max_epi16(a, b); }
+    static V min16(V a, V b) { return _mm512_min_epi16(a, b); }
+    static V minU16(V a, V b) { return _mm512_min_epu16(a, b); }
+    static V abs16(V a) { return _mm512_abs_epi16(a); }
+    static V widenU8(const void* p) {
+        return _mm512_cvtepu8_epi16(_mm256_loadu_si256(static_cast<const __m256i*>(p)));
+    }
+    static V widenS8(const void* p) {
+        return _mm512_cvtepi8_epi16(_mm256_loadu_si256(static_cast<const __m256i*>(p)));
+    }
+    static void orderPairs(V lo, V hi, V& first, V& second) {
+        // lo holds elements 0-3, 8-11, 16-19, 24-27 of 32; hi the others.
+        const __m512i a = _mm512_set_epi64(11, 10, 3, 2, 9, 8, 1, 0);
+        const __m512i b = _mm512_set_epi64(15, 14, 7, 6, 13, 12, 5, 4);
+        first = _mm512_permutex2var_epi64(lo, a, hi);
+        second = _mm512_permutex2var_epi64(lo, b, hi);
+    }
+    static V packOrder(V v) {
+        return _mm512_permutexvar_epi64(_mm512_set_epi64(7, 5, 3, 1, 6, 4, 2, 0), v);
+    }
 };
 
 }  // namespace

@@ -20,6 +20,8 @@ struct Sse2 {
     static constexpr size_t kBytes = 16;
     static constexpr bool kHasNarrower = false;
     using Narrower = Sse2;
+    // No byte-pair multiply (pmaddubsw) below SSSE3.
+    static constexpr bool kHasMaddubs = false;
 
     static V load(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
     static VF loadF(const void* p) { return _mm_loadu_ps(static_cast<const float*>(p)); }
@@ -69,6 +71,36 @@ struct Sse2 {
     static V mullo16(V a, V b) { return _mm_mullo_epi16(a, b); }
     static V mulhiU16(V a, V b) { return _mm_mulhi_epu16(a, b); }
     static V mulhiS16(V a, V b) { return _mm_mulhi_epi16(a, b); }
+    // Pairs of int16 products summed into int32 lanes.
+    static V madd16(V a, V b) { return _mm_madd_epi16(a, b); }
+    // Low 32 bits of the int32 products (two even and two odd lanes at a time).
+    static V mullo32(V a, V b) {
+        const __m128i even = _mm_mul_epu32(a, b);
+        const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(a, 32), _mm_srli_epi64(b, 32));
+        return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)),
+                                  _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)));
+    }
+    static V max16(V a, V b) { return _mm_max_epi16(a, b); }
+    static V min16(V a, V b) { return _mm_min_epi16(a, b); }
+    static V minU16(V a, V b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
+    static V abs16(V a) { return _mm_max_epi16(a, _mm_sub_epi16(_mm_setzero_si128(), a)); }
+
+    // Half a vector of bytes (at p) widened to 16-bit lanes, in order.
+    static V widenU8(const void* p) {
+        return _mm_unpacklo_epi8(_mm_loadl_epi64(static_cast<const __m128i*>(p)), _mm_setzero_si128());
+    }
+    static V widenS8(const void* p) {
+        const __m128i x = _mm_loadl_epi64(static_cast<const __m128i*>(p));
+        return _mm_srai_epi16(_mm_unpacklo_epi8(x, x), 8);
+    }
+    // The int32 results of madd16 on unpackLo16 / unpackHi16 of two ordered
+    // vectors, put back in order (already so in 128 bits).
+    static void orderPairs(V lo, V hi, V& first, V& second) {
+        first = lo;
+        second = hi;
+    }
+    // A pack of two ordered vectors, put in order (already so in 128 bits).
+    static V packOrder(V v) { return v; }
 
     static V unpackLo8(V a, V b) { return _mm_unpacklo_epi8(a, b); }
     static V unpackHi8(V a, V b) { return _mm_unpackhi_epi8(a, b); }

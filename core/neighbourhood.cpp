@@ -1,0 +1,371 @@
+#include "core/neighbourhood.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "core/blend.hpp"
+#include "core/border_fetch.hpp"
+#include "core/led_walk.hpp"
+#include "image/bits.hpp"
+#include "image/layout.hpp"
+#include "image/region.hpp"
+#include "image/tiles.hpp"
+
+namespace ozl::core {
+
+namespace {
+
+// An operand's region as the row loop reads or writes it.
+struct Operand {
+    char* data = nullptr;  // region (0, 0), first processed channel
+    ptrdiff_t rowStep = 0;
+    ptrdiff_t planeStep = 0;
+    int stride = 1;      // values between pixels
+    int bit = 0;         // 1-bit images: bit of region (0, 0), most significant first
+    int valueBytes = 0;  // 0 for 1-bit images
+    bool plane = false;
+};
+
+Operand operandOf(const OzlImage* image) {
+    const image::View v = image::regionView(image);
+    Operand o;
+    o.data = v.data;
+    o.rowStep = v.rowStep;
+    o.planeStep = v.planeStep;
+    o.stride = v.pixelStride;
+    o.bit = v.bitOffset;
+    o.valueBytes = image::depthBits(image->depth) / 8;
+    o.plane = image->dataOrder == OZL_DATA_ORDER_PLANE;
+    return o;
+}
+
+// The operand with its origin moved by dx pixels and dy rows.
+Operand shifted(Operand o, int dx, int dy) {
+    o.data += dy * o.rowStep;
+    if (o.valueBytes == 0) {
+        const ptrdiff_t pos = o.bit + static_cast<ptrdiff_t>(dx);
+        o.data += pos >> 3;
+        o.bit = static_cast<int>(pos & 7);
+    } else {
+        o.data += static_cast<ptrdiff_t>(dx) * o.stride * o.valueBytes;
+    }
+    return o;
+}
+
+bool bitAt(const char* p, ptrdiff_t pos) {
+    return (static_cast<uint8_t>(p[pos >> 3]) >> (7 - (pos & 7))) & 1;
+}
+
+// Everything a run shares: the kernel, the channel passes and the buffers.
+struct Run {
+    const NbKernel* kernel = nullptr;
+    int passes = 1;    // 1, or one per processed channel when either image is in plane order
+    int channels = 1;  // channels per pass
+    int maxWidth = 0;  // widest piece (the buffers' size)
+    int rowsNeeded = 1;
+    bool gathered = false;  // source rows are gathered (strided or 1-bit sources)
+    size_t srcBytes = 1, dstBytes = 1;  // value sizes as the kernel sees them
+    char* memory = nullptr;
+    const void** rows = nullptr;
+    char* ring = nullptr;      // gathered source rows
+    size_t ringRowBytes = 0;
+    char* out = nullptr;       // computed row on its way to a masked or strided destination
+    uint8_t* packed = nullptr; // 1-bit destination rows
+    char* scratch = nullptr;
+
+    ~Run() { ozlFree(memory); }
+
+    bool allocate() {
+        const Margins& m = kernel->margins;
+        const int64_t span = (static_cast<int64_t>(maxWidth) + m.left + m.right) * channels;
+        const int64_t ring = gathered ? align(span * static_cast<int64_t>(srcBytes)) * rowsNeeded : 0;
+        const int64_t out = align(static_cast<int64_t>(maxWidth) * channels * dstBytes);
+        const int64_t packed = align(maxWidth / 8 + 8);
+        const int64_t scratch = align(span * static_cast<int64_t>(kernel->scratchPerValue) + 64);
+        const int64_t rows = align(static_cast<int64_t>(rowsNeeded) * sizeof(void*));
+        const int64_t total = ring + out + packed + scratch + rows;
+        if (span > INT32_MAX || total > INT32_MAX - 64) return false;
+        memory = static_cast<char*>(ozlMalloc(static_cast<int>(total)));
+        if (!memory) return false;
+        char* p = memory;
+        this->ring = p;
+        ringRowBytes = static_cast<size_t>(align(span * static_cast<int64_t>(srcBytes)));
+        p += ring;
+        this->out = p;
+        p += out;
+        this->packed = reinterpret_cast<uint8_t*>(p);
+        p += packed;
+        this->scratch = p;
+        p += scratch;
+        this->rows = reinterpret_cast<const void**>(p);
+        return true;
+    }
+
+    static int64_t align(int64_t bytes) { return (bytes + 63) / 64 * 64; }
+};
+
+// First value of pass p of an operand.
+char* passStart(const Run& run, const Operand& o, int p) {
+    if (run.passes == 1) return o.data;
+    return o.plane ? o.data + p * o.planeStep : o.data + p * o.valueBytes;
+}
+
+// Source row `r` (relative to the piece) laid out densely into `dst`, from
+// `left` pixels before the piece to `right` after it; 1-bit pixels as bytes.
+void gatherRow(const Run& run, const Operand& s, const char* base, int r, int width, char* dst) {
+    const Margins& m = run.kernel->margins;
+    const char* row = base + r * s.rowStep;
+    const int n = width + m.left + m.right;
+    if (s.valueBytes == 0) {
+        for (int i = 0; i < n; ++i) dst[i] = bitAt(row, s.bit + static_cast<ptrdiff_t>(i) - m.left);
+        return;
+    }
+    const size_t pixelBytes = static_cast<size_t>(run.channels) * s.valueBytes;
+    const ptrdiff_t step = static_cast<ptrdiff_t>(s.stride) * s.valueBytes;
+    const char* p = row - m.left * step;
+    for (int i = 0; i < n; ++i, p += step, dst += pixelBytes) std::memcpy(dst, p, pixelBytes);
+}
+
+// Writes a computed row into the destination where the mask allows.
+void writeRow(const Run& run, const Operand& d, char* row, const char* computed, int width,
+              const uint8_t* maskRow, int maskBit) {
+    if (d.valueBytes == 0) {
+        std::memset(run.packed, 0, static_cast<size_t>(width + 7) / 8);
+        for (int i = 0; i < width; ++i)
+            if (computed[i]) run.packed[i >> 3] |= static_cast<uint8_t>(0x80 >> (i & 7));
+        image::mergeBits(run.packed, 0, nullptr, 0, reinterpret_cast<uint8_t*>(row), d.bit,
+                         maskRow, static_cast<size_t>(maskBit), static_cast<size_t>(width),
+                         [](uint8_t x, uint8_t) { return x; });
+        return;
+    }
+    const size_t pixelBytes = static_cast<size_t>(run.channels) * d.valueBytes;
+    if (d.stride == run.channels) {
+        if (maskRow)
+            blendFor(static_cast<size_t>(d.valueBytes))(row, computed, static_cast<size_t>(width),
+                                                        run.channels, maskRow + (maskBit >> 3),
+                                                        maskBit & 7);
+        else
+            std::memcpy(row, computed, pixelBytes * width);
+        return;
+    }
+    const ptrdiff_t step = static_cast<ptrdiff_t>(d.stride) * d.valueBytes;
+    for (int i = 0; i < width; ++i)
+        if (!maskRow || bitAt(reinterpret_cast<const char*>(maskRow), maskBit + i))
+            std::memcpy(row + i * step, computed + i * pixelBytes, pixelBytes);
+}
+
+// One piece: its source rows with their margins all readable through `s`.
+void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand* mask, int width,
+              int height) {
+    const NbKernel& k = *run.kernel;
+    const int top = k.margins.top;
+    const int n = run.rowsNeeded;
+    const bool gather = run.gathered;
+    const bool direct = d.valueBytes != 0 && d.stride == run.channels && !mask;
+    const size_t leftBytes = static_cast<size_t>(k.margins.left) * run.channels * run.srcBytes;
+    for (int p = 0; p < run.passes; ++p) {
+        const char* sBase = passStart(run, s, p);
+        char* dBase = passStart(run, d, p);
+        for (int y = 0; y < height; ++y) {
+            for (int j = 0; j < n; ++j) {
+                const int r = y - top + j;
+                if (!gather) {
+                    run.rows[j] = sBase + r * s.rowStep;
+                    continue;
+                }
+                // A ring of gathered rows: each source row is gathered once.
+                char* slot = run.ring + static_cast<size_t>(((r % n) + n) % n) * run.ringRowBytes;
+                if (y == 0 || j == n - 1) gatherRow(run, s, sBase, r, width, slot);
+                run.rows[j] = slot + leftBytes;
+            }
+            char* dRow = dBase + y * d.rowStep;
+            NbRow row;
+            row.src = run.rows;
+            row.dst = direct ? dRow : run.out;
+            row.scratch = run.scratch;
+            row.width = width;
+            row.channels = run.channels;
+            k.row(row, k.context);
+            if (direct) continue;
+            const uint8_t* maskRow =
+                mask ? reinterpret_cast<const uint8_t*>(mask->data + y * mask->rowStep) : nullptr;
+            writeRow(run, d, dRow, run.out, width, maskRow, mask ? mask->bit : 0);
+        }
+    }
+}
+
+// A bordered copy of a piece's footprint, and the piece run from it.
+NbResult runFetched(const Run& run, const OzlImage* src, int x, int y, int width, int height,
+                    const Operand& d, const Operand* mask) {
+    const Margins& m = run.kernel->margins;
+    const image::Rect region = image::regionRect(src);
+    const Rect area{region.x + x - m.left, region.y + y - m.top, width + m.left + m.right,
+                    height + m.top + m.bottom};
+    const FetchedBlock block = fetchRect(src, area);
+    if (block.status != FetchedBlock::Done)
+        return block.status == FetchedBlock::TileFailed ? NbResult::ReadTile : NbResult::NoMemory;
+    OzlImage header;
+    OzlROI roi;
+    wrapBlock(src, block, area, Rect{m.left, m.top, width, height}, &header, &roi);
+    const Operand mk = mask ? shifted(*mask, x, y) : Operand{};
+    runPiece(run, operandOf(&header), shifted(d, x, y), mask ? &mk : nullptr, width, height);
+    ozlFree(block.data);
+    return NbResult::Done;
+}
+
+constexpr int kMinStrip = 16;
+// Rows of the middle band computed together: the side strips of a band run
+// right after its interior, while the band's rows are still in cache.
+constexpr int kBandRows = 64;
+
+// Untiled images that share no pixels: the interior in place, the top and
+// bottom strips and, band by band, the left and right strips from bordered
+// copies.
+NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand* mask, int width,
+                  int height) {
+    const Margins& m = run.kernel->margins;
+    const image::Rect region = image::regionRect(src);
+    auto clampTo = [](int64_t v, int lo, int hi) {
+        return static_cast<int>(std::min<int64_t>(hi, std::max<int64_t>(lo, v)));
+    };
+    int x0 = clampTo(static_cast<int64_t>(m.left) - region.x, 0, width);
+    int x1 = clampTo(static_cast<int64_t>(src->width) - m.right - region.x, x0, width);
+    // Side strips a few pixels wide would be computed a handful of values at
+    // a time: they take at least kMinStrip pixels, the rest of their width
+    // from the interior.
+    if (x0 > 0) x0 = std::min(x1, std::max(x0, kMinStrip));
+    if (x1 < width) x1 = std::max(x0, std::min(x1, width - kMinStrip));
+    const int y0 = clampTo(static_cast<int64_t>(m.top) - region.y, 0, height);
+    const int y1 = clampTo(static_cast<int64_t>(src->height) - m.bottom - region.y, y0, height);
+    for (const Rect& s : {Rect{0, 0, width, y0}, Rect{0, y1, width, height - y1}}) {
+        if (s.height <= 0) continue;
+        const NbResult r = runFetched(run, src, s.x, s.y, s.width, s.height, d, mask);
+        if (r != NbResult::Done) return r;
+    }
+    const Operand interior = shifted(operandOf(src), x0, y0);
+    for (int y = y0; y < y1; y += kBandRows) {
+        const int h = std::min(kBandRows, y1 - y);
+        if (x1 > x0) {
+            const Operand mk = mask ? shifted(*mask, x0, y) : Operand{};
+            runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
+                     x1 - x0, h);
+        }
+        for (const Rect& s : {Rect{0, y, x0, h}, Rect{x1, y, width - x1, h}}) {
+            if (s.width <= 0) continue;
+            const NbResult r = runFetched(run, src, s.x, s.y, s.width, s.height, d, mask);
+            if (r != NbResult::Done) return r;
+        }
+    }
+    return NbResult::Done;
+}
+
+// Untiled destination, tiled source: pieces on the source's tile grid.
+NbResult runBySourceTiles(const Run& run, OzlImage* src, const Operand& d, const Operand* mask,
+                          int width, int height) {
+    const image::Rect region = image::regionRect(src);
+    const int tw = src->tileInfo->width, th = src->tileInfo->height;
+    for (int y = 0; y < height;) {
+        const int h = std::min(height - y, th - (region.y + y) % th);
+        for (int x = 0; x < width;) {
+            const int w = std::min(width - x, tw - (region.x + x) % tw);
+            const NbResult r = runFetched(run, src, x, y, w, h, d, mask);
+            if (r != NbResult::Done) return r;
+            x += w;
+        }
+        y += h;
+    }
+    return NbResult::Done;
+}
+
+// True when writing the destination could change source pixels still to be read.
+bool shareStorage(const OzlImage* src, const OzlImage* dst) {
+    if (src == dst) return true;
+    if (src->tileInfo || dst->tileInfo) return src->tileInfo == dst->tileInfo;
+    const char* s = src->imageData;
+    const char* d = dst->imageData;
+    return s < d + dst->imageSize && d < s + src->imageSize;
+}
+
+}  // namespace
+
+NbResult runNeighbourhood(OzlImage* src, OzlImage* dst, const OzlImage* mask, int width,
+                          int height, const NbKernel& kernel, const NbOptions& options) {
+    if (width <= 0 || height <= 0) return NbResult::Done;
+    const Margins& m = kernel.margins;
+    const int64_t rows = static_cast<int64_t>(m.top) + 1 + m.bottom;
+    if (m.left < 0 || m.top < 0 || m.right < 0 || m.bottom < 0 || rows > INT32_MAX / 2 ||
+        static_cast<int64_t>(width) + m.left + m.right > INT32_MAX / 2 ||
+        static_cast<int64_t>(height) + rows > INT32_MAX / 2)
+        return NbResult::NoMemory;
+
+    Run run;
+    run.kernel = &kernel;
+    const int channels = image::effectiveChannels(dst);
+    const bool planes = src->dataOrder == OZL_DATA_ORDER_PLANE ||
+                        dst->dataOrder == OZL_DATA_ORDER_PLANE;
+    run.passes = planes ? channels : 1;
+    run.channels = planes ? 1 : channels;
+    run.maxWidth = width;
+    run.rowsNeeded = static_cast<int>(rows);
+    run.srcBytes = static_cast<size_t>(std::max(1, image::depthBits(src->depth) / 8));
+    run.dstBytes = static_cast<size_t>(std::max(1, image::depthBits(dst->depth) / 8));
+    const int srcStride = src->dataOrder == OZL_DATA_ORDER_PLANE ? 1 : src->nChannels;
+    run.gathered = src->depth == OZL_DEPTH_1U || srcStride != run.channels;
+    if (!run.allocate()) return NbResult::NoMemory;
+
+    const Operand maskOp = mask ? operandOf(mask) : Operand{};
+    const Operand* maskPtr = mask ? &maskOp : nullptr;
+
+    // A source whose pixels the destination shares is read from one copy.
+    OzlImage copyHeader;
+    OzlROI copyRoi;
+    char* copyData = nullptr;
+    OzlImage* source = src;
+    if (shareStorage(src, dst)) {
+        const image::Rect region = image::regionRect(src);
+        const Rect area{region.x - m.left, region.y - m.top, width + m.left + m.right,
+                        height + m.top + m.bottom};
+        const FetchedBlock block = fetchRect(src, area);
+        if (block.status != FetchedBlock::Done)
+            return block.status == FetchedBlock::TileFailed ? NbResult::ReadTile
+                                                            : NbResult::NoMemory;
+        copyData = block.data;
+        wrapBlock(src, block, area, Rect{m.left, m.top, width, height}, &copyHeader, &copyRoi);
+        source = &copyHeader;
+    }
+
+    NbResult result = NbResult::Done;
+    if (!image::isTiled(dst)) {
+        const Operand d = operandOf(dst);
+        if (!image::isTiled(source))
+            result = runSplit(run, source, d, maskPtr, width, height);
+        else if (options.walkSourceTiles)
+            result = runBySourceTiles(run, source, d, maskPtr, width, height);
+        else
+            result = runFetched(run, source, 0, 0, width, height, d, maskPtr);
+    } else {
+        const LedSource led{source, m.left, m.top, m.right, m.bottom};
+        const LedResult walked =
+            walkLed(dst, &led, 1, mask, width, height, [&](const LedPiece& piece) {
+                const Operand pm = piece.mask ? operandOf(piece.mask) : Operand{};
+                runPiece(run, operandOf(piece.src[0]), operandOf(piece.dst),
+                         piece.mask ? &pm : nullptr, piece.dst->roi->width,
+                         piece.dst->roi->height);
+                return true;
+            });
+        switch (walked.kind) {
+            case LedResult::WriteTile: result = NbResult::WriteTile; break;
+            case LedResult::ReadTile: result = NbResult::ReadTile; break;
+            case LedResult::Fetch:
+                result = walked.fetch == FetchedBlock::TileFailed ? NbResult::ReadTile
+                                                                  : NbResult::NoMemory;
+                break;
+            default: break;
+        }
+    }
+    ozlFree(copyData);
+    return result;
+}
+
+}  // namespace ozl::core

@@ -1,0 +1,78 @@
+// The neighbourhood driver: computes a destination region whose every pixel
+// depends on a rectangle of source pixels around it (convolutions, rank and
+// morphological filters). It never names an operation.
+//
+// The kernel sees one destination row at a time: the source rows the row
+// needs, each valid over the row's width plus the margins on both sides, the
+// processed channels interleaved. Pixels outside the source image come from
+// the bordered rectangle fetch (the source's border modes and constants):
+// - untiled images: the interior, whose footprint lies inside the source, is
+//   read in place; the top and bottom rows, and the left and right columns
+//   beside each band of interior rows (right after the band, while its rows
+//   are in cache), are computed from bordered copies of their own
+//   footprints, so the copying costs the margin area only;
+// - a source sharing its pixels with the destination is copied once, whole,
+//   before anything is written;
+// - a tiled destination is walked tile by tile (fetched for writing,
+//   released after), each tile reading the source in place when it can and a
+//   bordered copy of its footprint otherwise; a tiled source under an untiled
+//   destination is read through one bordered copy of the whole area, or tile
+//   by tile on request.
+// Channels of interest, alpha channels, plane order (one plane per pass) and
+// 1-bit images (values 0 and 1 as bytes, in and out) are the driver's; so is
+// the mask: a masked row is computed whole, then written where the mask's bit
+// is set.
+#pragma once
+
+#include <cstddef>
+
+#include "ozl.h"
+
+namespace ozl::core {
+
+// Pixels a destination pixel reads beyond itself, on each side.
+struct Margins {
+    int left = 0, top = 0, right = 0, bottom = 0;
+};
+
+struct NbRow {
+    // top + 1 + bottom rows, the first one `top` rows above the output row.
+    // Each points at the first processed value of the source pixel under
+    // output column 0 and is valid from `left` pixels before that pixel to
+    // `right` pixels after the last output pixel; `channels` values a pixel.
+    const void* const* src = nullptr;
+    void* dst = nullptr;      // `width` pixels of `channels` values, dense
+    void* scratch = nullptr;  // the kernel's working memory (NbKernel::scratchPerValue)
+    int width = 0;
+    int channels = 0;
+};
+
+using NbRowFn = void (*)(const NbRow& row, const void* context);
+
+struct NbKernel {
+    NbRowFn row = nullptr;
+    const void* context = nullptr;
+    Margins margins;
+    // Scratch the kernel needs: bytes per value of a source row with its
+    // margins (width + left + right pixels of `channels` values), plus 64.
+    size_t scratchPerValue = 0;
+};
+
+struct NbOptions {
+    // Untiled destination over a tiled source: pieces on the source's tile
+    // grid, each from a bordered copy of its own footprint, instead of one
+    // bordered copy of the whole area.
+    bool walkSourceTiles = false;
+};
+
+enum class NbResult { Done, NoMemory, ReadTile, WriteTile };
+
+// Computes the width x height region shared by src and dst (each anchored at
+// its own region origin). Both images have passed the header check and have
+// the same processed channel count; the mask, when given, is an untiled
+// 1-bit image whose region lines up with the destination's. Pieces done
+// before a failure stay done.
+NbResult runNeighbourhood(OzlImage* src, OzlImage* dst, const OzlImage* mask, int width,
+                          int height, const NbKernel& kernel, const NbOptions& options = {});
+
+}  // namespace ozl::core
