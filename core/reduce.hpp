@@ -58,14 +58,6 @@ inline bool counts(const ReduceRow& row, size_t i) {
     return (row.mask[bit >> 3] >> (7 - (bit & 7))) & 1;
 }
 
-// True when a row's processed values lie one after another (no channel of
-// interest or alpha to step over, no planes to cross).
-inline bool isDense(const RowView& r, size_t valueBytes) {
-    const auto size = static_cast<ptrdiff_t>(valueBytes);
-    return r.pixelStep != 0 && (r.channels == 1 || r.channelStep == size) &&
-           r.pixelStep == r.channels * size;
-}
-
 // Copies pixels [from, from + n) of source `s` of the row into `out` as dense
 // values (every processed channel of a pixel, pixel after pixel), writing
 // zero bytes for the pixels the mask leaves out. 1-bit rows give one byte of

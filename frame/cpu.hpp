@@ -19,6 +19,10 @@ Level active();
 // lifts the cap.
 void force(Level level);
 
+// True when the processor has the AVX-512 byte permutes (VBMI) on top of the
+// Avx512 level; an Avx512 kernel table may then pick kernels that use them.
+bool hasAvx512Vbmi();
+
 // "ref", "sse2", "avx2" or "avx512".
 const char* name(Level level);
 

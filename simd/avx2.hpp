@@ -78,6 +78,14 @@ struct Avx2 {
         return _mm256_add_epi64(low, _mm256_srli_epi64(a, 32));
     }
 
+    // The kBytes / 2 unsigned 16-bit values at p as 32-bit lanes, in order, in
+    // two vectors.
+    static void widenU16(const void* p, V* out) {
+        const auto* q = static_cast<const __m128i*>(p);
+        out[0] = _mm256_cvtepu16_epi32(_mm_loadu_si128(q));
+        out[1] = _mm256_cvtepu16_epi32(_mm_loadu_si128(q + 1));
+    }
+
     // 32 bytes widened to 16-bit lanes (see the 128-bit layer).
     static constexpr int kWidenGroups = 2;
     template <bool isSigned>

@@ -44,6 +44,14 @@ struct Avx512 {
         return _mm512_add_epi64(low, _mm512_maskz_srli_epi64(0xFF, a, 32));
     }
 
+    // The kBytes / 2 unsigned 16-bit values at p as 32-bit lanes, in order, in
+    // two vectors.
+    static void widenU16(const void* p, V* out) {
+        const auto* q = static_cast<const __m256i*>(p);
+        out[0] = _mm512_cvtepu16_epi32(_mm256_loadu_si256(q));
+        out[1] = _mm512_cvtepu16_epi32(_mm256_loadu_si256(q + 1));
+    }
+
     // 32 bytes widened to 16-bit lanes, in order, in one vector.
     static constexpr int kWidenGroups = 1;
     template <bool isSigned>

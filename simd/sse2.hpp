@@ -77,6 +77,14 @@ struct Sse2 {
         return _mm_add_epi64(low, _mm_srli_epi64(a, 32));
     }
 
+    // The kBytes / 2 unsigned 16-bit values at p as 32-bit lanes, in order, in
+    // two vectors.
+    static void widenU16(const void* p, V* out) {
+        const V x = load(p);
+        out[0] = _mm_unpacklo_epi16(x, zero());
+        out[1] = _mm_unpackhi_epi16(x, zero());
+    }
+
     // 32 bytes widened to 16-bit lanes, zero- or sign-extended, in
     // kWidenGroups vectors; the lane order is fixed per layer (the same call
     // on the bytes 0..31 tells where each byte went).

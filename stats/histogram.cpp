@@ -50,7 +50,13 @@ struct CountContext {
     size_t perChannel;   // counters of one channel
     uint32_t depth;
     CountBytesFn countBytes;
+    uint16_t* pairs;     // 8U, one channel: the pair table, or nullptr
+    size_t pending;      // pairs counted since the table was last folded
 };
+
+// One channel of at least this many 8-bit pixels is counted by pairs: below,
+// folding the pair table costs more than the increments it saves.
+constexpr int64_t kPairsFrom = int64_t{1} << 17;
 
 // The counter a value lands in. Values of depths the function refuses (when a
 // report callback clears the status and the call goes on) are counted by the
@@ -67,14 +73,14 @@ size_t levelOf(T v) {
 }
 
 template <class T>
-void countValues(const core::ReduceRow& row, const CountContext& ctx) {
+void countValues(const core::ReduceRow& row, CountContext& ctx) {
     const core::RowView& r = row.src[0];
     for (int c = 0; c < r.channels; ++c) {
         uint32_t* counters = ctx.counters + c * ctx.perChannel;
         const char* p = r.data + c * r.channelStep;
         if (std::is_same_v<T, uint8_t> && !row.mask) {
             ctx.countBytes(reinterpret_cast<const uint8_t*>(p), row.width,
-                           static_cast<size_t>(r.pixelStep), counters);
+                           static_cast<size_t>(r.pixelStep), {counters, ctx.pairs, &ctx.pending});
             continue;
         }
         for (size_t i = 0; i < row.width; ++i, p += r.pixelStep) {
@@ -97,7 +103,7 @@ void countBits(const core::ReduceRow& row, const CountContext& ctx) {
 }
 
 void countRow(const core::ReduceRow& row, void* context) {
-    const auto& ctx = *static_cast<const CountContext*>(context);
+    auto& ctx = *static_cast<CountContext*>(context);
     if (ctx.depth == OZL_DEPTH_1U) return countBits(row, ctx);
     image::withValueType(ctx.depth, [&](auto tag) { countValues<decltype(tag)>(row, ctx); });
 }
@@ -113,12 +119,21 @@ uint32_t* countLevels(const Caller& caller, OzlImage* src, const OzlImage* mask,
         fail(caller, OZL_StsNoMem, "Not enough memory for the histogram", kLineHistoMemory);
         return nullptr;
     }
-    CountContext ctx{counters, perChannel, src->depth, activeTable().countBytes};
+    // Pairs help large unmasked regions of one channel; without memory for
+    // them the count goes byte by byte.
+    const image::RegionStart region = image::regionStart(src, 0);
+    const bool pairs = bytes && nCh == 1 && !mask &&
+                       int64_t{region.width} * region.height >= kPairsFrom;
+    CountContext ctx{counters, perChannel, src->depth, activeTable().countBytes,
+                     pairs ? allocateZeroed<uint16_t>(kPairCounters) : nullptr, 0};
     core::ReduceKernel kernel;
     kernel.row = &countRow;
     kernel.context = &ctx;
     kernel.mergeRows = true;
-    if (core::reducePixels(src, nullptr, mask, kernel) != core::kMapDone) {
+    const int walked = core::reducePixels(src, nullptr, mask, kernel);
+    if (ctx.pairs) activeTable().foldPairs(ctx.pairs, counters);
+    ozlFree(ctx.pairs);
+    if (walked != core::kMapDone) {
         fail(caller, OZL_StsError, "Error get tile to read", kLineHistoTile);
         ozlFree(counters);
         return nullptr;
@@ -185,7 +200,8 @@ bool applyMaps(const Caller& caller, Pair im, const void* maps, int maskLine, in
     operands.dst = im.dst;
     core::MapKernel kernel;
     kernel.pixel = im.src->depth == OZL_DEPTH_8U ? &mapRow<uint8_t> : &mapRow<uint16_t>;
-    kernel.context = maps;
+    const MapContext context{maps, activeTable().mapBytes};
+    kernel.context = &context;
     const int result = core::mapPixels(operands, mask.image, kernel);
     image::releaseMask(mask);
     if (result == core::kMapNoMemory)

@@ -21,10 +21,46 @@ using image::kElemCount;
 
 // ---------------------------------------------------------------------------
 // Histograms. Bytes are counted into kByteTables tables of 256 counters used in
-// turn, so that runs of equal values do not wait on their own increments; the
-// caller adds the tables up. The scalar form uses the first table only.
+// turn, so that runs of equal values do not wait on their own increments, and
+// where the caller gives one, into a table of 65536 16-bit counters indexed by
+// two neighbouring bytes (the first in the low 8 bits): one increment for two
+// bytes, in a table small enough to stay near the core. It takes kPairLimit
+// pairs between folds, so that no counter can overflow; the kernel folds it
+// into the first byte table when full, the caller at the end. The scalar form
+// counts every byte singly into the first table.
 constexpr int kByteTables = 4;
-using CountBytesFn = void (*)(const uint8_t* p, size_t n, size_t stride, uint32_t* tables);
+constexpr size_t kPairCounters = 65536;
+constexpr size_t kPairLimit = 65535;
+
+struct ByteCounters {
+    uint32_t* tables;  // kByteTables x 256
+    uint16_t* pairs;   // kPairCounters, or nullptr
+    size_t* pending;   // pairs counted since the last fold
+};
+using CountBytesFn = void (*)(const uint8_t* p, size_t n, size_t stride, const ByteCounters& c);
+
+// counts[v] += every pair counter with v as its first or second byte; the
+// pair counters are left at zero.
+using FoldPairsFn = void (*)(uint16_t* pairs, uint32_t* counts);
+static inline void foldPairsScalar(uint16_t* pairs, uint32_t* counts) {
+    for (int second = 0; second < 256; ++second) {
+        uint16_t* row = pairs + second * 256;
+        uint32_t sum = 0;
+        for (int first = 0; first < 256; ++first) {
+            counts[first] += row[first];
+            sum += row[first];
+            row[first] = 0;
+        }
+        counts[second] += sum;
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Look-up maps of 8-bit values: d[i] = maps[(i mod period) * 256 + s[i]] over a
+// dense run of whole pixels of `period` channels, each channel with its own
+// map of 256 bytes. d may be s.
+using MapBytesFn = void (*)(const uint8_t* s, uint8_t* d, size_t n, const uint8_t* maps,
+                            int period);
 
 // ---------------------------------------------------------------------------
 // Moments. The power sums of a dense run of values p[0..n):
@@ -66,6 +102,8 @@ using NormRunFn = void (*)(const void* a, const void* b, size_t n, NormAcc& acc)
 
 struct KernelTable {
     CountBytesFn countBytes = nullptr;
+    FoldPairsFn foldPairs = nullptr;
+    MapBytesFn mapBytes = nullptr;
     MomentSumsFn momentSums[kElemCount] = {};  // integer value types
     NormRunFn norm[kNormKinds][kElemCount] = {};
 };
@@ -77,8 +115,15 @@ inline const KernelTable& activeTable() { return kernelTable(cpu::active()); }
 // Scalar forms. `static` so that every instruction-set file keeps its own copy
 // compiled for its own target.
 
-static inline void countBytesScalar(const uint8_t* p, size_t n, size_t stride, uint32_t* tables) {
-    for (size_t i = 0; i < n; ++i) ++tables[p[i * stride]];
+static inline void countBytesScalar(const uint8_t* p, size_t n, size_t stride,
+                                    const ByteCounters& c) {
+    for (size_t i = 0; i < n; ++i) ++c.tables[p[i * stride]];
+}
+
+static inline void mapBytesScalar(const uint8_t* s, uint8_t* d, size_t n, const uint8_t* maps,
+                                  int period) {
+    for (size_t i = 0; i < n; i += static_cast<size_t>(period))
+        for (int c = 0; c < period && i + c < n; ++c) d[i + c] = maps[c * 256 + s[i + c]];
 }
 
 template <class T>

@@ -32,6 +32,8 @@ const KernelTable& kernelTableRef() {
     static const KernelTable table = [] {
         KernelTable t;
         t.countBytes = &countBytesScalar;
+        t.foldPairs = &foldPairsScalar;
+        t.mapBytes = &mapBytesScalar;
         image::forEachValueType([&](auto tag) {
             using T = decltype(tag);
             if constexpr (std::is_integral_v<T>)

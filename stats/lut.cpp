@@ -151,9 +151,28 @@ template <class T>
 void mapRow(const core::RowView* src, const core::RowView& dst, size_t width,
             const void* context) {
     constexpr size_t kLevels = size_t{1} << (8 * sizeof(T));
+    const auto& ctx = *static_cast<const MapContext*>(context);
     const core::RowView& s = src[0];
-    for (int c = 0; c < dst.channels; ++c) {
-        const T* map = static_cast<const T*>(context) + c * kLevels;
+    const int nCh = dst.channels;
+    if constexpr (sizeof(T) == 1) {
+        const auto* maps = static_cast<const uint8_t*>(ctx.maps);
+        // Interleaved channels: one run, each value through its channel's map.
+        if (core::isDense(s, 1) && core::isDense(dst, 1)) {
+            ctx.mapBytes(reinterpret_cast<const uint8_t*>(s.data),
+                         reinterpret_cast<uint8_t*>(dst.data), width * nCh, maps, nCh);
+            return;
+        }
+        // Planes: a run per channel.
+        if (s.pixelStep == 1 && dst.pixelStep == 1) {
+            for (int c = 0; c < nCh; ++c)
+                ctx.mapBytes(reinterpret_cast<const uint8_t*>(s.data + c * s.channelStep),
+                             reinterpret_cast<uint8_t*>(dst.data + c * dst.channelStep), width,
+                             maps + c * kLevels, 1);
+            return;
+        }
+    }
+    for (int c = 0; c < nCh; ++c) {
+        const T* map = static_cast<const T*>(ctx.maps) + c * kLevels;
         const char* in = s.data + c * s.channelStep;
         char* out = dst.data + c * dst.channelStep;
         const bool aligned = (reinterpret_cast<uintptr_t>(in) | reinterpret_cast<uintptr_t>(out)) %

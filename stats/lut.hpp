@@ -10,6 +10,7 @@
 #include "core/checks.hpp"
 #include "core/pixelwise.hpp"
 #include "ozl.h"
+#include "stats/kernels.hpp"
 
 namespace ozl::stats {
 
@@ -86,8 +87,14 @@ private:
     void* maps_ = nullptr;        // channel after channel, size_ entries each
 };
 
-// Pixel kernel: every processed channel c of src through the map at
-// context + c * 2^bits(T), into dst.
+// What the pixel kernel reads: the maps, channel after channel, 2^bits(T)
+// entries each, and the kernel for dense runs of 8-bit values.
+struct MapContext {
+    const void* maps;
+    MapBytesFn mapBytes;
+};
+
+// Pixel kernel: every processed channel c of src through its map, into dst.
 template <class T>
 void mapRow(const core::RowView* src, const core::RowView& dst, size_t width,
             const void* context);

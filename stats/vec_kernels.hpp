@@ -40,17 +40,76 @@ uint8_t maxLanes8(typename Vx::V v) {
 }
 
 // ---------------------------------------------------------------------------
-// Histograms: bytes counted into kByteTables tables in turn, four bytes per
-// load. Scalar code; it is the first vector level's, since the reference
-// counts into one table.
+// Histograms: the pair table folded into the byte counters, the first bytes'
+// counts as column sums, four vectors of columns at a time down the 256 rows,
+// the second bytes' as row sums, clearing each row once read. 32-bit lanes
+// wrap like the counters.
 
-static inline void countBytesTables(const uint8_t* p, size_t n, size_t stride, uint32_t* t) {
-    uint32_t* t0 = t;
-    uint32_t* t1 = t + 256;
-    uint32_t* t2 = t + 512;
-    uint32_t* t3 = t + 768;
+template <class Vx>
+void foldPairsVec(uint16_t* pairs, uint32_t* counts) {
+    using V = typename Vx::V;
+    constexpr int L = static_cast<int>(Vx::kBytes / 4);  // 32-bit lanes
+    for (int c0 = 0; c0 < 256; c0 += 4 * L) {
+        V a[4];
+        for (int k = 0; k < 4; ++k) a[k] = Vx::load(counts + c0 + k * L);
+        for (int second = 0; second < 256; ++second) {
+            const uint16_t* row = pairs + second * 256 + c0;
+            for (int h = 0; h < 2; ++h) {
+                V w[2];
+                Vx::widenU16(row + h * 2 * L, w);
+                a[2 * h] = Vx::add32(a[2 * h], w[0]);
+                a[2 * h + 1] = Vx::add32(a[2 * h + 1], w[1]);
+            }
+        }
+        for (int k = 0; k < 4; ++k) Vx::store(counts + c0 + k * L, a[k]);
+    }
+    for (int second = 0; second < 256; ++second) {
+        uint16_t* row = pairs + second * 256;
+        V s = Vx::zero();
+        for (int c = 0; c < 256; c += 2 * L) {
+            V w[2];
+            Vx::widenU16(row + c, w);
+            s = Vx::add32(s, Vx::add32(w[0], w[1]));
+            Vx::store(row + c, Vx::zero());
+        }
+        uint32_t lanes[L];
+        Vx::store(lanes, s);
+        uint32_t sum = 0;
+        for (uint32_t x : lanes) sum += x;
+        counts[second] += sum;
+    }
+}
+
+// Scalar counting: dense runs by pairs where there is a pair table (half the
+// increments, which bound the count), else bytes into the four tables in turn.
+template <class Vx>
+void countBytesVec(const uint8_t* p, size_t n, size_t stride, const ByteCounters& c) {
+    uint32_t* t0 = c.tables;
+    uint32_t* t1 = t0 + 256;
+    uint32_t* t2 = t0 + 512;
+    uint32_t* t3 = t0 + 768;
     size_t i = 0;
-    if (stride == 1) {
+    if (stride == 1 && c.pairs) {
+        uint16_t* pairs = c.pairs;
+        while (i + 8 <= n) {
+            if (*c.pending + 4 > kPairLimit) {
+                foldPairsVec<Vx>(pairs, t0);
+                *c.pending = 0;
+            }
+            const size_t room = (kPairLimit - *c.pending) / 4 * 8;
+            const size_t stop = i + std::min(room, (n - i) / 8 * 8);
+            *c.pending += (stop - i) / 2;
+            for (; i < stop; i += 8) {
+                uint32_t w0, w1;
+                std::memcpy(&w0, p + i, 4);
+                std::memcpy(&w1, p + i + 4, 4);
+                ++pairs[w0 & 0xFFFF];
+                ++pairs[w0 >> 16];
+                ++pairs[w1 & 0xFFFF];
+                ++pairs[w1 >> 16];
+            }
+        }
+    } else if (stride == 1) {
         for (; i + 8 <= n; i += 8) {
             uint32_t w0, w1;
             std::memcpy(&w0, p + i, 4);
@@ -252,7 +311,8 @@ void normU8(const void* pa, const void* pb, size_t n, NormAcc& acc) {
 template <class Vx>
 KernelTable vectorTable() {
     KernelTable t = kernelTable(cpu::Level::Ref);
-    t.countBytes = &countBytesTables;
+    t.countBytes = &countBytesVec<Vx>;
+    t.foldPairs = &foldPairsVec<Vx>;
     t.momentSums[static_cast<int>(Elem::U8)] = &momentSums8<Vx, uint8_t>;
     t.momentSums[static_cast<int>(Elem::S8)] = &momentSums8<Vx, int8_t>;
     t.norm[static_cast<int>(NormKind::C)][static_cast<int>(Elem::U8)] = &normU8<Vx, NormKind::C>;

@@ -165,6 +165,26 @@ TEST(ComputeHisto, CountsOnlyMaskedPixelsAndAgreesOverTiles) {
     EXPECT_TRUE(errors.empty());
 }
 
+// Large one-channel regions are counted by pairs of neighbouring pixels: one
+// long run of packed rows, and rows of odd width one at a time.
+TEST(ComputeHisto, LargeRegionsAgreeWithThePlainCount) {
+    ozlSetErrStatus(OZL_StsOk);
+    ErrorCapture errors;
+    TestImage im(OZL_DEPTH_8U, 512, 300);
+    im.fillRandom(31);
+    for (int x = 0; x < 512; ++x) im.put(x, 7, 0, 200);  // a run of equal values
+    for (bool roi : {false, true}) {
+        if (roi) im.setRoi(0, 3, 1, 501, 299);
+        Tables tables;
+        std::vector<int32_t> keys(257);
+        for (int j = 0; j <= 256; ++j) keys[j] = j;
+        tables.add(keys);
+        ozlComputeHisto(im, tables.get());
+        expectBinned(*tables.all[0], levelCounts(im, nullptr, 256)[0]);
+    }
+    EXPECT_TRUE(errors.empty());
+}
+
 TEST(ComputeHisto, RefusesBadTablesInOrderLeavingThemAlone) {
     ozlSetErrStatus(OZL_StsOk);  // a negative status left over stops these operations
     struct Bad {
