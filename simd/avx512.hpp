@@ -40,7 +40,6 @@ struct Avx512 {
     // Adjacent pairs of non-negative 32-bit lanes added into 64-bit lanes.
     static V addPairs32(V a) {
         const V low = _mm512_and_si512(a, _mm512_set1_epi64(0xFFFFFFFF));
-        // The zero-masked shift: GCC 12 warns about the plain form's undefined source.
         return _mm512_add_epi64(low, _mm512_maskz_srli_epi64(0xFF, a, 32));
     }
 
@@ -48,8 +47,8 @@ struct Avx512 {
     // two vectors.
     static void widenU16(const void* p, V* out) {
         const auto* q = static_cast<const __m256i*>(p);
-        out[0] = _mm512_cvtepu16_epi32(_mm256_loadu_si256(q));
-        out[1] = _mm512_cvtepu16_epi32(_mm256_loadu_si256(q + 1));
+        out[0] = _mm512_maskz_cvtepu16_epi32(0xFFFF, _mm256_loadu_si256(q));
+        out[1] = _mm512_maskz_cvtepu16_epi32(0xFFFF, _mm256_loadu_si256(q + 1));
     }
 
     // 32 bytes widened to 16-bit lanes, in order, in one vector.
@@ -57,7 +56,8 @@ struct Avx512 {
     template <bool isSigned>
     static void widen32(const void* p, V* out) {
         const __m256i x = _mm256_loadu_si256(static_cast<const __m256i*>(p));
-        out[0] = isSigned ? _mm512_cvtepi8_epi16(x) : _mm512_cvtepu8_epi16(x);
+        const __mmask32 all = 0xFFFFFFFFu;
+        out[0] = isSigned ? _mm512_maskz_cvtepi8_epi16(all, x) : _mm512_maskz_cvtepu8_epi16(all, x);
     }
 };
 

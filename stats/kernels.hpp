@@ -164,20 +164,25 @@ static inline void normScalar(const T* a, const T* b, size_t n, NormAcc& acc, si
             }
         }
     } else {
-        uint64_t max = acc.max;
-        Sum128 sum;
+        // One run's sum fits 64 bits but for squares of 32-bit differences.
+        constexpr bool wide = kind == NormKind::L2 && sizeof(T) == 4;
+        uint64_t max = acc.max, sum = 0;
+        Sum128 wideSum;
         for (size_t i = first; i < n; ++i) {
             const uint64_t v = magnitude<T>(a[i], b ? b[i] : T{0});
             if constexpr (kind == NormKind::C) {
                 if (v > max) max = v;
             } else if constexpr (kind == NormKind::L1) {
-                sum.add(v);
+                sum += v;
+            } else if constexpr (wide) {
+                wideSum.add(v * v);
             } else {
-                sum.add(v * v);
+                sum += v * v;
             }
         }
         acc.max = max;
         acc.sum.add(sum);
+        acc.sum.add(wideSum);
     }
 }
 
