@@ -9,15 +9,6 @@ namespace ozl::core {
 
 namespace {
 
-struct Origin {
-    int x = 0, y = 0;
-};
-
-Origin originOf(const OzlImage* image) {
-    if (!image->roi) return {};
-    return {image->roi->xOffset, image->roi->yOffset};
-}
-
 // Rows of an image that follow each other without a gap: one long row.
 bool packed(const OzlImage* image, const RowView& r, size_t width) {
     if (!image) return true;
@@ -29,7 +20,7 @@ bool packed(const OzlImage* image, const RowView& r, size_t width) {
 // The rows of one untiled piece; (at.x, at.y) is its first pixel in the first
 // source's image coordinates.
 void reduceUntiled(OzlImage* first, OzlImage* second, const OzlImage* mask, int width, int height,
-                   Origin at, const ReduceKernel& k) {
+                   image::Origin at, const ReduceKernel& k) {
     const ReducePiece piece{at.x, at.y, width, height};
     if (k.begin) k.begin(piece, k.context);
     RowView src[kMaxSources];
@@ -68,7 +59,7 @@ int reducePixels(OzlImage* first, OzlImage* second, const OzlImage* mask,
     operands.dst = first;
     const Size size = commonSize(operands, mask);
     if (size.width == 0 || size.height == 0) return kMapDone;
-    const Origin origin = originOf(first);
+    const image::Origin origin = image::regionOrigin(first);
     if (!image::isTiled(first) && !image::isTiled(second)) {
         reduceUntiled(first, second, mask, size.width, size.height, origin, kernel);
         return kMapDone;
