@@ -69,6 +69,8 @@ void runValues(Context& ctx, const char* a, const char* b, size_t n) {
 
 void normRow(const core::ReduceRow& in, void* context) {
     auto& ctx = *static_cast<Context*>(context);
+    // A one-channel image whose channel is its alpha has nothing to add.
+    if (ctx.channels == 0) return;
     // Every source shows the channels both have (the counts differ only when a
     // report callback let a refused call go on).
     core::RowView src[2] = {in.src[0], in.src[1]};

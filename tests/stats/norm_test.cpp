@@ -198,7 +198,18 @@ TEST(Norm, HandWorkedValuesAndZeroDenominators) {
     EXPECT_EQ(ozlNorm(p, nullptr, OZL_L2), std::sqrt(2.0));
     EXPECT_TRUE(errors.empty());
 
+    // A one-channel image whose channel is alpha processes no values at all
+    // (a masked walk included).
+    TestImage alphaOnly(OZL_DEPTH_8U, 5, 2, 1, OZL_DATA_ORDER_PIXEL, true), ones(OZL_DEPTH_1U, 5, 2);
+    alphaOnly.fill(9);
+    ones.fill(1);
+    EXPECT_EQ(ozlNorm(alphaOnly, nullptr, OZL_L1), 0.0);
+    alphaOnly.setMask(&ones);
+    EXPECT_EQ(ozlNorm(alphaOnly, nullptr, OZL_C), 0.0);
+    EXPECT_TRUE(errors.empty());
+
     TestImage zero(OZL_DEPTH_8S, 3, 1);
+    EXPECT_EQ(ozlNorm(alphaOnly, alphaOnly, OZL_RELATIVEL1), -1.0);
     for (int type : {OZL_RELATIVEC, OZL_RELATIVEL1, OZL_RELATIVEL2}) {
         EXPECT_EQ(ozlNorm(a, zero, type), -1.0);
         EXPECT_EQ(errors.last(), (ErrorReport{OZL_StsBadArg, "ozlNorm", "Zero divided", "ozlnorm", 168}));
