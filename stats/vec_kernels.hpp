@@ -40,44 +40,38 @@ uint8_t maxLanes8(typename Vx::V v) {
 }
 
 // ---------------------------------------------------------------------------
-// Histograms: the pair table folded into the byte counters, the first bytes'
-// counts as column sums, four vectors of columns at a time down the 256 rows,
-// the second bytes' as row sums, clearing each row once read. 32-bit lanes
-// wrap like the counters.
+// Histograms: the pair table folded into the byte counters in one pass down
+// its 256 rows: the first bytes' counts as column sums held in vectors, the
+// second bytes' as row sums, each row cleared once read. 32-bit lanes wrap
+// like the counters.
 
 template <class Vx>
 void foldPairsVec(uint16_t* pairs, uint32_t* counts) {
     using V = typename Vx::V;
     constexpr int L = static_cast<int>(Vx::kBytes / 4);  // 32-bit lanes
-    for (int c0 = 0; c0 < 256; c0 += 4 * L) {
-        V a[4];
-        for (int k = 0; k < 4; ++k) a[k] = Vx::load(counts + c0 + k * L);
-        for (int second = 0; second < 256; ++second) {
-            const uint16_t* row = pairs + second * 256 + c0;
-            for (int h = 0; h < 2; ++h) {
-                V w[2];
-                Vx::widenU16(row + h * 2 * L, w);
-                a[2 * h] = Vx::add32(a[2 * h], w[0]);
-                a[2 * h + 1] = Vx::add32(a[2 * h + 1], w[1]);
-            }
-        }
-        for (int k = 0; k < 4; ++k) Vx::store(counts + c0 + k * L, a[k]);
-    }
+    constexpr int kColumns = 256 / L;
+    V column[kColumns];
+    for (int k = 0; k < kColumns; ++k) column[k] = Vx::load(counts + k * L);
+    alignas(64) uint32_t rowSums[256];
     for (int second = 0; second < 256; ++second) {
         uint16_t* row = pairs + second * 256;
         V s = Vx::zero();
-        for (int c = 0; c < 256; c += 2 * L) {
+        for (int k = 0; k < kColumns; k += 2) {
             V w[2];
-            Vx::widenU16(row + c, w);
+            Vx::widenU16(row + k * L, w);
+            column[k] = Vx::add32(column[k], w[0]);
+            column[k + 1] = Vx::add32(column[k + 1], w[1]);
             s = Vx::add32(s, Vx::add32(w[0], w[1]));
-            Vx::store(row + c, Vx::zero());
+            Vx::store(row + k * L, Vx::zero());
         }
         uint32_t lanes[L];
         Vx::store(lanes, s);
         uint32_t sum = 0;
         for (uint32_t x : lanes) sum += x;
-        counts[second] += sum;
+        rowSums[second] = sum;
     }
+    for (int k = 0; k < kColumns; ++k) Vx::store(counts + k * L, column[k]);
+    for (int second = 0; second < 256; ++second) counts[second] += rowSums[second];
 }
 
 // Scalar counting: dense runs by pairs where there is a pair table (half the
