@@ -46,6 +46,14 @@ struct RowView {
     int bit = 0;                // 1-bit rows: bit of the first pixel, most significant first
 };
 
+// True when a row's processed values lie one after another (no channel of
+// interest or alpha to step over, no planes to cross).
+inline bool isDense(const RowView& r, size_t valueBytes) {
+    const auto size = static_cast<ptrdiff_t>(valueBytes);
+    return r.pixelStep != 0 && (r.channels == 1 || r.channelStep == size) &&
+           r.pixelStep == r.channels * size;
+}
+
 // Computes `width` pixels of dst from the sources' pixels at the same places.
 // A 1-bit destination always starts at bit 0 of its first byte, and the
 // kernel may write every bit of the bytes the row covers.

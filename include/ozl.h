@@ -1023,6 +1023,69 @@ OZL_API void OZL_CALL ozlGrayToColor(OzlImage *src, OzlImage *dst, float FractR,
                                      float FractB);
 
 /* ------------------------------------------------------------------------ */
+/* Statistics: histograms and look-up tables, moments, norms                 */
+/* ------------------------------------------------------------------------ */
+
+/*
+ * lut is an array of table pointers indexed by channel: with a channel of
+ * interest c the first processed channel uses lut[c - 1], else lut[0], the
+ * following channels the following entries. Histogram size: 2 levels for 1U,
+ * 256 for 8U, 65536 for 16U. Keys must start at 0 or above, end at the
+ * histogram size or below and never decrease (status -5 otherwise). Only the
+ * pixels the masks admit are counted or written.
+ *
+ * ozlComputeHisto: value[i] = number of pixels with key[i] <= v < key[i+1]
+ * (32-bit counts), for 1U, 8U and 16U images; -5 for a NULL lut and for
+ * signed or float depths, -4 without memory.
+ * ozlContrastStretch: maps 8U or 16U src into dst: levels of bin i to value[i]
+ * (step) or value[i] + (v - key[i]) * factor[i] (linear, wrapping to the
+ * depth's width); levels outside the keys unchanged. -5 for unequal depths,
+ * other depths, data order, origin or channel counts, and for a linear table
+ * without factor.
+ * ozlHistoEqualize: equalises src into dst from the binned counts in the
+ * tables, then refills the tables (the destination's channel of interest
+ * picks them) with the binned counts of the result; -3 "All values in
+ * histogram are zeroes" when a channel's counts add up to 0, leaving image
+ * and tables as they were.
+ */
+OZL_API void OZL_CALL ozlComputeHisto(OzlImage *srcImage, OzlLUT **lut);
+OZL_API void OZL_CALL ozlContrastStretch(OzlImage *srcImage, OzlImage *dstImage, OzlLUT **lut);
+OZL_API void OZL_CALL ozlHistoEqualize(OzlImage *srcImage, OzlImage *dstImage, OzlLUT **lut);
+
+/*
+ * Moments of one channel (the channel of interest; -5 "Only one channel can
+ * be proceed" for a multi-channel image without one) of the region, up to
+ * order 3 (-5 "Illegal order of moment" beyond; result 0.0). x and y are the
+ * pixel's column and row in the image. Every depth: integer depths (1U as 0
+ * and 1) are summed exactly and rounded once; 32F in double precision. Masked
+ * pixels take no part. An empty region leaves the state alone and gives 0.0.
+ * Normalised moments divide by the region's size (W^m H^n), not by powers of
+ * M00; ozlNormalizedSpatialMoment forms W^m H^n in wrapping 32-bit arithmetic.
+ */
+OZL_API void OZL_CALL ozlMoments(OzlImage *image, OzlMomentState state);
+OZL_API double OZL_CALL ozlGetSpatialMoment(OzlMomentState state, int m, int n);
+OZL_API double OZL_CALL ozlGetNormalizedSpatialMoment(OzlMomentState state, int m, int n);
+OZL_API double OZL_CALL ozlGetCentralMoment(OzlMomentState state, int m, int n);
+OZL_API double OZL_CALL ozlGetNormalizedCentralMoment(OzlMomentState state, int m, int n);
+OZL_API double OZL_CALL ozlSpatialMoment(OzlImage *image, int m, int n);
+OZL_API double OZL_CALL ozlNormalizedSpatialMoment(OzlImage *image, int m, int n);
+OZL_API double OZL_CALL ozlCentralMoment(OzlImage *image, int m, int n);
+OZL_API double OZL_CALL ozlNormalizedCentralMoment(OzlImage *image, int m, int n);
+
+/*
+ * The norm of srcImageA's region (srcImageB NULL: OZL_C, OZL_L1, OZL_L2) or of
+ * the difference A - B (also OZL_RELATIVEC, OZL_RELATIVEL1, OZL_RELATIVEL2:
+ * divided by B's norm) over every processed channel (the channel of interest,
+ * or all but alpha). Every depth; integer depths (1U as 0 and 1) are summed
+ * exactly and rounded once, 32F in double precision. B's region starts at its
+ * own offsets; both regions are cut to the smaller one. A pixel counts when
+ * every mask given (A's, B's) has its bit set. Tiles: maxima and sums of the
+ * tiles combined. Returns -1.0 with -5 "Zero divided" for a zero denominator,
+ * -2.0 with status -2 when a tile cannot be fetched; 0.0 on argument failures.
+ */
+OZL_API double OZL_CALL ozlNorm(OzlImage *srcImageA, OzlImage *srcImageB, int normType);
+
+/* ------------------------------------------------------------------------ */
 /* Test images                                                               */
 /* ------------------------------------------------------------------------ */
 

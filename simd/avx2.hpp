@@ -68,6 +68,35 @@ struct Avx2 {
 
     static V mullo16(V a, V b) { return _mm256_mullo_epi16(a, b); }
     static V mulhiU16(V a, V b) { return _mm256_mulhi_epu16(a, b); }
+    // Products of signed 16-bit lanes, adjacent pairs added into 32-bit lanes.
+    static V madd16(V a, V b) { return _mm256_madd_epi16(a, b); }
+    static V add64(V a, V b) { return _mm256_add_epi64(a, b); }
+    static V maxU8(V a, V b) { return _mm256_max_epu8(a, b); }
+    // Sums of absolute differences of the 8 bytes of each 64-bit lane.
+    static V sadU8(V a, V b) { return _mm256_sad_epu8(a, b); }
+    // Adjacent pairs of non-negative 32-bit lanes added into 64-bit lanes.
+    static V addPairs32(V a) {
+        const V low = _mm256_and_si256(a, _mm256_set1_epi64x(0xFFFFFFFF));
+        return _mm256_add_epi64(low, _mm256_srli_epi64(a, 32));
+    }
+
+    // The kBytes / 2 unsigned 16-bit values at p as 32-bit lanes, in order, in
+    // two vectors.
+    static void widenU16(const void* p, V* out) {
+        const auto* q = static_cast<const __m128i*>(p);
+        out[0] = _mm256_cvtepu16_epi32(_mm_loadu_si128(q));
+        out[1] = _mm256_cvtepu16_epi32(_mm_loadu_si128(q + 1));
+    }
+
+    // 32 bytes widened to 16-bit lanes (see the 128-bit layer).
+    static constexpr int kWidenGroups = 2;
+    template <bool isSigned>
+    static void widen32(const void* p, V* out) {
+        const V x = load(p);
+        const V ext = isSigned ? _mm256_cmpgt_epi8(zero(), x) : zero();
+        out[0] = _mm256_unpacklo_epi8(x, ext);
+        out[1] = _mm256_unpackhi_epi8(x, ext);
+    }
     static V mulhiS16(V a, V b) { return _mm256_mulhi_epi16(a, b); }
     static V madd16(V a, V b) { return _mm256_madd_epi16(a, b); }
     // Unsigned bytes of a times signed bytes of b, pairs summed into int16

@@ -313,6 +313,29 @@ struct Avx512 {
     static V packOrder(V v) {
         return _mm512_permutexvar_epi64(_mm512_set_epi64(7, 5, 3, 1, 6, 4, 2, 0), v);
     }
+
+    static V add64(V a, V b) { return _mm512_add_epi64(a, b); }
+    static V sadU8(V a, V b) { return _mm512_sad_epu8(a, b); }
+    // Adjacent pairs of non-negative 32-bit lanes added into 64-bit lanes.
+    static V addPairs32(V a) {
+        const V low = _mm512_and_si512(a, _mm512_set1_epi64(0xFFFFFFFF));
+        return _mm512_add_epi64(low, _mm512_maskz_srli_epi64(0xFF, a, 32));
+    }
+    // The kBytes / 2 unsigned 16-bit values at p as 32-bit lanes, in order, in
+    // two vectors.
+    static void widenU16(const void* p, V* out) {
+        const auto* q = static_cast<const __m256i*>(p);
+        out[0] = _mm512_maskz_cvtepu16_epi32(0xFFFF, _mm256_loadu_si256(q));
+        out[1] = _mm512_maskz_cvtepu16_epi32(0xFFFF, _mm256_loadu_si256(q + 1));
+    }
+    // 32 bytes widened to 16-bit lanes, in order, in one vector.
+    static constexpr int kWidenGroups = 1;
+    template <bool isSigned>
+    static void widen32(const void* p, V* out) {
+        const __m256i x = _mm256_loadu_si256(static_cast<const __m256i*>(p));
+        const __mmask32 all = 0xFFFFFFFFu;
+        out[0] = isSigned ? _mm512_maskz_cvtepi8_epi16(all, x) : _mm512_maskz_cvtepu8_epi16(all, x);
+    }
 };
 
 }  // namespace

@@ -70,6 +70,40 @@ struct Sse2 {
 
     static V mullo16(V a, V b) { return _mm_mullo_epi16(a, b); }
     static V mulhiU16(V a, V b) { return _mm_mulhi_epu16(a, b); }
+    // Products of signed 16-bit lanes, adjacent pairs added into 32-bit lanes.
+    static V madd16(V a, V b) { return _mm_madd_epi16(a, b); }
+    static V add64(V a, V b) { return _mm_add_epi64(a, b); }
+    static V maxU8(V a, V b) { return _mm_max_epu8(a, b); }
+    // Sums of absolute differences of the 8 bytes of each 64-bit lane.
+    static V sadU8(V a, V b) { return _mm_sad_epu8(a, b); }
+    // Adjacent pairs of non-negative 32-bit lanes added into 64-bit lanes.
+    static V addPairs32(V a) {
+        const V low = _mm_and_si128(a, _mm_set1_epi64x(0xFFFFFFFF));
+        return _mm_add_epi64(low, _mm_srli_epi64(a, 32));
+    }
+
+    // The kBytes / 2 unsigned 16-bit values at p as 32-bit lanes, in order, in
+    // two vectors.
+    static void widenU16(const void* p, V* out) {
+        const V x = load(p);
+        out[0] = _mm_unpacklo_epi16(x, zero());
+        out[1] = _mm_unpackhi_epi16(x, zero());
+    }
+
+    // 32 bytes widened to 16-bit lanes, zero- or sign-extended, in
+    // kWidenGroups vectors; the lane order is fixed per layer (the same call
+    // on the bytes 0..31 tells where each byte went).
+    static constexpr int kWidenGroups = 4;
+    template <bool isSigned>
+    static void widen32(const void* p, V* out) {
+        const auto* b = static_cast<const char*>(p);
+        for (int h = 0; h < 2; ++h) {
+            const V x = load(b + 16 * h);
+            const V ext = isSigned ? _mm_cmpgt_epi8(zero(), x) : zero();
+            out[2 * h] = _mm_unpacklo_epi8(x, ext);
+            out[2 * h + 1] = _mm_unpackhi_epi8(x, ext);
+        }
+    }
     static V mulhiS16(V a, V b) { return _mm_mulhi_epi16(a, b); }
     // Pairs of int16 products summed into int32 lanes.
     static V madd16(V a, V b) { return _mm_madd_epi16(a, b); }
