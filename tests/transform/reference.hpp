@@ -1,0 +1,135 @@
+// Double-precision references for the transform tests: the 2-D Fourier
+// transform of real values and its packed and CCS layouts, the cosine
+// transform summed term by term, and moves between images and value arrays.
+#pragma once
+
+#include <cmath>
+#include <complex>
+#include <random>
+#include <vector>
+
+#include "support/test_image.hpp"
+
+namespace ozl::test {
+
+using Cd = std::complex<double>;
+constexpr double kPi = 3.14159265358979323846;
+
+// Values of a w x h region, row by row.
+struct Grid {
+    int w = 0, h = 0;
+    std::vector<double> v;
+    Grid(int width, int height) : w(width), h(height), v(static_cast<size_t>(width) * height) {}
+    double& at(int x, int y) { return v[static_cast<size_t>(y) * w + x]; }
+    double at(int x, int y) const { return v[static_cast<size_t>(y) * w + x]; }
+};
+
+inline Grid randomGrid(int w, int h, uint32_t seed, double lo = -1, double hi = 1) {
+    std::mt19937 rng(seed);
+    std::uniform_real_distribution<double> d(lo, hi);
+    Grid g(w, h);
+    for (double& x : g.v) x = static_cast<float>(d(rng));
+    return g;
+}
+
+// X(u, v) = sum f(x, y) e^(sign 2 pi i (ux/w + vy/h)), row-major u fastest.
+inline std::vector<Cd> dft2(const std::vector<Cd>& f, int w, int h, int sign = -1) {
+    std::vector<Cd> rows(f.size()), out(f.size());
+    for (int y = 0; y < h; ++y)
+        for (int u = 0; u < w; ++u) {
+            Cd s = 0;
+            for (int x = 0; x < w; ++x)
+                s += f[y * w + x] * std::polar(1.0, sign * 2 * kPi * ((static_cast<long>(u) * x) % w) / w);
+            rows[y * w + u] = s;
+        }
+    for (int u = 0; u < w; ++u)
+        for (int v = 0; v < h; ++v) {
+            Cd s = 0;
+            for (int y = 0; y < h; ++y)
+                s += rows[y * w + u] * std::polar(1.0, sign * 2 * kPi * ((static_cast<long>(v) * y) % h) / h);
+            out[v * w + u] = s;
+        }
+    return out;
+}
+
+inline std::vector<Cd> dft2(const Grid& f) {
+    return dft2(std::vector<Cd>(f.v.begin(), f.v.end()), f.w, f.h);
+}
+
+// The packed layout of a full spectrum (see ozl.h).
+inline Grid packedOf(const std::vector<Cd>& X, int w, int h) {
+    Grid g(w, h);
+    auto x = [&](int u, int v) { return X[static_cast<size_t>(v) * w + u]; };
+    for (int v = 0; v < h; ++v)
+        for (int u = 1; 2 * u - 1 < w - (w % 2 == 0 ? 1 : 0); ++u) {
+            g.at(2 * u - 1, v) = x(u, v).real();
+            g.at(2 * u, v) = x(u, v).imag();
+        }
+    for (int u : {0, w / 2}) {
+        if (u > 0 && w % 2 != 0) continue;
+        const int col = u == 0 ? 0 : w - 1;
+        g.at(col, 0) = x(u, 0).real();
+        for (int v = 1; 2 * v < h; ++v) {
+            g.at(col, 2 * v - 1) = x(u, v).real();
+            g.at(col, 2 * v) = x(u, v).imag();
+        }
+        if (h % 2 == 0 && h > 1) g.at(col, h - 1) = x(u, h / 2).real();
+    }
+    return g;
+}
+
+inline Grid ccsOf(const std::vector<Cd>& X, int w, int h) {
+    Grid g(2 * (w / 2 + 1), h);
+    for (int v = 0; v < h; ++v)
+        for (int u = 0; u <= w / 2; ++u) {
+            g.at(2 * u, v) = X[static_cast<size_t>(v) * w + u].real();
+            g.at(2 * u + 1, v) = X[static_cast<size_t>(v) * w + u].imag();
+        }
+    return g;
+}
+
+// The orthonormal 2-D cosine transform, every coefficient summed directly.
+inline Grid dct2(const Grid& f) {
+    Grid c(f.w, f.h);
+    for (int v = 0; v < f.h; ++v)
+        for (int u = 0; u < f.w; ++u) {
+            double s = 0;
+            for (int y = 0; y < f.h; ++y)
+                for (int x = 0; x < f.w; ++x)
+                    s += f.at(x, y) * std::cos(kPi * (2 * x + 1) * u / (2.0 * f.w)) *
+                         std::cos(kPi * (2 * y + 1) * v / (2.0 * f.h));
+            const double a = u == 0 ? std::sqrt(1.0 / f.w) : std::sqrt(2.0 / f.w);
+            const double b = v == 0 ? std::sqrt(1.0 / f.h) : std::sqrt(2.0 / f.h);
+            c.at(u, v) = a * b * s;
+        }
+    return c;
+}
+
+// Region values of one channel (x0, y0: the region's origin in the image).
+inline Grid gridOf(const TestImage& im, int w, int h, int channel = 0, int x0 = 0, int y0 = 0) {
+    Grid g(w, h);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) g.at(x, y) = im.at(x0 + x, y0 + y, channel);
+    return g;
+}
+
+inline void putGrid(TestImage& im, const Grid& g, int channel = 0, int x0 = 0, int y0 = 0) {
+    for (int y = 0; y < g.h; ++y)
+        for (int x = 0; x < g.w; ++x) im.put(x0 + x, y0 + y, channel, g.at(x, y));
+}
+
+inline double maxAbs(const Grid& g) {
+    double m = 0;
+    for (double x : g.v) m = std::max(m, std::fabs(x));
+    return m;
+}
+
+// Largest difference, relative to the reference's largest value.
+inline double relativeError(const Grid& got, const Grid& want) {
+    double m = 0;
+    for (size_t i = 0; i < got.v.size(); ++i) m = std::max(m, std::fabs(got.v[i] - want.v[i]));
+    const double scale = maxAbs(want);
+    return scale > 0 ? m / scale : m;
+}
+
+}  // namespace ozl::test
