@@ -1,6 +1,7 @@
 # Thin driver over CMake. `make` builds the library and runs the main job,
 # `make test` builds and runs every test configuration, `make check` is the
-# quick 64-bit-only round, `make bench` runs the benchmarks.
+# quick 64-bit-only round, `make fuzz` runs the fuzz driver, `make bench` runs
+# the benchmarks.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE ?= cmake
 CTEST ?= ctest
@@ -10,7 +11,12 @@ CTEST_FLAGS ?= --output-on-failure -j$(JOBS)
 SANITIZER_ENV = ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:strict_string_checks=1 \
                 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
-.PHONY: all build test check asan m32 win32 win64 bench clean
+# `make fuzz`: the fuzz driver in the sanitizer build, for FUZZ_SECONDS from
+# FUZZ_SEED (default: a seed from the clock, printed at the start).
+FUZZ_SECONDS ?= 60
+FUZZ_SEED ?=
+
+.PHONY: all build test check asan fuzz m32 win32 win64 bench clean
 # The configurations share nothing but the console: run them one after another.
 .NOTPARALLEL:
 
@@ -40,10 +46,17 @@ test:
 check: build
 	cd build && $(CTEST) $(CTEST_FLAGS)
 
+ASAN_CONFIGURE = $(CMAKE) -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOZL_SANITIZE=ON -DOZL_BUILD_TOOLS=OFF
+
 asan:
-	$(CMAKE) -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOZL_SANITIZE=ON -DOZL_BUILD_TOOLS=OFF
+	$(ASAN_CONFIGURE)
 	$(CMAKE) --build build-asan -j$(JOBS)
 	cd build-asan && $(SANITIZER_ENV) $(CTEST) $(CTEST_FLAGS)
+
+fuzz:
+	$(ASAN_CONFIGURE)
+	$(CMAKE) --build build-asan -j$(JOBS) --target ozl_fuzz
+	$(SANITIZER_ENV) ./build-asan/tests/ozl_fuzz --seconds=$(FUZZ_SECONDS) $(if $(FUZZ_SEED),--seed=$(FUZZ_SEED))
 
 m32:
 	$(CMAKE) -S . -B build-m32 -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_FLAGS=-m32 -DCMAKE_CXX_FLAGS=-m32 -DOZL_BUILD_TOOLS=OFF

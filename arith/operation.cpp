@@ -103,6 +103,12 @@ void runOperation(const Caller& caller, OzlImage* srcA, OzlImage* srcB, OzlImage
         return;
     }
 
+    runChecked(caller, srcA, srcB, dst, spec);
+}
+
+void runChecked(const Caller& caller, OzlImage* srcA, OzlImage* srcB, OzlImage* dst,
+                const OperationSpec& spec) {
+    const Messages& msg = arity(spec.op) == 2 ? kTwoImages : kOneImage;
     const OzlImage* masks[3] = {srcA->maskROI, srcB ? srcB->maskROI : nullptr, dst->maskROI};
     image::CombinedMask mask = image::combineMasks(masks, 3);
     if (mask.flag == image::CombinedMask::Empty) return;

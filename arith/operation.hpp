@@ -35,4 +35,9 @@ inline OperationSpec bitwiseSpec(Op op, OpArgs args = {}) {
 void runOperation(const Caller& caller, OzlImage* srcA, OzlImage* srcB, OzlImage* dst,
                   const OperationSpec& spec);
 
+// The part after the argument checks: mask combination, the 32F refusal of
+// bitwise operations, the kernel, the driver, tile failures.
+void runChecked(const Caller& caller, OzlImage* srcA, OzlImage* srcB, OzlImage* dst,
+                const OperationSpec& spec);
+
 }  // namespace ozl::arith

@@ -27,7 +27,7 @@ using CvMaskedFn = void (*)(const cv::Mat& a, const cv::Mat& b, cv::Mat& d, cons
 struct Op {
     const char* name;
     int sources;        // 2, 1, or 0 for a fill
-    bool everyDepth;    // otherwise 8U only
+    uint32_t depth;     // the one depth timed, or 0 for every depth
     bool paths;         // also timed masked and tiled
     bool maskedVsCv;    // the masked form is a table line of its own, against OpenCV
     OzlFn ozl;
@@ -37,33 +37,48 @@ struct Op {
 
 // Integer results saturate on both sides (OpenCV's scale-1 multiply included).
 const Op kOps[] = {
-    {"add", 2, true, true, false,
+    {"add", 2, 0, true, false,
      [](OzlImage* a, OzlImage* b, OzlImage* d) { ozlAdd(a, b, d); },
      [](const cv::Mat& a, const cv::Mat& b, cv::Mat& d) { cv::add(a, b, d); }, nullptr},
-    {"subtract", 2, true, false, false,
+    {"subtract", 2, 0, false, false,
      [](OzlImage* a, OzlImage* b, OzlImage* d) { ozlSubtract(a, b, d); },
      [](const cv::Mat& a, const cv::Mat& b, cv::Mat& d) { cv::subtract(a, b, d); }, nullptr},
-    {"multiply", 2, true, false, false,
+    {"multiply", 2, 0, false, false,
      [](OzlImage* a, OzlImage* b, OzlImage* d) { ozlMultiply(a, b, d); },
      [](const cv::Mat& a, const cv::Mat& b, cv::Mat& d) { cv::multiply(a, b, d); }, nullptr},
-    {"and", 2, false, false, false,
+    {"and", 2, OZL_DEPTH_8U, false, false,
      [](OzlImage* a, OzlImage* b, OzlImage* d) { ozlAnd(a, b, d); },
      [](const cv::Mat& a, const cv::Mat& b, cv::Mat& d) { cv::bitwise_and(a, b, d); }, nullptr},
-    {"or", 2, false, false, false,
+    {"or", 2, OZL_DEPTH_8U, false, false,
      [](OzlImage* a, OzlImage* b, OzlImage* d) { ozlOr(a, b, d); },
      [](const cv::Mat& a, const cv::Mat& b, cv::Mat& d) { cv::bitwise_or(a, b, d); }, nullptr},
-    {"xor", 2, false, false, false,
+    {"xor", 2, OZL_DEPTH_8U, false, false,
      [](OzlImage* a, OzlImage* b, OzlImage* d) { ozlXor(a, b, d); },
      [](const cv::Mat& a, const cv::Mat& b, cv::Mat& d) { cv::bitwise_xor(a, b, d); }, nullptr},
-    {"not", 1, false, false, false,
+    {"not", 1, OZL_DEPTH_8U, false, false,
      [](OzlImage* a, OzlImage*, OzlImage* d) { ozlNot(a, d); },
      [](const cv::Mat& a, const cv::Mat&, cv::Mat& d) { cv::bitwise_not(a, d); }, nullptr},
-    {"set", 0, false, true, true,
+    {"set", 0, OZL_DEPTH_8U, true, true,
      [](OzlImage*, OzlImage*, OzlImage* d) { ozlSet(d, kFill); },
      [](const cv::Mat&, const cv::Mat&, cv::Mat& d) { d.setTo(cv::Scalar::all(kFill)); },
      [](const cv::Mat&, const cv::Mat&, cv::Mat& d, const cv::Mat& mask) {
          d.setTo(cv::Scalar::all(kFill), mask);
      }},
+    {"addS", 1, OZL_DEPTH_8U, false, false,
+     [](OzlImage* a, OzlImage*, OzlImage* d) { ozlAddS(a, d, kFill); },
+     [](const cv::Mat& a, const cv::Mat&, cv::Mat& d) { cv::add(a, cv::Scalar::all(kFill), d); },
+     nullptr},
+    {"multiplyS", 1, OZL_DEPTH_8U, false, false,
+     [](OzlImage* a, OzlImage*, OzlImage* d) { ozlMultiplyS(a, d, 3); },
+     [](const cv::Mat& a, const cv::Mat&, cv::Mat& d) { cv::multiply(a, cv::Scalar::all(3), d); },
+     nullptr},
+    {"abs", 1, OZL_DEPTH_16S, false, false,
+     [](OzlImage* a, OzlImage*, OzlImage* d) { ozlAbs(a, d); },
+     [](const cv::Mat& a, const cv::Mat&, cv::Mat& d) { d = cv::abs(a); }, nullptr},
+    {"copy", 1, OZL_DEPTH_8U, true, true,
+     [](OzlImage* a, OzlImage*, OzlImage* d) { ozlCopy(a, d); },
+     [](const cv::Mat& a, const cv::Mat&, cv::Mat& d) { a.copyTo(d); },
+     [](const cv::Mat& a, const cv::Mat&, cv::Mat& d, const cv::Mat& mask) { a.copyTo(d, mask); }},
 };
 
 enum class Path { Plain, Masked, Tiled };
@@ -183,7 +198,7 @@ void registerCase(const Case& c) {
 
     for (int i = 0; i < static_cast<int>(std::size(kOps)); ++i) {
         const Op& op = kOps[i];
-        if (!op.everyDepth && c.depth.ozl != OZL_DEPTH_8U) continue;
+        if (op.depth != 0 && c.depth.ozl != op.depth) continue;
         const int order = c.frameIndex * 1000 + i * 20 + c.depthIndex;
         const std::string label = std::string(op.name) + " " + c.depth.label;
 

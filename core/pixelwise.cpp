@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/blend.hpp"
+#include "core/border_fetch.hpp"
 #include "image/bits.hpp"
 #include "image/layout.hpp"
 #include "image/region.hpp"
@@ -94,14 +95,18 @@ void valueRow(const MapKernel& k, ValueRow a, ValueRow b, ValueRow d, int nCh, M
                 scatter(cd, dStride, td, n, dPixel);
                 continue;
             }
-            k.run(ca, cb, tr, n * g, k.context);
+            const char* computed = ca;
+            if (!k.identity) {
+                k.run(ca, cb, tr, n * g, k.context);
+                computed = tr;
+            }
             const size_t bit = mask.bit + done;
             const uint8_t* m = mask.bits + (bit >> 3);
             if (d.stride == g) {
-                blend(cd, tr, n, g, m, static_cast<int>(bit & 7));
+                blend(cd, computed, n, g, m, static_cast<int>(bit & 7));
             } else {
                 gather(td, cd, dStride, n, dPixel);
-                blend(td, tr, n, g, m, static_cast<int>(bit & 7));
+                blend(td, computed, n, g, m, static_cast<int>(bit & 7));
                 scatter(cd, dStride, td, n, dPixel);
             }
         }
@@ -326,8 +331,51 @@ bool pixelRows(const MapOperands& o, const View& vm, const MapKernel& k, Size si
     return true;
 }
 
-// The untiled path over the common region.
+// True when a source's pixels share memory with the destination's other than
+// value for value in place (same start, same steps): a partly overlapping
+// destination would overwrite source values before they are read.
+bool overlapsPartly(const OzlImage* src, const OzlImage* dst) {
+    if (src == dst || !src->imageData || !dst->imageData) return false;
+    const char* s0 = src->imageData;
+    const char* d0 = dst->imageData;
+    if (s0 + src->imageSize <= d0 || d0 + dst->imageSize <= s0) return false;
+    const View vs = image::regionView(src), vd = image::regionView(dst);
+    return !(vs.data == vd.data && vs.rowStep == vd.rowStep && vs.planeStep == vd.planeStep &&
+             vs.pixelStride == vd.pixelStride && src->depth == dst->depth &&
+             src->dataOrder == dst->dataOrder);
+}
+
+int mapSeparated(const MapOperands& o, const OzlImage* mask, const MapKernel& k);
+
+// The untiled path over the common region. Sources the destination partly
+// overlaps are read from a copy, so that every result comes from the source
+// as it was before the call.
 int mapUntiled(const MapOperands& o, const OzlImage* mask, const MapKernel& k) {
+    MapOperands separated = o;
+    OzlImage headers[kMaxSources];
+    OzlROI rois[kMaxSources];
+    char* blocks[kMaxSources] = {};
+    int result = kMapDone;
+    for (int i = 0; i < kMaxSources && result == kMapDone; ++i) {
+        if (!o.src[i] || !overlapsPartly(o.src[i], o.dst)) continue;
+        const Rect r = image::regionRect(o.src[i]);
+        const Rect area{r.x, r.y, std::max(0, r.width), std::max(0, r.height)};
+        if (area.width == 0 || area.height == 0) continue;
+        const FetchedBlock copy = fetchRect(o.src[i], area);
+        if (copy.status != FetchedBlock::Done) {
+            result = kMapNoMemory;
+            break;
+        }
+        blocks[i] = copy.data;
+        wrapBlock(o.src[i], copy, area, Rect{0, 0, area.width, area.height}, &headers[i], &rois[i]);
+        separated.src[i] = &headers[i];
+    }
+    if (result == kMapDone) result = mapSeparated(separated, mask, k);
+    for (char* b : blocks) ozlFree(b);
+    return result;
+}
+
+int mapSeparated(const MapOperands& o, const OzlImage* mask, const MapKernel& k) {
     if (useWholeBuffer(o, mask, k)) {
         const size_t size = std::max<size_t>(1, valueBytes(o.dst));
         k.run(o.src[0] ? o.src[0]->imageData : nullptr, o.src[1] ? o.src[1]->imageData : nullptr,

@@ -63,6 +63,9 @@ struct MapKernel {
     // Value kernels: the alpha channel is processed too (fills write every
     // channel when there is no channel of interest).
     bool withAlpha = false;
+    // The kernel copies the first source (d = a): masked rows are blended
+    // straight from the source instead of being computed first.
+    bool identity = false;
 };
 
 // Result of a walk: done, out of memory, or the operand whose tile callback

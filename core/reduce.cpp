@@ -7,19 +7,10 @@ namespace ozl::core {
 
 namespace {
 
-struct Origin {
-    int x = 0, y = 0;
-};
-
-Origin originOf(const OzlImage* image) {
-    if (!image->roi) return {};
-    return {image->roi->xOffset, image->roi->yOffset};
-}
-
 // The rows of one untiled piece; (x, y) is the piece's first pixel in the
 // first source's image coordinates.
 void reduceUntiled(OzlImage* first, OzlImage* second, const OzlImage* mask, int width, int height,
-                   Origin at, ReduceFn fn, void* accumulator) {
+                   image::Origin at, ReduceFn fn, void* accumulator) {
     const image::View vm = mask ? image::regionView(mask) : image::View{};
     RowView src[kMaxSources];
     for (int y = 0; y < height; ++y) {
@@ -44,7 +35,7 @@ int reducePixels(OzlImage* first, OzlImage* second, const OzlImage* mask, Reduce
     operands.dst = first;
     const Size size = commonSize(operands, mask);
     if (size.width == 0 || size.height == 0) return kMapDone;
-    const Origin origin = originOf(first);
+    const image::Origin origin = image::regionOrigin(first);
     if (!image::isTiled(first) && !image::isTiled(second)) {
         reduceUntiled(first, second, mask, size.width, size.height, origin, fn, accumulator);
         return kMapDone;

@@ -19,11 +19,14 @@ void* alignedBlock(std::size_t request) {
     return reinterpret_cast<void*>(aligned);
 }
 
-// The count goes into the size unchecked. Computed in 64 bits and narrowed to the
-// heap's size type: on 32-bit targets this wraps like 32-bit arithmetic, on 64-bit
-// targets a huge or negative request stays huge and the heap refuses it.
+// The count goes into the size unchecked, computed in 64 bits. A negative count
+// still asks for the 68 bytes of overhead at least, so that the block always
+// holds the alignment gap and the word below the returned address; on 32-bit
+// targets a request beyond the address space is refused.
 std::size_t bytesFor(int count, int elementSize) {
     const int64_t bytes = static_cast<int64_t>(count) * elementSize + static_cast<int64_t>(kOverhead);
+    if (bytes < static_cast<int64_t>(kOverhead)) return kOverhead;
+    if (static_cast<uint64_t>(bytes) > SIZE_MAX) return SIZE_MAX;
     return static_cast<std::size_t>(bytes);
 }
 

@@ -21,13 +21,22 @@ constexpr bool isLegalAlign(int align) {
 }
 
 // Bytes of one row (of one plane in plane order): the bits of the row rounded up
-// to a multiple of align * 8 bits. Computed in 64 bits, then stored as the
-// 32-bit field it feeds.
-constexpr int rowSize(int dataOrder, uint32_t depth, int align, int nChannels, int width) {
+// to a multiple of align * 8 bits, in 64 bits. -1 when the bit count itself
+// does not fit (width and channel count near INT_MAX). The arguments are those
+// of a layout that passed the header checks.
+constexpr int64_t rowBytes(int dataOrder, uint32_t depth, int align, int nChannels, int width) {
     const int64_t perRow = dataOrder == OZL_DATA_ORDER_PLANE ? 1 : nChannels;
-    const int64_t bits = static_cast<int64_t>(width) * depthBits(depth) * perRow;
+    const int64_t valueBits = static_cast<int64_t>(width) * depthBits(depth);  // < 2^37
+    if (perRow > (INT64_MAX / 2) / valueBits) return -1;
+    const int64_t bits = valueBits * perRow;
     const int64_t alignBits = static_cast<int64_t>(align) * 8;
-    return static_cast<int>(((bits + alignBits - 1) / alignBits * alignBits) / 8);
+    return (bits + alignBits - 1) / alignBits * alignBits / 8;
+}
+
+// The row size as the 32-bit widthStep field holds it, for layouts whose rows
+// fit (headers are refused where they are made otherwise).
+constexpr int rowSize(int dataOrder, uint32_t depth, int align, int nChannels, int width) {
+    return static_cast<int>(rowBytes(dataOrder, depth, align, nChannels, width));
 }
 
 // Bytes of pixel data for a header with the given row size.

@@ -36,6 +36,20 @@ LayoutArgs layoutOf(const OzlImage* image) {
             image->width, image->height, image->maskROI};
 }
 
+// Pixel bytes of a layout, in 64 bits so that oversized images can be refused
+// instead of wrapping; -1 when a row's bit count does not fit either.
+int64_t imageBytes(int dataOrder, int nChannels, int height, int64_t widthStep) {
+    if (widthStep < 0) return -1;
+    const int64_t planes = dataOrder == OZL_DATA_ORDER_PLANE ? nChannels : 1;
+    const int64_t rows = height * planes;  // < 2^62
+    return widthStep > INT64_MAX / rows ? -1 : rows * widthStep;
+}
+
+int64_t layoutBytes(const LayoutArgs& a) {
+    return imageBytes(a.dataOrder, a.nChannels, a.height,
+                      rowBytes(a.dataOrder, a.depth, a.align, a.nChannels, a.width));
+}
+
 OzlStatus layoutStatus(const LayoutArgs& a) {
     if (a.height < 1 || a.width < 1) return OZL_StsBadImageSize;
     if (a.nChannels < 1) return OZL_StsBadNumChannels;
@@ -47,15 +61,16 @@ OzlStatus layoutStatus(const LayoutArgs& a) {
         return OZL_StsBadOrder;
     if (a.origin != OZL_ORIGIN_TL && a.origin != OZL_ORIGIN_BL) return OZL_StsBadOrigin;
     if (!isLegalAlign(a.align)) return OZL_StsBadAlign;
-    if (a.maskROI != nullptr) return maskStatus(a.maskROI);
+    if (a.maskROI != nullptr) {
+        const OzlStatus status = maskStatus(a.maskROI);
+        if (status != OZL_StsOk) return status;
+    }
+    // widthStep and imageSize are 32-bit fields: a layout whose row or whole
+    // image does not fit them would be stored truncated, and every operation
+    // would then address pixels past the buffer made for it.
+    const int64_t bytes = layoutBytes(a);
+    if (bytes < 0 || bytes > INT32_MAX) return OZL_StsBadImageSize;
     return OZL_StsOk;
-}
-
-// Pixel bytes of a layout, in 64 bits so that oversized images can be refused
-// instead of wrapping.
-int64_t imageBytes(int dataOrder, int nChannels, int height, int widthStep) {
-    const int64_t planes = dataOrder == OZL_DATA_ORDER_PLANE ? nChannels : 1;
-    return static_cast<int64_t>(height) * widthStep * planes;
 }
 
 // Copies a name of up to 4 characters, NUL-padded; never reads past the
@@ -83,8 +98,7 @@ uint32_t fillPattern(uint32_t depth, int fillValue) {
 void allocatePixels(OzlImage* image) {
     const int widthStep =
         rowSize(image->dataOrder, image->depth, image->align, image->nChannels, image->width);
-    const int64_t size =
-        imageBytes(image->dataOrder, image->nChannels, image->height, widthStep);
+    const int64_t size = layoutBytes(layoutOf(image));
     const int64_t blockSize = size + image->align - 1;
     char* block = blockSize <= INT32_MAX
                       ? static_cast<char*>(std::malloc(static_cast<size_t>(blockSize)))
@@ -141,8 +155,8 @@ extern "C" OZL_API OzlImage* OZL_CALL ozlCreateImageHeader(
     image->maskROI = maskROI;
     image->imageId = imageId;
     image->tileInfo = tileInfo;
+    // Both fit their fields: the layout check refuses layouts that do not.
     image->widthStep = rowSize(dataOrder, depth, align, nChannels, width);
-    // Wraps like the 32-bit field it is; allocation re-derives it in 64 bits.
     image->imageSize =
         static_cast<int32_t>(imageBytes(dataOrder, nChannels, height, image->widthStep));
     image->imageData = nullptr;

@@ -1,6 +1,7 @@
 #include "image/region.hpp"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "image/layout.hpp"
 
@@ -10,8 +11,12 @@ Rect regionRect(const OzlImage* image) {
     if (!image->roi) return {0, 0, image->width, image->height};
     const OzlROI& roi = *image->roi;
     Rect r{roi.xOffset, roi.yOffset, roi.width, roi.height};
-    r.width += std::min(0, image->width - roi.xOffset - roi.width);
-    r.height += std::min(0, image->height - roi.yOffset - roi.height);
+    // In 64 bits: offsets and sizes near INT_MAX pass the header check, and the
+    // excess must not wrap into a positive number. The sums stay within int.
+    const int64_t overRight = int64_t{image->width} - roi.xOffset - roi.width;
+    const int64_t overBottom = int64_t{image->height} - roi.yOffset - roi.height;
+    if (overRight < 0) r.width = static_cast<int>(r.width + overRight);
+    if (overBottom < 0) r.height = static_cast<int>(r.height + overBottom);
     return r;
 }
 
@@ -24,17 +29,19 @@ RegionStart regionStart(const OzlImage* image, int channel) {
         start.data = image->imageData;
         return start;
     }
-    const ptrdiff_t bits = depthBits(image->depth);
-    const ptrdiff_t step = image->widthStep;
-    const ptrdiff_t x = image->roi->xOffset;
-    const ptrdiff_t y = image->roi->yOffset;
-    ptrdiff_t offset = y * step;
+    const int64_t x = image->roi->xOffset;
+    if (image->depth == OZL_DEPTH_1U) start.bitOffset = static_cast<int>(x % 8);
+    // A tiled image has no data to point into, and an empty region no first
+    // pixel: its offset may lie anywhere, so no address is formed.
+    if (!image->imageData || start.width == 0 || start.height == 0) return start;
+    const int64_t bits = depthBits(image->depth);
+    const int64_t step = image->widthStep;
+    int64_t offset = image->roi->yOffset * step;
     if (image->dataOrder == OZL_DATA_ORDER_PLANE)
         offset += step * image->height * channel + (x * bits) / 8;
     else
         offset += ((channel + x * image->nChannels) * bits) / 8;
-    start.data = image->imageData + offset;
-    if (image->depth == OZL_DEPTH_1U) start.bitOffset = static_cast<int>(x % 8);
+    start.data = image->imageData + static_cast<ptrdiff_t>(offset);
     return start;
 }
 

@@ -17,12 +17,23 @@ struct Rect {
     int height = 0;
 };
 
+// The region's first column and row: the ROI's offsets, or 0, 0.
+struct Origin {
+    int x = 0;
+    int y = 0;
+};
+inline Origin regionOrigin(const OzlImage* image) {
+    if (!image->roi) return {};
+    return {image->roi->xOffset, image->roi->yOffset};
+}
+
 // The region to process: the ROI (or the whole image), its width and height
 // reduced by whatever reaches past the right and bottom edges. No lower bound.
 Rect regionRect(const OzlImage* image);
 
 // First byte of the region for 0-based channel `channel`, the clipped region
 // size (never negative), and for depth 1 the bit offset of the first pixel.
+// The address is NULL for a tiled image and for an empty region.
 struct RegionStart {
     char* data = nullptr;
     int width = 0;

@@ -9,16 +9,6 @@ namespace ozl::image {
 
 namespace {
 
-struct Origin {
-    int x = 0;
-    int y = 0;
-};
-
-Origin regionOrigin(const OzlImage* image) {
-    if (!image->roi) return {};
-    return {image->roi->xOffset, image->roi->yOffset};
-}
-
 void attachRoi(const OzlImage* image, OzlImage* header, OzlROI* roi, int x, int y, int w, int h) {
     *header = *image;
     header->tileInfo = nullptr;
@@ -30,6 +20,8 @@ void attachRoi(const OzlImage* image, OzlImage* header, OzlROI* roi, int x, int 
     roi->height = h;
     header->roi = roi;
 }
+
+}  // namespace
 
 // Stand-in over the current tile of a tiled image.
 void makeTileStandIn(const OzlImage* image, int xInTile, int yInTile, int w, int h,
@@ -51,8 +43,6 @@ void makeStandIn(const OzlImage* image, int x, int y, int w, int h, OzlImage* he
     const Origin o = regionOrigin(image);
     attachRoi(image, header, roi, o.x + x, o.y + y, w, h);
 }
-
-}  // namespace
 
 int walkTiles(const TileOperand* operands, int count, const OzlImage* mask, int width, int height,
               PieceFn onPiece, void* context) {

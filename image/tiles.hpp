@@ -53,4 +53,12 @@ int walkTiles(const TileOperand* operands, int count, const OzlImage* mask, int 
 
 inline bool isTiled(const OzlImage* image) { return image && image->tileInfo; }
 
+// The stand-ins the walkers hand out, for walks of their own: over the tile
+// the image's callback has just fetched, with the region at (xInTile, yInTile)
+// of size w x h; and over the part of an untiled image at (x, y) of its region.
+void makeTileStandIn(const OzlImage* image, int xInTile, int yInTile, int w, int h,
+                     OzlImage* header, OzlROI* roi);
+void makeStandIn(const OzlImage* image, int x, int y, int w, int h, OzlImage* header,
+                 OzlROI* roi);
+
 }  // namespace ozl::image

@@ -324,6 +324,27 @@ OZL_API void OZL_CALL ozlMultiplyScale(OzlImage *srcImageA, OzlImage *srcImageB,
                                        OzlImage *dstImage);
 
 /* ------------------------------------------------------------------------ */
+/* Scalar arithmetic, absolute value and square                              */
+/* ------------------------------------------------------------------------ */
+
+/* Integer images and a constant, saturated to the depth. flip != 0 subtracts
+   the image from the constant. 32F images take the FP forms. */
+OZL_API void OZL_CALL ozlAddS(OzlImage *srcImage, OzlImage *dstImage, int value);
+OZL_API void OZL_CALL ozlSubtractS(OzlImage *srcImage, OzlImage *dstImage, int value, int flip);
+OZL_API void OZL_CALL ozlMultiplyS(OzlImage *srcImage, OzlImage *dstImage, int value);
+/* src * value / max, rounded (8U: max 255, 16U: 65535); a constant outside
+   0..max is taken at the nearer limit. */
+OZL_API void OZL_CALL ozlMultiplySScale(OzlImage *srcImage, OzlImage *dstImage, int value);
+OZL_API void OZL_CALL ozlAddSFP(OzlImage *srcImage, OzlImage *dstImage, float value);
+OZL_API void OZL_CALL ozlSubtractSFP(OzlImage *srcImage, OzlImage *dstImage, float value,
+                                     int flip);
+OZL_API void OZL_CALL ozlMultiplySFP(OzlImage *srcImage, OzlImage *dstImage, float value);
+/* |src|; the most negative value gives the largest positive one. 32F clears
+   the sign bit (so -0 gives +0 and a NaN stays a NaN). 1U, 8U and 16U copy. */
+OZL_API void OZL_CALL ozlAbs(OzlImage *srcImage, OzlImage *dstImage);
+OZL_API void OZL_CALL ozlSquare(OzlImage *srcImage, OzlImage *dstImage);
+
+/* ------------------------------------------------------------------------ */
 /* Logic and shifts                                                          */
 /* ------------------------------------------------------------------------ */
 
@@ -343,6 +364,14 @@ OZL_API void OZL_CALL ozlRShiftS(OzlImage *srcImage, OzlImage *dstImage, unsigne
 
 OZL_API void OZL_CALL ozlSet(OzlImage *image, int fillValue);
 OZL_API void OZL_CALL ozlSetFP(OzlImage *image, float fillValue);
+
+/* ------------------------------------------------------------------------ */
+/* Copy                                                                      */
+/* ------------------------------------------------------------------------ */
+
+/* Copies the common region of two images of one depth, bit for bit, with
+   regions, channels of interest, masks and tiles. */
+OZL_API void OZL_CALL ozlCopy(OzlImage *srcImage, OzlImage *dstImage);
 
 /* ------------------------------------------------------------------------ */
 /* Frequency transforms                                                      */
@@ -429,6 +458,22 @@ OZL_API void OZL_CALL ozlMpyRCPack2D(OzlImage *srcImageA, OzlImage *srcImageB,
  * both regions of one size.
  */
 OZL_API void OZL_CALL ozlDCT2D(OzlImage *srcImage, OzlImage *dstImage, int flags);
+
+/* ------------------------------------------------------------------------ */
+/* Test images                                                               */
+/* ------------------------------------------------------------------------ */
+
+/* A new one-channel image ("GRAY", pixel order, origin top-left, rows aligned
+   to 8 bytes) holding the zone plate sin(pi * r * r / max(width, height)),
+   r the distance from the image's centre ((width - 1) / 2, (height - 1) / 2):
+   rings whose frequency grows with r and reaches 0.5 cycles per pixel at
+   half the larger side. Integer depths span their whole range, mid-range at
+   0 and rounded to the nearest level (8U: 127.5 + 127.5 * v); 1U sets the
+   bits where the value is not negative; 32F holds the value itself, -1..1.
+   Release with ozlDeallocate(image, OZL_IMAGE_ALL).
+   Depths 1U, 8U, 8S, 16U, 16S, 32S, 32F. Statuses: -17 for another depth,
+   -10 for a size below 1, -4 when memory runs out (each with NULL). */
+OZL_API OzlImage *OZL_CALL ozlCreateImageJaehne(unsigned int depth, int width, int height);
 
 #ifdef __cplusplus
 }

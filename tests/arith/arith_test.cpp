@@ -176,9 +176,9 @@ TEST(ArithmeticOneBit, RoutesAndKeepsBitsOutsideTheRegion) {
     EXPECT_TRUE(errors.empty());
     const auto before = d.bytes();
     ozlAdd(a, nullptr, d);
-    expectRefused(errors, d, before, {OZL_StsHeaderIsNull, "ozlOr", "Incorrect Image", "ozlor", 0});
+    expectRefused(errors, d, before, {OZL_StsHeaderIsNull, "ozlOr", "Incorrect Image", "ozlor", 101});
     ozlMultiply(a, nullptr, d);
-    expectRefused(errors, d, before, {OZL_StsHeaderIsNull, "ozlAnd", "Incorrect Image", "ozland", 0});
+    expectRefused(errors, d, before, {OZL_StsHeaderIsNull, "ozlAnd", "Incorrect Image", "ozland", 101});
 }
 
 // ---------------------------------------------------------------------------
@@ -195,16 +195,17 @@ TEST(ArithmeticRefusals, NullsDepthOrderChannelsAndHeaders) {
         int oa, ob, na, nb, nd;
         OzlStatus status;
         const char* message;
+        int line;
     };
     const unsigned U8 = OZL_DEPTH_8U;
     const Case cases[] = {
-        {OZL_DEPTH_16U, U8, 0, 0, 1, 1, 1, -5, "(srcImageA->depth != dstImage->depth)"},
-        {U8, OZL_DEPTH_8S, 0, 0, 1, 1, 1, -5, "(srcImageB->depth != dstImage->depth)"},
-        {U8, U8, 1, 0, 1, 1, 1, -5, "(srcImageA->dataOrder != dstImage->dataOrder)"},
-        {U8, U8, 0, 1, 1, 1, 1, -5, "(srcImageB->dataOrder != dstImage->dataOrder)"},
-        {U8, U8, 0, 0, 3, 1, 1, -5, "(nChSrcA != nChDst)"},
-        {U8, U8, 0, 0, 1, 2, 1, -5, "(nChSrcB != nChDst)"},
-        {U8, U8, 0, 0, 1, 1, 3, -24, "Incorrect Image"},  // dst ROI names channel 4
+        {OZL_DEPTH_16U, U8, 0, 0, 1, 1, 1, -5, "(srcImageA->depth != dstImage->depth)", 110},
+        {U8, OZL_DEPTH_8S, 0, 0, 1, 1, 1, -5, "(srcImageB->depth != dstImage->depth)", 111},
+        {U8, U8, 1, 0, 1, 1, 1, -5, "(srcImageA->dataOrder != dstImage->dataOrder)", 120},
+        {U8, U8, 0, 1, 1, 1, 1, -5, "(srcImageB->dataOrder != dstImage->dataOrder)", 121},
+        {U8, U8, 0, 0, 3, 1, 1, -5, "(nChSrcA != nChDst)", 130},
+        {U8, U8, 0, 0, 1, 2, 1, -5, "(nChSrcB != nChDst)", 131},
+        {U8, U8, 0, 0, 1, 1, 3, -24, "Incorrect Image", 101},  // dst ROI names channel 4
     };
     ErrorCapture errors;
     for (const Named& n : {Named{ozlAdd, "ozlAdd", "ozladd"}, Named{ozlSubtract, "ozlSubtract", "ozlsub"},
@@ -216,64 +217,65 @@ TEST(ArithmeticRefusals, NullsDepthOrderChannelsAndHeaders) {
             if (c.status == -24) d.setRoi(4, 0, 0, 9, 4);
             const auto before = d.bytes();
             n.fn(a, b, d);
-            expectRefused(errors, d, before, {c.status, n.name, c.message, n.module, 0});
+            expectRefused(errors, d, before, {c.status, n.name, c.message, n.module, c.line});
         }
         // A NULL first source; Subtract has no test of its own, the header check reports it.
         TestImage b(U8, 5, 5), d(U8, 5, 5);
         const auto before = d.bytes();
         n.fn(nullptr, b, d);
         if (n.fn == ozlSubtract)
-            expectRefused(errors, d, before, {OZL_StsHeaderIsNull, n.name, "Incorrect Image", n.module, 0});
+            expectRefused(errors, d, before, {OZL_StsHeaderIsNull, n.name, "Incorrect Image", n.module, 101});
         else
-            expectRefused(errors, d, before, {OZL_StsBadArg, n.name, "srcImageA==0", n.module, 0});
+            expectRefused(errors, d, before, {OZL_StsBadArg, n.name, "srcImageA==0", n.module, 60});
     }
     // A fault in a mask is the mask's status.
     TestImage a(U8, 9, 4), d(U8, 9, 4), badMask(U8, 9, 4);
     a->maskROI = badMask;
     const auto before = d.bytes();
     ozlAdd(a, a, d);
-    expectRefused(errors, d, before, {-117, "ozlAdd", "Incorrect Image", "ozladd", 0});
+    expectRefused(errors, d, before, {-117, "ozlAdd", "Incorrect Image", "ozladd", 101});
 }
 
 TEST(ArithmeticRefusals, MultiplyScale) {
     ErrorCapture errors;
-    auto refused = [&](const TestImage& dst, const std::vector<uint8_t>& before, const char* message) {
-        expectRefused(errors, dst, before, {-5, "ozlMultiplyScale", message, "ozlalpha", 0});
+    auto refused = [&](const TestImage& dst, const std::vector<uint8_t>& before, const char* message,
+                       int line) {
+        expectRefused(errors, dst, before, {-5, "ozlMultiplyScale", message, "ozlalpha", line});
     };
     TestImage fa(OZL_DEPTH_32F, 6, 3), fd(OZL_DEPTH_32F, 6, 3);
     auto before = fd.bytes();
     ozlMultiplyScale(fa, fa, fd);
-    refused(fd, before, "dstImage->depth != 8 && dstImage->depth != 16");
+    refused(fd, before, "dstImage->depth != 8 && dstImage->depth != 16", 230);
 
     TestImage a(OZL_DEPTH_8U, 6, 3, 3), b(OZL_DEPTH_8U, 6, 3, 3), d(OZL_DEPTH_8U, 6, 3, 3);
     TestImage a16(OZL_DEPTH_16U, 6, 3, 3), grey(OZL_DEPTH_8U, 6, 3, 1);
     d.fillRandom(9);
     before = d.bytes();
     ozlMultiplyScale(a, b, nullptr);
-    refused(d, before, "dstImage==0");
+    refused(d, before, "dstImage==0", 210);
     ozlMultiplyScale(a, nullptr, d);
-    refused(d, before, "srcImageB==0");
+    refused(d, before, "srcImageB==0", 210);
     ozlMultiplyScale(a16, b, d);
-    refused(d, before, "srcImageA->depth != dstImage->depth");
+    refused(d, before, "srcImageA->depth != dstImage->depth", 231);
     ozlMultiplyScale(grey, b, d);
     refused(d, before, "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != "
-                       "(dstImage->nChannels - (dstImage->alphaChannel != 0))");
+                       "(dstImage->nChannels - (dstImage->alphaChannel != 0))", 240);
     d.setRoi(2, 0, 0, 6, 3);
     ozlMultiplyScale(a, b, d);
     refused(d, before,
-            "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != (dstImage->roi->coi > 0)");
+            "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != (dstImage->roi->coi > 0)", 240);
     d.clearRoi();
     a.setRoi(2, 0, 0, 6, 3);
     ozlMultiplyScale(a, b, d);
     refused(d, before,
-            "(dstImage->nChannels - (dstImage->alphaChannel != 0)) != (srcImageA->roi->coi > 0)");
+            "(dstImage->nChannels - (dstImage->alphaChannel != 0)) != (srcImageA->roi->coi > 0)", 240);
     TestImage alphaOnly(OZL_DEPTH_8U, 6, 3, 1, OZL_DATA_ORDER_PIXEL, true);
     before = alphaOnly.bytes();
     ozlMultiplyScale(grey, grey, alphaOnly);
-    refused(alphaOnly, before, "dstImage->alphaChannel == 1 && dstImage->roi == 0");
+    refused(alphaOnly, before, "dstImage->alphaChannel == 1 && dstImage->roi == 0", 220);
     alphaOnly.setRoi(0, 0, 0, 6, 3);
     ozlMultiplyScale(grey, grey, alphaOnly);
-    refused(alphaOnly, before, "dstImage->alphaChannel == 1 && dstImage->roi->coi != 1");
+    refused(alphaOnly, before, "dstImage->alphaChannel == 1 && dstImage->roi->coi != 1", 221);
 }
 
 // Alpha channels are skipped and never written; a COI selects one channel of

@@ -71,14 +71,16 @@ TEST(Shift, ShortcutValues) {
         {OZL_DEPTH_32S, 3, ozlLShiftS, 31, -2147483648.0},
     };
     ErrorCapture errors;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.depth << " " << c.value << " by " << c.count);
-        TestImage src(c.depth, 40, 1), d(c.depth, 40, 1);
-        src.fill(c.value);
-        d.fill(77);
-        c.shift(src, d, c.count);
-        for (int x = 0; x < 40; ++x) ASSERT_EQ(d.at(x, 0), c.expected) << "x " << x;
-    }
+    // Runs shorter than one vector (the scalar form) and longer ones.
+    for (int width : {3, 40})
+        for (const Case& c : cases) {
+            SCOPED_TRACE(testing::Message() << c.depth << " " << c.value << " by " << c.count);
+            TestImage src(c.depth, width, 1), d(c.depth, width, 1);
+            src.fill(c.value);
+            d.fill(77);
+            c.shift(src, d, c.count);
+            for (int x = 0; x < width; ++x) ASSERT_EQ(d.at(x, 0), c.expected) << "x " << x;
+        }
     EXPECT_TRUE(errors.empty());
 }
 
@@ -99,16 +101,16 @@ TEST(ShiftRefusals, ReportedByTheShiftOrTheRoutedOperation) {
     const char* no32F = "This function does not support depth 32F";
     const char* depths = "(srcImage->depth != dstImage->depth)";
     const Case cases[] = {
-        {ozlLShiftS, nullptr, &u16, 3, {-5, "ozlLShiftS", "srcImage==0", "ozllshs", 0}},
-        {ozlRShiftS, nullptr, &u16, 0, {-5, "ozlRShiftS", "srcImage==0", "ozlrshs", 0}},
-        {ozlLShiftS, f, &f, 3, {-5, "ozlLShiftS", no32F, "ozllshs", 0}},
-        {ozlRShiftS, f, &f, 3, {-5, "ozlRShiftS", no32F, "ozlrshs", 0}},
-        {ozlLShiftS, f, &f, 0, {-5, "ozlXorS", no32F, "ozlxors", 0}},
-        {ozlLShiftS, f, &f, 40, {-5, "ozlAndS", no32F, "ozlands", 0}},
-        {ozlLShiftS, u8, &u16, 2, {-5, "ozlLShiftS", depths, "ozllshs", 0}},
-        {ozlRShiftS, u8, &u16, 8, {-5, "ozlAndS", depths, "ozlands", 0}},
-        {ozlRShiftS, u8, &u16, 0, {-5, "ozlXorS", depths, "ozlxors", 0}},
-        {ozlRShiftS, u16, nullptr, 3, {-9, "ozlRShiftS", "Incorrect Image", "ozlrshs", 0}},
+        {ozlLShiftS, nullptr, &u16, 3, {-5, "ozlLShiftS", "srcImage==0", "ozllshs", 40}},
+        {ozlRShiftS, nullptr, &u16, 0, {-5, "ozlRShiftS", "srcImage==0", "ozlrshs", 40}},
+        {ozlLShiftS, f, &f, 3, {-5, "ozlLShiftS", no32F, "ozllshs", 150}},
+        {ozlRShiftS, f, &f, 3, {-5, "ozlRShiftS", no32F, "ozlrshs", 150}},
+        {ozlLShiftS, f, &f, 0, {-5, "ozlXorS", no32F, "ozlxors", 150}},
+        {ozlLShiftS, f, &f, 40, {-5, "ozlAndS", no32F, "ozlands", 150}},
+        {ozlLShiftS, u8, &u16, 2, {-5, "ozlLShiftS", depths, "ozllshs", 110}},
+        {ozlRShiftS, u8, &u16, 8, {-5, "ozlAndS", depths, "ozlands", 110}},
+        {ozlRShiftS, u8, &u16, 0, {-5, "ozlXorS", depths, "ozlxors", 110}},
+        {ozlRShiftS, u16, nullptr, 3, {-9, "ozlRShiftS", "Incorrect Image", "ozlrshs", 101}},
     };
     for (const Case& c : cases) {
         c.fn(c.src, c.dst ? c.dst->get() : nullptr, c.count);

@@ -37,12 +37,15 @@ TEST(Alloc, EveryBlockIsAlignedWithThirtyThreeSpareBytes) {
     }
 }
 
-TEST(Alloc, SmallNegativeCountPassesIntoTheSize) {
-    // -10 bytes plus the 68 of overhead still leaves a usable block.
-    void* p = ozlMalloc(-10);
-    ASSERT_NE(p, nullptr);
-    EXPECT_TRUE(aligned32(p));
-    ozlFree(p);
+TEST(Alloc, NegativeCountsStillGiveAWholeBlock) {
+    // -10 bytes plus the 68 of overhead leaves a usable block; below -68 the
+    // block keeps its overhead, so the word below the address is its own.
+    for (int count : {-10, -60, -1000, INT32_MIN}) {
+        void* p = ozlMalloc(count);
+        ASSERT_NE(p, nullptr) << count;
+        EXPECT_TRUE(aligned32(p));
+        ozlFree(p);
+    }
 }
 
 TEST(Alloc, SharedEntryPoints) {

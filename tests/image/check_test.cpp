@@ -110,6 +110,8 @@ const Case kCases[] = {
     {"mask ROI past the mask",
      SET(s.image.maskROI = &s.mask; s.mask.roi = &s.maskRoi; s.maskRoi.xOffset = 100), 0},
     {"tile record before the ROI", SET(s.masked(); s.tiled(); s.tile.callBack = nullptr), -22},
+    {"the mask before the tile record",
+     SET(s.masked(); s.mask.depth = OZL_DEPTH_8U; s.tiled(); s.tile.callBack = nullptr), -117},
 
     {"mask of a mask", SET(s.twoMasks()), 0},
     {"inner imageSize", SET(s.twoMasks(); s.inner.imageSize = 0), -210},

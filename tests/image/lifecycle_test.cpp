@@ -255,17 +255,63 @@ TEST(AllocateImage, RefusesInCheckOrder) {
     }
 }
 
-TEST(AllocateImage, TooLargeFailsSilently) {
+// widthStep and imageSize are 32-bit fields. A layout whose row or whole image
+// does not fit them used to be stored truncated (a row of 2^32 + 4 bytes as
+// widthStep 4), so that a caller's buffer of imageSize bytes was far too small
+// for the pixels every operation then addresses. Such layouts are refused
+// where headers are made; each row names the truncation it would have caused.
+TEST(CreateImageHeader, RefusesLayoutsThatDoNotFitTheFields) {
+    constexpr int kMax = 2147483647;
+    const struct {
+        const char* fault;
+        int nChannels;
+        unsigned depth;
+        int dataOrder, width, height;
+    } refused[] = {
+        {"row of 2^32 + 4 bytes kept as 4", 1, OZL_DEPTH_32F, 0, (1 << 30) + 1, 3},
+        {"row of 2^32 + 4 bytes through the channels", 4, OZL_DEPTH_8U, 0, (1 << 30) + 1, 3},
+        {"bit count of the row past 64 bits", kMax, OZL_DEPTH_32S, 0, kMax, 1},
+        {"row rounded up to 2^31 bytes", 1, OZL_DEPTH_8U, 0, kMax, 1},
+        {"image of 2^31 bytes", 1, OZL_DEPTH_8U, 0, 1 << 16, 1 << 15},
+        {"two planes of 2^31 bytes each", 2, OZL_DEPTH_16S, 1, 1 << 14, 1 << 16},
+    };
+    for (const auto& r : refused) {
+        SCOPED_TRACE(r.fault);
+        ErrorCapture errors;
+        EXPECT_EQ(header(r.nChannels, r.depth, r.width, r.height, r.dataOrder), nullptr);
+        EXPECT_EQ(errors.last(), (ErrorReport{-10, "ozlCreateImageHeader", "Incorrect data-ins", "ozlalloc", 148}));
+        // A tiled image stores the same fields.
+        OzlTileInfo tile{noTiles, nullptr, nullptr, 8, 8};
+        EXPECT_EQ(ozlCreateImageHeader(r.nChannels, 0, r.depth, "RGB", "BGR", r.dataOrder, 0, 4, r.width, r.height,
+                                       nullptr, nullptr, nullptr, &tile),
+                  nullptr);
+        EXPECT_EQ(errors.count(), 2u);
+    }
+    // The largest row that fits is accepted as it is.
     ErrorCapture errors;
-    ozlSetErrStatus(0);
-    ImagePtr image = header(4, OZL_DEPTH_32S, 1 << 15, 1 << 15), fp = header(4, OZL_DEPTH_32F, 1 << 15, 1 << 15);
+    ImagePtr largest = header(1, OZL_DEPTH_8U, kMax - 3, 1);
+    ASSERT_TRUE(largest);
+    EXPECT_EQ(largest->widthStep, kMax - 3);
+    EXPECT_EQ(largest->imageSize, kMax - 3);
+    EXPECT_TRUE(errors.empty());
+}
+
+// A header changed after creation is measured again before pixels are
+// allocated for it: nothing is allocated for a size that does not fit.
+TEST(AllocateImage, RefusesLayoutsThatDoNotFitTheFields) {
+    ErrorCapture errors;
+    ImagePtr image = header(1, OZL_DEPTH_8U, 8, 8), fp = header(1, OZL_DEPTH_32F, 8, 8);
     ASSERT_TRUE(image && fp);
+    image->width = (1 << 30) + 1;
+    image->nChannels = image->alphaChannel = 4;
     ozlAllocateImage(image.get(), 1, 0);
+    EXPECT_EQ(errors.last(), (ErrorReport{-10, "ozlAllocateImage", "Incorrect data-ins", "ozlalloc", 269}));
+    fp->height = 1 << 30;
     ozlAllocateImageFP(fp.get(), 1, 0.0f);
+    EXPECT_EQ(errors.last(), (ErrorReport{-10, "ozlAllocateImageFP", "Incorrect data-ins", "ozlalloc", 334}));
     EXPECT_EQ((std::vector<const void*>{image->imageData, image->imageDataOrigin, fp->imageData}),
               (std::vector<const void*>(3, nullptr)));
-    EXPECT_TRUE(errors.empty());
-    EXPECT_EQ(ozlGetErrStatus(), 0);
+    EXPECT_EQ(ozlGetErrStatus(), -10);
 }
 
 // ---------------------------------------------------------------------------
@@ -445,24 +491,26 @@ TEST(CloneImage, Refusals) {
     TestImage withEmptyMask(OZL_DEPTH_8U, 4, 4);
     ImagePtr emptyMask = header(1, OZL_DEPTH_1U, 4, 4);
     withEmptyMask->maskROI = emptyMask.get();
-    // Valid caller data far too large to copy: the pixel allocation fails and the
-    // half-made clone, with its ROI, is released.
+    // Caller data with its own pitch, whose layout by the row rule does not fit
+    // 32 bits: no header can be made for the clone.
     alignas(4) char pixels[4] = {};
     OzlROI roi{0, 0, 0, 1, 1};
-    ImagePtr huge = header(4, OZL_DEPTH_32S, 1 << 15, 1 << 15);
+    ImagePtr huge = header(4, OZL_DEPTH_32S, 8, 8);
+    huge->width = huge->height = 1 << 15;
     huge->imageData = pixels;
     huge->imageSize = huge->widthStep = 4;
     huge->roi = &roi;
     const struct { const OzlImage* source; OzlStatus status; const char* context; int line; } cases[] = {
         {nullptr, -9, "Incorrect Image", 37},
         {withEmptyMask, -112, "Incorrect Image", 37},
-        {huge.get(), -4, "Not enough memory to allocate imageData for clone image", 88},
+        {huge.get(), -4, "Not enough memory to allocate header for clone image", 57},
     };
     for (const auto& r : cases) {
         SCOPED_TRACE(r.status);
         ErrorCapture errors;
         EXPECT_EQ(ozlCloneImage(r.source), nullptr);
-        ASSERT_EQ(errors.count(), 1u);
+        // The header's own refusal comes first.
+        ASSERT_EQ(errors.count(), r.line == 57 ? 2u : 1u);
         EXPECT_EQ(errors.last(), (ErrorReport{r.status, "ozlCloneImage", r.context, "ozlClone", r.line}));
         EXPECT_EQ(ozlGetErrStatus(), r.status);
     }

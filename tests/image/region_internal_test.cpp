@@ -2,6 +2,7 @@
 // operation stands on.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <tuple>
 #include <vector>
@@ -41,6 +42,60 @@ TEST(Region, ClipsAtTheRightAndBottomEdgesOnly) {
     EXPECT_EQ(regionRect(h.image).width, -10);  // 5 + (120 - 130 - 5)
     EXPECT_EQ(regionStart(h.image, 0).width, 0);
     EXPECT_EQ(regionStart(h.image, 0).height, 0);
+}
+
+// ROIs that pass the header check with offsets or sizes near INT_MAX: the excess
+// past the edge used to be computed in int, where it wrapped to a positive
+// number and left the region unclipped.
+TEST(Region, ClipsRegionsNearTheIntLimits) {
+    constexpr int kMax = 2147483647;
+    const struct { int side, offset, size, clipped; } cases[] = {
+        {10, 100, kMax, 10 - 100},                  // size at the limit, past the edge
+        {10, kMax - 5, kMax, 10 - (kMax - 5)},      // both at the limit
+        {1, kMax, kMax, 1 - kMax},
+        {10, 3, kMax, 7},                           // size at the limit, inside
+        {kMax, kMax - 1, kMax, 1},                  // image at the limit too
+        {120, 50, 100, 70},                         // the ordinary case, for reference
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.side << " " << c.offset << " " << c.size);
+        OzlROI roi{0, c.offset, c.offset, c.size, c.size};
+        OzlImage image{};
+        image.width = image.height = c.side;
+        image.roi = &roi;
+        const Rect r = regionRect(&image);
+        EXPECT_EQ(std::make_tuple(r.x, r.y, r.width, r.height),
+                  std::make_tuple(c.offset, c.offset, c.clipped, c.clipped));
+        const RegionStart s = regionStart(&image, 0);  // no data: no address either
+        EXPECT_EQ(std::make_tuple(s.width, s.height), std::make_tuple(std::max(0, c.clipped), std::max(0, c.clipped)));
+    }
+}
+
+// A tiled image has no imageData, and an empty region no first pixel: the start
+// used to be NULL or imageData plus an offset that may lie anywhere (undefined
+// behaviour either way); it is NULL, with the size and bit offset still given.
+TEST(Region, NoAddressWithoutDataOrPixels) {
+    OzlTileInfo tile{nullptr, nullptr, nullptr, 8, 8};
+    Header tiled(1, OZL_DEPTH_1U, 40, 30);
+    ozlDeallocateImage(tiled.image);
+    tiled.image->tileInfo = &tile;
+    tiled.roi(0, 13, 7, 10, 5);
+    // Addresses compared as void*: a char* would be printed as a string.
+    RegionStart s = regionStart(tiled.image, 0);
+    EXPECT_EQ(std::make_tuple(static_cast<const void*>(s.data), s.width, s.height, s.bitOffset),
+              std::make_tuple(static_cast<const void*>(nullptr), 10, 5, 5));
+    tiled.image->tileInfo = nullptr;
+
+    Header plain(3, OZL_DEPTH_16S, 10, 6, OZL_DATA_ORDER_PLANE);
+    for (const auto& roi : {std::make_tuple(10, 0), std::make_tuple(0, 6), std::make_tuple(2147483600, 3)}) {
+        plain.roi(2, std::get<0>(roi), std::get<1>(roi), 4, 4);
+        s = regionStart(plain.image, 1);
+        EXPECT_EQ(static_cast<const void*>(s.data), nullptr);
+        EXPECT_EQ(s.width * s.height, 0);
+    }
+    plain.roi(2, 9, 5, 4, 4);  // one pixel left: an address again
+    const char* expected = plain.image->imageData + 5 * plain.image->widthStep + plain.image->widthStep * 6 + 9 * 2;
+    EXPECT_EQ(static_cast<const void*>(regionStart(plain.image, 1).data), static_cast<const void*>(expected));
 }
 
 TEST(Region, StartAddressInPixelAndPlaneOrder) {

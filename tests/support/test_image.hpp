@@ -64,6 +64,10 @@ private:
     OzlImage* image_;
 };
 
+// One value of any untiled image at column x, row y (of the whole image,
+// not its ROI), 0-based channel.
+double valueOf(const OzlImage* image, int x, int y, int channel);
+
 // What one value becomes: b is the second value, the constant or the shift
 // count. Integer results saturate (Add, Sub, Mul) or keep the stored bits.
 enum class Ref { Add, Sub, Mul, MulScale, And, Or, Xor, AndNot, LShift, RShift };
@@ -84,7 +88,7 @@ void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImag
 void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImage* a,
                      const OzlImage* b, Ref op, double constant = 0);
 
-// Exactly one report `expected` (its line too unless 0), the stored status set
+// Exactly one report `expected` (its line included), the stored status set
 // to it, and `dst` still holding `before`; clears the capture.
 void expectRefused(ErrorCapture& errors, const TestImage& dst, const std::vector<uint8_t>& before,
                    ErrorReport expected);

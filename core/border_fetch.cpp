@@ -1,0 +1,384 @@
+#include "core/border_fetch.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "image/bits.hpp"
+#include "image/layout.hpp"
+#include "image/mask.hpp"
+#include "image/region.hpp"
+
+namespace ozl::core {
+
+namespace {
+
+constexpr int kBlockAlign = 32;
+
+// What a block column or row reads: an index inside the image, or the
+// constant of a side.
+constexpr long long kConstant = -1;
+
+// The constant of a side, laid out as one pixel value of the depth. 32F
+// images take the top side's constant on every side.
+struct Constant {
+    unsigned char bytes[4] = {};
+    bool bit = false;
+};
+
+Constant sideConstant(const OzlImage* image, int side) {
+    Constant c;
+    const int32_t v = image->borderConst[image->depth == OZL_DEPTH_32F ? 0 : side];
+    switch (image->depth) {
+        case OZL_DEPTH_1U: c.bit = (v & 1) != 0; break;
+        case OZL_DEPTH_32F: {
+            const float f = static_cast<float>(v);
+            std::memcpy(c.bytes, &f, 4);
+            break;
+        }
+        default: std::memcpy(c.bytes, &v, 4);  // low bytes on little-endian
+    }
+    return c;
+}
+
+int sideMode(const OzlImage* image, int side) { return image->borderMode[side] & 3; }
+
+// Where each block row (or column) reads from: an image index, or kConstant
+// with the side whose constant fills it.
+struct AxisMap {
+    std::vector<long long> index;
+    std::vector<int> side;
+};
+
+// Rows (or columns) of the rectangle: inside ones map to themselves, outside
+// ones through the mode of the side they are on.
+AxisMap mapAxis(long long start, int count, long long n, int lowSide, int highSide,
+                const OzlImage* image) {
+    AxisMap m;
+    m.index.resize(static_cast<size_t>(count));
+    m.side.resize(static_cast<size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        const long long v = start + i;
+        const int side = v < 0 ? lowSide : highSide;
+        m.side[i] = side;
+        if (v >= 0 && v < n) m.index[i] = v;
+        else m.index[i] = sideMode(image, side) == 0 ? kConstant : borderIndex(v, n, sideMode(image, side));
+    }
+    return m;
+}
+
+// One plane-row of the source, as a pointer and the column its first pixel is.
+struct SourceRow {
+    const char* data = nullptr;
+    long long firstColumn = 0;
+};
+
+struct Geometry {
+    int planes;       // nChannels in plane order, else 1
+    size_t pixelBits; // bits of one pixel in one plane row
+};
+
+void copyPixel(char* dst, long long dstCol, const SourceRow& src, long long srcCol,
+               const Geometry& g) {
+    const long long col = srcCol - src.firstColumn;
+    if (g.pixelBits == 1) {
+        image::copyBits(reinterpret_cast<const unsigned char*>(src.data) + col / 8,
+                        static_cast<int>(col % 8),
+                        reinterpret_cast<unsigned char*>(dst) + dstCol / 8,
+                        static_cast<int>(dstCol % 8), 1);
+        return;
+    }
+    const size_t bytes = g.pixelBits / 8;
+    std::memcpy(dst + dstCol * bytes, src.data + col * bytes, bytes);
+}
+
+void putConstant(char* dst, long long dstCol, const Constant& c, const Geometry& g,
+                 size_t valueBytes) {
+    if (g.pixelBits == 1) {
+        unsigned char* p = reinterpret_cast<unsigned char*>(dst) + dstCol / 8;
+        const unsigned char bit = static_cast<unsigned char>(0x80 >> (dstCol % 8));
+        *p = static_cast<unsigned char>(c.bit ? *p | bit : *p & ~bit);
+        return;
+    }
+    const size_t values = g.pixelBits / 8 / valueBytes;
+    char* p = dst + dstCol * (g.pixelBits / 8);
+    for (size_t v = 0; v < values; ++v) std::memcpy(p + v * valueBytes, c.bytes, valueBytes);
+}
+
+// Fills one plane-row of the block. The columns that map into the image come
+// from `src` (in runs where they are consecutive), the others are the side's
+// constant; `columns` is the column map of this row's rule.
+void fillRow(char* dst, const SourceRow& src, const AxisMap& columns, const Geometry& g,
+             const Constant* constants, size_t valueBytes) {
+    const int width = static_cast<int>(columns.index.size());
+    for (int i = 0; i < width;) {
+        const long long c = columns.index[i];
+        if (c == kConstant) {
+            putConstant(dst, i, constants[columns.side[i]], g, valueBytes);
+            ++i;
+            continue;
+        }
+        int run = 1;
+        while (i + run < width && columns.index[i + run] == c + run) ++run;
+        if (g.pixelBits == 1) {
+            const long long col = c - src.firstColumn;
+            image::copyBits(reinterpret_cast<const unsigned char*>(src.data) + col / 8,
+                            static_cast<int>(col % 8),
+                            reinterpret_cast<unsigned char*>(dst) + i / 8, i % 8,
+                            static_cast<size_t>(run));
+        } else if (run > 1) {
+            const size_t bytes = g.pixelBits / 8;
+            std::memcpy(dst + i * bytes, src.data + (c - src.firstColumn) * bytes, run * bytes);
+        } else {
+            copyPixel(dst, i, src, c, g);
+        }
+        i += run;
+    }
+}
+
+// Copies `n` pixels of one plane-row from column `col` of `src` to column
+// `at` of `dst`.
+void copySpan(const char* src, long long col, char* dst, long long at, long long n,
+              const Geometry& g) {
+    if (g.pixelBits == 1) {
+        image::copyBits(reinterpret_cast<const unsigned char*>(src) + col / 8,
+                        static_cast<int>(col % 8), reinterpret_cast<unsigned char*>(dst) + at / 8,
+                        static_cast<int>(at % 8), static_cast<size_t>(n));
+    } else {
+        const size_t bytes = g.pixelBits / 8;
+        std::memcpy(dst + at * bytes, src + col * bytes, static_cast<size_t>(n) * bytes);
+    }
+}
+
+// A rectangle inside the image: rows copied straight from the image, or from
+// each tile it touches (one fetch each). False when a tile could not be had.
+bool copyInside(const OzlImage* image, const Rect& rect, char* block, int64_t rowStep,
+                const Geometry& g) {
+    if (!image->tileInfo) {
+        const int64_t planeStep = static_cast<int64_t>(image->widthStep) * image->height;
+        for (int p = 0; p < g.planes; ++p)
+            for (int r = 0; r < rect.height; ++r)
+                copySpan(image->imageData + p * planeStep +
+                             static_cast<int64_t>(rect.y + r) * image->widthStep,
+                         rect.x, block + (static_cast<int64_t>(p) * rect.height + r) * rowStep, 0,
+                         rect.width, g);
+        return true;
+    }
+    OzlTileInfo* tile = image->tileInfo;
+    const int tileStep = image::tileRowSize(image);
+    const int64_t tilePlane = static_cast<int64_t>(tileStep) * tile->height;
+    const int x1 = rect.x + rect.width, y1 = rect.y + rect.height;
+    for (int ty = rect.y / tile->height; ty * tile->height < y1; ++ty)
+        for (int tx = rect.x / tile->width; tx * tile->width < x1; ++tx) {
+            tile->callBack(image, tx, ty, OZL_GET_TILE_TO_READ);
+            if (!tile->tileData) return false;
+            const int c0 = std::max(rect.x, tx * tile->width);
+            const int c1 = std::min(x1, (tx + 1) * tile->width);
+            const int r0 = std::max(rect.y, ty * tile->height);
+            const int r1 = std::min(y1, (ty + 1) * tile->height);
+            for (int p = 0; p < g.planes; ++p)
+                for (int r = r0; r < r1; ++r)
+                    copySpan(tile->tileData + p * tilePlane +
+                                 static_cast<int64_t>(r - ty * tile->height) * tileStep,
+                             c0 - tx * tile->width,
+                             block + (static_cast<int64_t>(p) * rect.height + (r - rect.y)) * rowStep,
+                             c0 - rect.x, c1 - c0, g);
+            tile->callBack(image, tx, ty, OZL_RELEASE_TILE);
+        }
+    return true;
+}
+
+}  // namespace
+
+long long borderIndex(long long v, long long n, int mode) {
+    if (v >= 0 && v < n) return v;
+    switch (mode & 3) {
+        case 1: return v < 0 ? 0 : n - 1;
+        case 2: {
+            // Distance past the edge, then the image read forwards and
+            // backwards in turn from that edge.
+            const long long t = v < 0 ? -v - 1 : v - n;
+            const long long q = t / n, r = t % n;
+            const long long fromEdge = (q % 2 == 0) ? r : n - 1 - r;
+            return v < 0 ? fromEdge : n - 1 - fromEdge;
+        }
+        default: {
+            const long long r = v % n;
+            return r < 0 ? r + n : r;
+        }
+    }
+}
+
+FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
+    FetchedBlock out;
+    const bool planar = image->dataOrder == OZL_DATA_ORDER_PLANE;
+    const Geometry g{planar ? image->nChannels : 1,
+                     static_cast<size_t>(image::depthBits(image->depth)) *
+                         (planar ? 1 : static_cast<size_t>(image->nChannels))};
+    const size_t valueBytes = std::max(1, image::depthBits(image->depth) / 8);
+    const int64_t rowStep = image::rowSize(image->dataOrder, image->depth, kBlockAlign,
+                                           image->nChannels, rect.width);
+    const int64_t total = rowStep * rect.height * g.planes;
+    if (rect.width < 1 || rect.height < 1 || rowStep < 1 || total > INT32_MAX - 128) return out;
+    out.data = static_cast<char*>(ozlMalloc(static_cast<int>(total)));
+    if (!out.data) return out;
+    out.rowStep = static_cast<int>(rowStep);
+
+    if (rect.x >= 0 && rect.y >= 0 && static_cast<int64_t>(rect.x) + rect.width <= image->width &&
+        static_cast<int64_t>(rect.y) + rect.height <= image->height) {
+        out.status = copyInside(image, rect, out.data, out.rowStep, g) ? FetchedBlock::Done
+                                                                        : FetchedBlock::TileFailed;
+        if (out.status != FetchedBlock::Done) {
+            ozlFree(out.data);
+            out.data = nullptr;
+        }
+        return out;
+    }
+
+    const Constant constants[4] = {sideConstant(image, 0), sideConstant(image, 1),
+                                   sideConstant(image, 2), sideConstant(image, 3)};
+    const AxisMap rows = mapAxis(rect.y, rect.height, image->height, 0, 1, image);
+    // Rows beside the image take the left and right modes; rows above and
+    // below take their own side's mode for their columns too.
+    const AxisMap besideColumns = mapAxis(rect.x, rect.width, image->width, 2, 3, image);
+    AxisMap outsideColumns[2];
+    for (int side = 0; side < 2; ++side) {
+        const int mode = sideMode(image, side);
+        outsideColumns[side] = mapAxis(rect.x, rect.width, image->width, side, side, image);
+        if (mode == 0)
+            for (auto& c : outsideColumns[side].index) c = kConstant;
+    }
+    auto columnsOf = [&](int r) -> const AxisMap& {
+        const long long v = rect.y + static_cast<long long>(r);
+        if (v >= 0 && v < image->height) return besideColumns;
+        return outsideColumns[rows.side[r]];
+    };
+    auto blockRow = [&](int plane, int r) {
+        return out.data + (static_cast<int64_t>(plane) * rect.height + r) * rowStep;
+    };
+
+    // Constant rows first; rows read from the image follow.
+    for (int r = 0; r < rect.height; ++r)
+        if (rows.index[r] == kConstant)
+            for (int p = 0; p < g.planes; ++p)
+                fillRow(blockRow(p, r), SourceRow{}, outsideColumns[rows.side[r]], g, constants,
+                        valueBytes);
+
+    const int64_t planeStep = static_cast<int64_t>(image->widthStep) * image->height;
+    if (!image->tileInfo) {
+        for (int r = 0; r < rect.height; ++r) {
+            if (rows.index[r] == kConstant) continue;
+            for (int p = 0; p < g.planes; ++p) {
+                const SourceRow src{image->imageData + p * planeStep +
+                                        rows.index[r] * static_cast<int64_t>(image->widthStep),
+                                    0};
+                fillRow(blockRow(p, r), src, columnsOf(r), g, constants, valueBytes);
+            }
+        }
+        out.status = FetchedBlock::Done;
+        return out;
+    }
+
+    // A tiled image: the columns any row reads span [first, last]; for each
+    // band of tiles that holds a row some block row reads, those columns of
+    // the band are gathered from its tiles into a band buffer, each tile
+    // fetched once, and every block row reading that band is filled from it.
+    long long first = image->width, last = -1;
+    for (const AxisMap* m : {&besideColumns, static_cast<const AxisMap*>(&outsideColumns[0]), static_cast<const AxisMap*>(&outsideColumns[1])})
+        for (long long c : m->index)
+            if (c != kConstant) {
+                first = std::min(first, c);
+                last = std::max(last, c);
+            }
+    OzlTileInfo* tile = image->tileInfo;
+    const int tileStep = image::tileRowSize(image);
+    const int64_t tilePlane = static_cast<int64_t>(tileStep) * tile->height;
+    const int bandWidth = static_cast<int>(last - first + 1);
+    const int64_t bandStep = image::rowSize(image->dataOrder, image->depth, kBlockAlign,
+                                            image->nChannels, std::max(bandWidth, 1));
+    const int64_t bandBytes = bandStep * tile->height * g.planes;
+    char* band = last >= first && bandBytes <= INT32_MAX - 128
+                     ? static_cast<char*>(ozlMalloc(static_cast<int>(bandBytes)))
+                     : nullptr;
+    if (last >= first && !band) {
+        ozlFree(out.data);
+        return FetchedBlock{};
+    }
+    std::vector<char> bandNeeded(static_cast<size_t>(image->height / tile->height + 1), 0);
+    for (long long r : rows.index)
+        if (r != kConstant) bandNeeded[static_cast<size_t>(r / tile->height)] = 1;
+    const OzlImage* cimage = image;
+    for (size_t b = 0; b < bandNeeded.size(); ++b) {
+        if (!bandNeeded[b]) continue;
+        const int bandTop = static_cast<int>(b) * tile->height;
+        const int bandRows = std::min(tile->height, image->height - bandTop);
+        for (long long tx = first / tile->width; tx <= last / tile->width; ++tx) {
+            tile->callBack(cimage, static_cast<int>(tx), static_cast<int>(b), OZL_GET_TILE_TO_READ);
+            if (!tile->tileData) {
+                ozlFree(band);
+                ozlFree(out.data);
+                FetchedBlock failed;
+                failed.status = FetchedBlock::TileFailed;
+                return failed;
+            }
+            const long long c0 = std::max(first, tx * tile->width);
+            const long long c1 = std::min(last + 1, (tx + 1) * tile->width);
+            for (int p = 0; p < g.planes; ++p)
+                for (int y = 0; y < bandRows; ++y) {
+                    const SourceRow src{tile->tileData + p * tilePlane + static_cast<int64_t>(y) * tileStep,
+                                        tx * tile->width};
+                    char* dst = band + (static_cast<int64_t>(p) * tile->height + y) * bandStep;
+                    // The band row keeps the columns from `first` on.
+                    const long long at = c0 - first;
+                    if (g.pixelBits == 1) {
+                        const long long col = c0 - src.firstColumn;
+                        image::copyBits(reinterpret_cast<const unsigned char*>(src.data) + col / 8,
+                                        static_cast<int>(col % 8),
+                                        reinterpret_cast<unsigned char*>(dst) + at / 8,
+                                        static_cast<int>(at % 8), static_cast<size_t>(c1 - c0));
+                    } else {
+                        const size_t bytes = g.pixelBits / 8;
+                        std::memcpy(dst + at * bytes, src.data + (c0 - src.firstColumn) * bytes,
+                                    (c1 - c0) * bytes);
+                    }
+                }
+            tile->callBack(cimage, static_cast<int>(tx), static_cast<int>(b), OZL_RELEASE_TILE);
+        }
+        for (int r = 0; r < rect.height; ++r) {
+            const long long row = rows.index[r];
+            if (row == kConstant || row / tile->height != static_cast<long long>(b)) continue;
+            for (int p = 0; p < g.planes; ++p) {
+                const SourceRow src{band + (static_cast<int64_t>(p) * tile->height + (row - bandTop)) * bandStep,
+                                    first};
+                fillRow(blockRow(p, r), src, columnsOf(r), g, constants, valueBytes);
+            }
+        }
+    }
+    ozlFree(band);
+    out.status = FetchedBlock::Done;
+    return out;
+}
+
+void wrapBlock(const OzlImage* image, const FetchedBlock& block, const Rect& rect,
+               const Rect& region, OzlImage* header, OzlROI* roi) {
+    *header = *image;
+    header->tileInfo = nullptr;
+    header->maskROI = nullptr;
+    header->imageData = block.data;
+    header->imageDataOrigin = nullptr;
+    header->width = rect.width;
+    header->height = rect.height;
+    header->widthStep = block.rowStep;
+    header->align = kBlockAlign;
+    header->imageSize = image::imageSizeFor(image->dataOrder, image->nChannels, rect.height,
+                                            block.rowStep);
+    roi->coi = image->roi ? image->roi->coi : 0;
+    roi->xOffset = region.x;
+    roi->yOffset = region.y;
+    roi->width = region.width;
+    roi->height = region.height;
+    header->roi = roi;
+}
+
+}  // namespace ozl::core

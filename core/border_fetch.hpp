@@ -1,0 +1,42 @@
+// The bordered rectangle fetch: any rectangle of an image, given in the
+// image's own coordinates and allowed to reach past every edge, copied into a
+// new untiled block, each pixel outside the image filled by the border mode of
+// its side (slots: 0 top, 1 bottom, 2 left, 3 right; modes: 0 the side's
+// constant, 1 the nearest edge pixel, 2 mirror with the edge repeated, 3
+// wrap-around). Rows above and below the image take the top and bottom mode
+// over their whole width, corners included, mapping both coordinates; rows
+// beside the image take the left and right modes. Filters and tiled walks read
+// their edge pixels through it, and run their plain kernels on the block.
+#pragma once
+
+#include "image/region.hpp"
+#include "ozl.h"
+
+namespace ozl::core {
+
+using image::Rect;
+
+struct FetchedBlock {
+    enum Status { Done, NoMemory, TileFailed };
+    Status status = NoMemory;
+    char* data = nullptr;  // from ozlMalloc; the caller frees it with ozlFree
+    int rowStep = 0;       // bytes between rows (of one plane in plane order)
+};
+
+// The block holds the rectangle with the image's depth, channel count, data
+// order and 1-bit packing (first pixel at bit 0), rows aligned to 32 bytes;
+// plane p starts p * rowStep * height bytes in. A tiled image's tiles are
+// fetched for reading (and released) through its callback.
+FetchedBlock fetchRect(const OzlImage* image, const Rect& rect);
+
+// An untiled stand-in over a fetched block: a copy of the image's header with
+// the rectangle's size, the block as data, no tiles and no mask, and a region
+// (the image's channel of interest kept) at `region` within the block.
+void wrapBlock(const OzlImage* image, const FetchedBlock& block, const Rect& rect,
+               const Rect& region, OzlImage* header, OzlROI* roi);
+
+// Maps a coordinate outside [0, n) to the one inside that border mode (1, 2
+// or 3) reads; coordinates inside are returned as they are.
+long long borderIndex(long long v, long long n, int mode);
+
+}  // namespace ozl::core
