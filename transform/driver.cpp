@@ -40,6 +40,7 @@ bool overlap(const OzlImage* a, const OzlImage* b) {
 }
 
 bool sameValues(const OzlImage* a, const OzlImage* b) {
+    if (image::isTiled(a) || image::isTiled(b)) return false;
     const core::RowView ra = core::rowOf(a, 0), rb = core::rowOf(b, 0);
     return a->depth == b->depth && a->widthStep == b->widthStep && ra.data == rb.data &&
            ra.pixelStep == rb.pixelStep && ra.channelStep == rb.channelStep;
