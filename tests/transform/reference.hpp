@@ -32,23 +32,22 @@ inline Grid randomGrid(int w, int h, uint32_t seed, double lo = -1, double hi = 
     return g;
 }
 
-// X(u, v) = sum f(x, y) e^(sign 2 pi i (ux/w + vy/h)), row-major u fastest.
+// X(u, v) = sum f(x, y) e^(sign 2 pi i (ux/w + vy/h)), row-major u fastest;
+// rows, then columns, with the unit roots tabulated.
 inline std::vector<Cd> dft2(const std::vector<Cd>& f, int w, int h, int sign = -1) {
+    auto roots = [sign](int n) {
+        std::vector<Cd> r(static_cast<size_t>(n));
+        for (int k = 0; k < n; ++k) r[k] = std::polar(1.0, sign * 2 * kPi * k / n);
+        return r;
+    };
+    const std::vector<Cd> rw = roots(w), rh = roots(h);
     std::vector<Cd> rows(f.size()), out(f.size());
     for (int y = 0; y < h; ++y)
-        for (int u = 0; u < w; ++u) {
-            Cd s = 0;
-            for (int x = 0; x < w; ++x)
-                s += f[y * w + x] * std::polar(1.0, sign * 2 * kPi * ((static_cast<long>(u) * x) % w) / w);
-            rows[y * w + u] = s;
-        }
-    for (int u = 0; u < w; ++u)
-        for (int v = 0; v < h; ++v) {
-            Cd s = 0;
-            for (int y = 0; y < h; ++y)
-                s += rows[y * w + u] * std::polar(1.0, sign * 2 * kPi * ((static_cast<long>(v) * y) % h) / h);
-            out[v * w + u] = s;
-        }
+        for (int u = 0; u < w; ++u)
+            for (int x = 0; x < w; ++x) rows[y * w + u] += f[y * w + x] * rw[(u * x) % w];
+    for (int v = 0; v < h; ++v)
+        for (int y = 0; y < h; ++y)
+            for (int u = 0; u < w; ++u) out[v * w + u] += rows[y * w + u] * rh[(v * y) % h];
     return out;
 }
 
@@ -88,20 +87,24 @@ inline Grid ccsOf(const std::vector<Cd>& X, int w, int h) {
     return g;
 }
 
-// The orthonormal 2-D cosine transform, every coefficient summed directly.
+// The orthonormal 2-D cosine transform, every coefficient summed directly
+// over every value (the cosines tabulated).
 inline Grid dct2(const Grid& f) {
+    auto basis = [](int n) {
+        Grid b(n, n);  // b(x, u) = a(u) cos(pi (2x + 1) u / 2n)
+        for (int u = 0; u < n; ++u)
+            for (int x = 0; x < n; ++x)
+                b.at(x, u) = std::sqrt((u == 0 ? 1.0 : 2.0) / n) *
+                             std::cos(kPi * (2 * x + 1) * u / (2.0 * n));
+        return b;
+    };
+    const Grid bw = basis(f.w), bh = basis(f.h);
     Grid c(f.w, f.h);
     for (int v = 0; v < f.h; ++v)
-        for (int u = 0; u < f.w; ++u) {
-            double s = 0;
+        for (int u = 0; u < f.w; ++u)
             for (int y = 0; y < f.h; ++y)
                 for (int x = 0; x < f.w; ++x)
-                    s += f.at(x, y) * std::cos(kPi * (2 * x + 1) * u / (2.0 * f.w)) *
-                         std::cos(kPi * (2 * y + 1) * v / (2.0 * f.h));
-            const double a = u == 0 ? std::sqrt(1.0 / f.w) : std::sqrt(2.0 / f.w);
-            const double b = v == 0 ? std::sqrt(1.0 / f.h) : std::sqrt(2.0 / f.h);
-            c.at(u, v) = a * b * s;
-        }
+                    c.at(u, v) += f.at(x, y) * bw.at(x, u) * bh.at(y, v);
     return c;
 }
 

@@ -56,9 +56,9 @@ TEST(TransformThreads, ThreadsThatTransformAndEndLeaveNothing) {
     if (!measurable) GTEST_SKIP() << "private bytes do not follow allocations here";
     const int64_t before = privateBytes();
 #endif
-    for (int i = 0; i < 16; ++i) std::thread(transformOnce).join();
+    for (int i = 0; i < 12; ++i) std::thread(transformOnce).join();
 #if defined(_WIN32)
-    // Sixteen threads keeping theirs would hold some 30 MB.
+    // Twelve threads keeping theirs would hold some 20 MB.
     EXPECT_LT(privateBytes() - before, int64_t{8} << 20);
 #endif
 }
