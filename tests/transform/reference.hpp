@@ -127,10 +127,22 @@ inline double maxAbs(const Grid& g) {
     return m;
 }
 
-// Largest difference, relative to the reference's largest value.
-inline double relativeError(const Grid& got, const Grid& want) {
+// Root of the sum of squares: the size a spectrum's errors grow with.
+inline double norm2(const Grid& g) {
+    double s = 0;
+    for (double x : g.v) s += x * x;
+    return std::sqrt(s);
+}
+
+inline double maxDifference(const Grid& got, const Grid& want) {
     double m = 0;
     for (size_t i = 0; i < got.v.size(); ++i) m = std::max(m, std::fabs(got.v[i] - want.v[i]));
+    return m;
+}
+
+// Largest difference, relative to the reference's largest value.
+inline double relativeError(const Grid& got, const Grid& want) {
+    const double m = maxDifference(got, want);
     const double scale = maxAbs(want);
     return scale > 0 ? m / scale : m;
 }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <atomic>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -31,6 +32,41 @@ void transformOnce() {
     ozlRealFft2D(a, d, OZL_FFT_FORWARD);
     ozlDCT2D(a, d, OZL_DCT_FORWARD);
     EXPECT_TRUE(errors.empty()) << errors.last();
+}
+
+// A spectrum and the cosine transform of it, as bytes.
+std::vector<uint8_t> transformed(int w, int h) {
+    TestImage a(OZL_DEPTH_32F, w, h), d(OZL_DEPTH_32F, w, h);
+    a.fillRandom(static_cast<uint32_t>(w * 7 + h), -1, 1);
+    ozlRealFft2D(a, d, OZL_FFT_FORWARD);
+    ozlDCT2D(d, d, OZL_DCT_FORWARD);
+    return d.bytes();
+}
+
+// Threads transforming at once each use tables of their own: two keep
+// reusing a few sizes while two others also cycle through more lengths than
+// a cache holds, replacing tables all the time. Shared tables would show as
+// wrong values here or as freed memory read in the sanitizer build.
+TEST(TransformThreads, ConcurrentThreadsKeepTheirOwnTables) {
+    const int sizes[][2] = {{64, 48}, {30, 25}, {100, 9}, {7, 77}};
+    std::vector<std::vector<uint8_t>> want;
+    for (const auto& s : sizes) want.push_back(transformed(s[0], s[1]));
+    std::atomic<int> wrong{0}, reported{0};
+    auto worker = [&](bool churn) {
+        ErrorCapture errors;
+        for (int round = 0; round < 8; ++round)
+            for (size_t i = 0; i < want.size(); ++i) {
+                if (transformed(sizes[i][0], sizes[i][1]) != want[i]) ++wrong;
+                if (churn)
+                    for (int n = 0; n < 12; ++n) transformed(2 * (100 + round * 12 + n), 1);
+            }
+        reported += static_cast<int>(errors.count());
+    };
+    std::vector<std::thread> threads;
+    for (bool churn : {false, true, false, true}) threads.emplace_back(worker, churn);
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(wrong.load(), 0);
+    EXPECT_EQ(reported.load(), 0);
 }
 
 #if defined(_WIN32)
