@@ -268,9 +268,14 @@ void blendInto(const RowView& d, const char* computed, size_t n, size_t size, Ma
 // blended (values) into the destination.
 bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dstBits, size_t size,
               MaskRow mask, size_t width) {
+    // Straight into the destination where the kernel's whole bytes of a
+    // 1-bit row stay inside the row: the partial last byte goes through the
+    // buffer below, so that the bits after the row keep their values.
+    size_t start = 0;
     if (!mask.bits && (!dstBits || d.bit == 0)) {
-        k.pixel(src, d, width, k.context);
-        return true;
+        start = dstBits ? width & ~size_t{7} : width;
+        if (start > 0) k.pixel(src, d, start, k.context);
+        if (start == width) return true;
     }
     const size_t pixelBytes = dstBits ? 0 : d.channels * size;
     // Computed chunk, and scratch of twice that plus one channel for the blend.
@@ -288,7 +293,7 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
     char* computed = buffer;
     char* scratch = buffer + (dstBits ? kChunkBytes : chunk * pixelBytes);
     RowView s[kMaxSources];
-    for (size_t done = 0; done < width; done += chunk) {
+    for (size_t done = start; done < width; done += chunk) {
         const size_t n = std::min(chunk, width - done);
         for (int i = 0; i < kMaxSources; ++i) s[i] = advance(src[i], done);
         RowView t = d;
@@ -319,13 +324,29 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
 bool pixelRows(const MapOperands& o, const View& vm, const MapKernel& k, Size size) {
     const bool dstBits = isBits(o.dst);
     const size_t dSize = valueBytes(o.dst);
+    // The first rows once; then only the row addresses move on (the kernels
+    // read the other fields, which are best left as they were written).
     RowView src[kMaxSources];
+    for (int i = 0; i < kMaxSources; ++i)
+        if (o.src[i]) src[i] = rowOf(o.src[i], 0);
+    RowView d = rowOf(o.dst, 0);
+    const size_t width = static_cast<size_t>(size.width);
+    if (k.pixelRows && !vm.data && (!dstBits || (d.bit == 0 && width % 8 == 0))) {
+        ptrdiff_t steps[kMaxSources + 1] = {};
+        for (int i = 0; i < kMaxSources; ++i)
+            if (o.src[i]) steps[i] = o.src[i]->widthStep;
+        steps[kDstOperand] = o.dst->widthStep;
+        k.pixelRows(src, d, width, static_cast<size_t>(size.height), steps, k.context);
+        return true;
+    }
     for (int y = 0; y < size.height; ++y) {
-        for (int i = 0; i < kMaxSources; ++i) src[i] = o.src[i] ? rowOf(o.src[i], y) : RowView{};
-        const RowView d = rowOf(o.dst, y);
+        if (y > 0) {
+            for (int i = 0; i < kMaxSources; ++i)
+                if (o.src[i]) src[i].data += o.src[i]->widthStep;
+            d.data += o.dst->widthStep;
+        }
         if (!pixelRow(k, src, d, dstBits, dSize,
-                      {maskRowBits(vm, y), static_cast<size_t>(vm.bitOffset)},
-                      static_cast<size_t>(size.width)))
+                      {maskRowBits(vm, y), static_cast<size_t>(vm.bitOffset)}, width))
             return false;
     }
     return true;

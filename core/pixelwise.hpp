@@ -52,9 +52,20 @@ struct RowView {
 using PixelFn = void (*)(const RowView* src, const RowView& dst, size_t width,
                          const void* context);
 
+// The same kernel over `rows` rows: row r of source i starts rowSteps[i]
+// bytes after its row r - 1, the destination's rowSteps[kDstOperand] bytes.
+// One call covers many narrow rows, where a call per row would cost about as
+// much as the row.
+using PixelRowsFn = void (*)(const RowView* src, const RowView& dst, size_t width, size_t rows,
+                             const ptrdiff_t* rowSteps, const void* context);
+
 struct MapKernel {
     RunFn run = nullptr;      // exactly one of run and pixel
     PixelFn pixel = nullptr;
+    // Optional with pixel: taken for the unmasked rows of a piece whose
+    // destination rows are whole values (1-bit rows: from bit 0, a multiple
+    // of 8 pixels long).
+    PixelRowsFn pixelRows = nullptr;
     const void* context = nullptr;
     // Operands whose headers match exactly may be processed as one run over
     // their whole buffers, row padding included (value kernels of one value

@@ -359,6 +359,65 @@ OZL_API void OZL_CALL ozlLShiftS(OzlImage *srcImage, OzlImage *dstImage, unsigne
 OZL_API void OZL_CALL ozlRShiftS(OzlImage *srcImage, OzlImage *dstImage, unsigned int nShift);
 
 /* ------------------------------------------------------------------------ */
+/* Comparison into bit masks                                                 */
+/* ------------------------------------------------------------------------ */
+
+/* Each pixel of the common region sets one bit of res (a one-channel 1U
+   image, bits most significant first from its region's bit offset): 1 when
+   the relation holds in every processed channel (all but the alpha channel;
+   the one channel of interest when a ROI names one), else 0. Less and Greater
+   are strict. Every bit of res's region is written; bits outside it keep
+   their values. Return 0, or the status reported.
+
+   - Masks: the masks of all operands are combined (AND) into a temporary
+     image; where it is 0 the result bit keeps its value. Masks whose regions
+     share no pixel leave res as it is. A mask counts as its region's bits.
+   - Sources: two images of one depth with equal processed channel counts
+     (a channel of interest counts as one channel), data order and origin;
+     never res itself. The integer forms take 1U to 32S; ozlLess, ozlGreater
+     and ozlEqual also take 32F.
+   - Integer constants: each value, widened to 32 bits, is compared with the
+     constant; a constant beyond the depth's range makes the relation hold
+     everywhere or nowhere.
+   - Floats: IEEE comparisons, so a NaN on either side makes the relation
+     false (bit 0); -0 equals +0. The Eps forms hold where the values are
+     equal (infinities included) or |a - b| <= eps, the difference formed in
+     single precision: a difference of exactly eps counts as equal. eps must
+     be above zero (a NaN eps is refused).
+   - A source whose only channel is its alpha channel (no channel of
+     interest) has nothing to compare: res is left as it is and 0 returned.
+   Statuses: the header check's with " Incorrect Image"; -5 for a res that is
+   not 1U, depths, in place, data order, origin, the family's depth and a
+   tolerance not above zero; -18 alpha channel; -15 channel counts; -4
+   "Allocation failure" (temporary mask); -2 a tile callback that leaves
+   tileData NULL. */
+OZL_API OzlStatus OZL_CALL ozlLess(OzlImage *img1, OzlImage *img2, OzlImage *res);
+OZL_API OzlStatus OZL_CALL ozlGreater(OzlImage *img1, OzlImage *img2, OzlImage *res);
+OZL_API OzlStatus OZL_CALL ozlEqual(OzlImage *img1, OzlImage *img2, OzlImage *res);
+/* Integer images (1U to 32S) against a constant. */
+OZL_API OzlStatus OZL_CALL ozlLessS(OzlImage *img, int value, OzlImage *res);
+OZL_API OzlStatus OZL_CALL ozlGreaterS(OzlImage *img, int value, OzlImage *res);
+OZL_API OzlStatus OZL_CALL ozlEqualS(OzlImage *img, int value, OzlImage *res);
+/* 32F images against a constant. */
+OZL_API OzlStatus OZL_CALL ozlLessSFP(OzlImage *img, float value, OzlImage *res);
+OZL_API OzlStatus OZL_CALL ozlGreaterSFP(OzlImage *img, float value, OzlImage *res);
+OZL_API OzlStatus OZL_CALL ozlEqualSFP(OzlImage *img, float value, OzlImage *res);
+/* 32F images equal within eps (> 0). */
+OZL_API OzlStatus OZL_CALL ozlEqualFPEps(OzlImage *img1, OzlImage *img2, OzlImage *res,
+                                         float eps);
+OZL_API OzlStatus OZL_CALL ozlEqualSFPEps(OzlImage *img, float value, OzlImage *res,
+                                          float eps);
+
+/* The smallest and the largest value of the processed channels of a 32F
+   image's region. Pixels its mask excludes are skipped, and so are NaN values
+   (-0 counts as below +0). When no pixel is processed (an empty region, every
+   pixel masked out, or an image whose only channel is its alpha channel)
+   nothing is stored; when every value is NaN both are stored as NaN. Returns
+   0, or -5 ("Incorrect Image", NULL min or max, depth not 32F), or -2 (a tile
+   callback that leaves tileData NULL). */
+OZL_API OzlStatus OZL_CALL ozlMinMaxFP(OzlImage *srcImage, float *min, float *max);
+
+/* ------------------------------------------------------------------------ */
 /* Fill                                                                      */
 /* ------------------------------------------------------------------------ */
 

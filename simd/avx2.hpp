@@ -129,6 +129,38 @@ struct Avx2 {
         b = _mm256_unpackhi_ps(x, y);
     }
 
+    static VF orF(VF a, VF b) { return _mm256_or_ps(a, b); }
+    // a < b ? a : b and a > b ? a : b: b wherever either is NaN.
+    static VF minF(VF a, VF b) { return _mm256_min_ps(a, b); }
+    static VF maxF(VF a, VF b) { return _mm256_max_ps(a, b); }
+
+    // Float comparisons as all-ones integer masks. Ordered (false where either
+    // operand is NaN) except cmpneqF, which holds there.
+    static V cmpltF(VF a, VF b) { return _mm256_castps_si256(_mm256_cmp_ps(a, b, _CMP_LT_OQ)); }
+    static V cmpgtF(VF a, VF b) { return _mm256_castps_si256(_mm256_cmp_ps(a, b, _CMP_GT_OQ)); }
+    static V cmpleF(VF a, VF b) { return _mm256_castps_si256(_mm256_cmp_ps(a, b, _CMP_LE_OQ)); }
+    static V cmpeqF(VF a, VF b) { return _mm256_castps_si256(_mm256_cmp_ps(a, b, _CMP_EQ_OQ)); }
+    static V cmpneqF(VF a, VF b) { return _mm256_castps_si256(_mm256_cmp_ps(a, b, _CMP_NEQ_UQ)); }
+
+    // Comparison masks of 16- and 32-bit values narrowed to one byte per
+    // value, in value order (the packs work within 128-bit lanes; the
+    // permutes put the lanes' halves back in order).
+    static V narrowMasks16(V m0, V m1) {
+        return _mm256_permute4x64_epi64(_mm256_packs_epi16(m0, m1), _MM_SHUFFLE(3, 1, 2, 0));
+    }
+    static V narrowMasks32(V m0, V m1, V m2, V m3) {
+        const V bytes = _mm256_packs_epi16(_mm256_packs_epi32(m0, m1), _mm256_packs_epi32(m2, m3));
+        return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+    }
+    // One bit per byte of a byte mask, as packed 1-bit rows hold them: the
+    // first byte's bit in the most significant bit of the result's first
+    // byte (little-endian). 32 bits.
+    static uint32_t msbFirstBits(V m) {
+        const V reverse = _mm256_setr_epi8(7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8,
+                                           7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8);
+        return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_shuffle_epi8(m, reverse)));
+    }
+
     // 32S product through double precision, clamped, truncated: the same
     // roundings as the scalar form, four values per double vector.
     static V mulSatS32(V a, V b) {

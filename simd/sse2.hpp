@@ -115,6 +115,37 @@ struct Sse2 {
         b = _mm_unpackhi_ps(x, y);
     }
 
+    static VF orF(VF a, VF b) { return _mm_or_ps(a, b); }
+    // a < b ? a : b and a > b ? a : b: b wherever either is NaN.
+    static VF minF(VF a, VF b) { return _mm_min_ps(a, b); }
+    static VF maxF(VF a, VF b) { return _mm_max_ps(a, b); }
+
+    // Float comparisons as all-ones integer masks. Ordered (false where either
+    // operand is NaN) except cmpneqF, which holds there.
+    static V cmpltF(VF a, VF b) { return _mm_castps_si128(_mm_cmplt_ps(a, b)); }
+    static V cmpgtF(VF a, VF b) { return _mm_castps_si128(_mm_cmpgt_ps(a, b)); }
+    static V cmpleF(VF a, VF b) { return _mm_castps_si128(_mm_cmple_ps(a, b)); }
+    static V cmpeqF(VF a, VF b) { return _mm_castps_si128(_mm_cmpeq_ps(a, b)); }
+    static V cmpneqF(VF a, VF b) { return _mm_castps_si128(_mm_cmpneq_ps(a, b)); }
+
+    // Comparison masks of 16- and 32-bit values narrowed to one byte per
+    // value, in value order.
+    static V narrowMasks16(V m0, V m1) { return _mm_packs_epi16(m0, m1); }
+    static V narrowMasks32(V m0, V m1, V m2, V m3) {
+        return _mm_packs_epi16(_mm_packs_epi32(m0, m1), _mm_packs_epi32(m2, m3));
+    }
+    // One bit per byte of a byte mask, as packed 1-bit rows hold them: the
+    // first byte's bit in the most significant bit of the result's first
+    // byte (little-endian). 16 bits.
+    static uint32_t msbFirstBits(V m) {
+        // Reverse the bytes of each 8-byte group: swap within 16-bit words,
+        // then reverse the words.
+        V x = _mm_or_si128(_mm_slli_epi16(m, 8), _mm_srli_epi16(m, 8));
+        x = _mm_shufflelo_epi16(x, _MM_SHUFFLE(0, 1, 2, 3));
+        x = _mm_shufflehi_epi16(x, _MM_SHUFFLE(0, 1, 2, 3));
+        return static_cast<uint32_t>(_mm_movemask_epi8(x));
+    }
+
     // 32S product through double precision, clamped, truncated: the same
     // roundings as the scalar form, two values per double vector.
     static V mulSatS32(V a, V b) {
