@@ -24,7 +24,10 @@ void releaseSet(TransformTableSet& set) {
 void releaseTransformCaches(OzlErrorContext* context) {
     releaseSet(context->caches.fft);
     releaseSet(context->caches.dct);
+    ozlFree(context->caches.scratch);
+    context->caches.scratch = nullptr;
     context->caches.cachedSize = -1;
+    context->caches.useClock = 0;
 }
 
 }  // namespace ozl::frame

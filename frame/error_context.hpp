@@ -8,20 +8,24 @@
 
 namespace ozl::frame {
 
-// Table pointers of one transform family; every entry is an ozlMalloc block.
+// Table pointers of one transform family; every entry is an ozlMalloc block,
+// nullptr where the slot is free.
 constexpr int kTransformTableSlots = 64;
 struct TransformTableSet {
-    int32_t count;
+    int32_t count;  // blocks held
     void* tables[kTransformTableSlots];
 };
 
-// Room for the transform caches. Only cachedSize starts at -1; all else is 0.
-constexpr int kInlineTableWords = 333;
+// The frequency transforms' per-thread caches: their tables by length, and one
+// working block reused across calls. Only cachedSize starts at -1; all else is 0.
+constexpr int kTransformSpareWords = 331;
 struct TransformCaches {
-    int32_t cachedSize;  // -1: nothing cached
-    TransformTableSet fft;
-    TransformTableSet dct;
-    uint32_t inlineTables[kInlineTableWords];  // small precomputed tables
+    int32_t cachedSize;     // bytes of `scratch`; -1: nothing cached
+    TransformTableSet fft;  // Fourier plans
+    TransformTableSet dct;  // cosine-transform rotations
+    void* scratch;          // working block (ozlMalloc)
+    uint32_t useClock;      // stamps the tables for least-recently-used replacement
+    uint32_t spare[kTransformSpareWords];  // keeps the record at its 32-bit size
 };
 
 struct OzlErrorContext {
@@ -38,7 +42,8 @@ static_assert(sizeof(void*) != 4 || sizeof(OzlErrorContext) == 1868,
 // Fresh state of a zero-filled context: status 0, mode Leaf, message-box report.
 void initContext(OzlErrorContext* context);
 
-// Frees every cached table (ozlFree) and zeroes the counts; called at thread exit.
+// Frees every cached table and the working block (ozlFree), zeroes the counts
+// and marks nothing cached; called at thread exit and thread detach.
 void releaseTransformCaches(OzlErrorContext* context);
 
 // The calling thread's context, created on first use. Ends the process when the

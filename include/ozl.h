@@ -1086,6 +1086,99 @@ OZL_API double OZL_CALL ozlNormalizedCentralMoment(OzlImage *image, int m, int n
 OZL_API double OZL_CALL ozlNorm(OzlImage *srcImageA, OzlImage *srcImageB, int normType);
 
 /* ------------------------------------------------------------------------ */
+/* Frequency transforms                                                      */
+/* ------------------------------------------------------------------------ */
+
+/*
+ * Flags of ozlRealFft2D and ozlCcsFft2D: one direction, plus one scaling (N is
+ * the number of values transformed, width * height of the real region).
+ */
+#define OZL_FFT_FORWARD        1
+#define OZL_FFT_INVERSE        2
+#define OZL_FFT_SCALE_INVERSE  0   /* the inverse divided by N (the default) */
+#define OZL_FFT_SCALE_FORWARD  4   /* the forward divided by N */
+#define OZL_FFT_SCALE_SQRT     8   /* both divided by sqrt(N) */
+#define OZL_FFT_SCALE_NONE     12  /* neither */
+#define OZL_FFT_SCALE_MASK     12
+
+/* Flags of ozlDCT2D: exactly one of them. */
+#define OZL_DCT_FORWARD  1
+#define OZL_DCT_INVERSE  2
+
+/* Flag of ozlMpyRCPack2D: multiply by the conjugate of the second spectrum. */
+#define OZL_MPY_CONJUGATE  1
+
+/*
+ * Fourier transforms of real images. The forward transform of a W x H region
+ * f (any sizes; lengths made of the factors 2, 3 and 5 are the fastest) is
+ *     X(u, v) = s * sum over x < W, y < H of f(x, y) e^(-2 pi i (u x / W + v y / H)),
+ * s the scaling of the flags; the inverse has e^(+...) and its own scaling, and
+ * gives f back when the two scalings multiply to 1/N. X(W-u, H-v) is the
+ * conjugate of X(u, v), so half the spectrum describes it all. Two layouts:
+ *
+ * Packed (ozlRealFft2D): W x H real values, the size of the image region.
+ *  - Columns 1 .. W-2 (W even) or 1 .. W-1 (W odd): in every row v, the pairs
+ *    Re X(u, v), Im X(u, v) at columns 2u-1, 2u, for u = 1 .. (W-1)/2.
+ *  - Column 0: the column u = 0 packed down the rows: row 0 Re X(0, 0), then
+ *    rows 2v-1, 2v Re X(0, v), Im X(0, v) for v = 1 .. (H-1)/2, and for even H
+ *    the last row Re X(0, H/2).
+ *  - Column W-1, for even W: the column u = W/2 packed the same way.
+ * CCS (ozlCcsFft2D): 2 (W/2 + 1) x H real values: in every row v, the pairs
+ *    Re X(u, v), Im X(u, v) at columns 2u, 2u+1, for u = 0 .. W/2. The inverse
+ *    reads the columns u = 0 and (W even) u = W/2 in rows v = 0 .. H/2 only and
+ *    takes their values at v = 0 and (H even) v = H/2 as real; the other rows
+ *    of those columns follow from the symmetry.
+ *
+ * Forward (OZL_FFT_FORWARD): srcImage is the real image, of any depth but 1U
+ * (integers are taken as floats), dstImage the spectrum, 32F. Inverse
+ * (OZL_FFT_INVERSE): srcImage is the spectrum, 32F, dstImage the real image, of
+ * any depth but 1U; integer depths take each value rounded to nearest (ties to
+ * even) and saturated, NaN as 0. Integer images of 8 and 16 bits come back
+ * exactly from a forward and inverse pair. Every processed channel (the channel
+ * of interest, or all but alpha) is transformed on its own; the two images must
+ * have as many. The real region sets the size; the spectrum region must be the
+ * size of its layout. Pixel and plane order, tiled images (fetched whole) and
+ * the same image as source and destination are accepted; masks are not.
+ * Accuracy (single-precision arithmetic, tables rounded once from double
+ * precision; measured on images up to 2048 x 2048 and lines of 65536): every
+ * spectrum value lies within 2e-6 s sqrt(sum f^2) of the exact one, and a
+ * forward and inverse pair gives every value back within 2e-6 of the image's
+ * largest magnitude.
+ * Statuses: the header check's ("Incorrect Image"); -5 bad flags or a mask;
+ * -17 a depth; -15 channel counts; -25 region sizes; -4 out of memory; -2 a
+ * tile callback left tileData NULL. An empty region leaves everything as is.
+ */
+OZL_API void OZL_CALL ozlRealFft2D(OzlImage *srcImage, OzlImage *dstImage, int flags);
+OZL_API void OZL_CALL ozlCcsFft2D(OzlImage *srcImage, OzlImage *dstImage, int flags);
+
+/*
+ * Element-wise product of two spectra in the packed layout of ozlRealFft2D:
+ * the real entries multiplied as reals, the pairs as complex numbers, by the
+ * conjugate of srcImageB's with OZL_MPY_CONJUGATE (flags 0 or that). The inverse
+ * of the product of two forward transforms is then the circular convolution of
+ * the images (with OZL_MPY_CONJUGATE their circular correlation). All three
+ * images 32F with equal channel counts and region sizes; the destination may be
+ * either source. Statuses as for ozlRealFft2D: header check, -5 flags or a mask,
+ * -17 a depth, -15 channels, -25 sizes, -4 memory, -2 tiles.
+ */
+OZL_API void OZL_CALL ozlMpyRCPack2D(OzlImage *srcImageA, OzlImage *srcImageB,
+                                     OzlImage *dstImage, int flags);
+
+/*
+ * Orthonormal 2-D cosine transform over the whole W x H region (no blocks):
+ *     C(u, v) = a(u) b(v) sum over x < W, y < H of
+ *               f(x, y) cos(pi (2x + 1) u / 2W) cos(pi (2y + 1) v / 2H),
+ * a(0) = sqrt(1/W), a(u) = sqrt(2/W) otherwise, b likewise with H; the inverse
+ * (OZL_DCT_INVERSE) is its transpose and gives f back. Depths, channels,
+ * layouts, tiles and statuses as for ozlRealFft2D (forward: any source depth
+ * but 1U into 32F; inverse: 32F into any depth but 1U, rounded and saturated);
+ * both regions of one size. Accuracy: every coefficient within
+ * 2e-6 sqrt(sum f^2 / N) of the exact one, N = W H; round trips as for
+ * ozlRealFft2D.
+ */
+OZL_API void OZL_CALL ozlDCT2D(OzlImage *srcImage, OzlImage *dstImage, int flags);
+
+/* ------------------------------------------------------------------------ */
 /* Test images                                                               */
 /* ------------------------------------------------------------------------ */
 

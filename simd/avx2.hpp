@@ -155,6 +155,37 @@ struct Avx2 {
     static VF addF(VF a, VF b) { return _mm256_add_ps(a, b); }
     static VF subF(VF a, VF b) { return _mm256_sub_ps(a, b); }
     static VF mulF(VF a, VF b) { return _mm256_mul_ps(a, b); }
+    static VF negF(VF a) { return _mm256_xor_ps(a, _mm256_set1_ps(-0.0f)); }
+
+    // Block moves over float lanes (see sse2.hpp). The split orders the lanes
+    // 0 1 4 5 2 3 6 7 (in-lane shuffles); the merge undoes it.
+    static constexpr int kFloats = 8;
+    static void transposeF(VF* r) {
+        __m256 t[8], s[8];
+        for (int i = 0; i < 8; i += 2) {
+            t[i] = _mm256_unpacklo_ps(r[i], r[i + 1]);
+            t[i + 1] = _mm256_unpackhi_ps(r[i], r[i + 1]);
+        }
+        for (int i = 0; i < 8; i += 4) {
+            s[i] = _mm256_shuffle_ps(t[i], t[i + 2], 0x44);
+            s[i + 1] = _mm256_shuffle_ps(t[i], t[i + 2], 0xEE);
+            s[i + 2] = _mm256_shuffle_ps(t[i + 1], t[i + 3], 0x44);
+            s[i + 3] = _mm256_shuffle_ps(t[i + 1], t[i + 3], 0xEE);
+        }
+        for (int i = 0; i < 4; ++i) {
+            r[i] = _mm256_permute2f128_ps(s[i], s[i + 4], 0x20);
+            r[i + 4] = _mm256_permute2f128_ps(s[i], s[i + 4], 0x31);
+        }
+    }
+    static void splitPairsF(VF a, VF b, VF& x, VF& y) {
+        x = _mm256_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0));
+        y = _mm256_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1));
+    }
+    static void mergePairsF(VF x, VF y, VF& a, VF& b) {
+        a = _mm256_unpacklo_ps(x, y);
+        b = _mm256_unpackhi_ps(x, y);
+    }
+
     static VF orF(VF a, VF b) { return _mm256_or_ps(a, b); }
     // a < b ? a : b and a > b ? a : b: b wherever either is NaN.
     static VF minF(VF a, VF b) { return _mm256_min_ps(a, b); }

@@ -168,6 +168,24 @@ struct Sse2 {
     static VF addF(VF a, VF b) { return _mm_add_ps(a, b); }
     static VF subF(VF a, VF b) { return _mm_sub_ps(a, b); }
     static VF mulF(VF a, VF b) { return _mm_mul_ps(a, b); }
+    // Sign flipped, as the scalar unary minus does (zeros included).
+    static VF negF(VF a) { return _mm_xor_ps(a, _mm_set1_ps(-0.0f)); }
+
+    // Float lanes of one vector, and block moves over them: the rows of a
+    // kFloats x kFloats block become its columns; interleaved pairs (x0 y0 x1
+    // y1 ...) split into an x and a y vector and back. The split may order the
+    // lanes its own way; merging restores the memory order.
+    static constexpr int kFloats = 4;
+    static void transposeF(VF* r) { _MM_TRANSPOSE4_PS(r[0], r[1], r[2], r[3]); }
+    static void splitPairsF(VF a, VF b, VF& x, VF& y) {
+        x = _mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0));
+        y = _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1));
+    }
+    static void mergePairsF(VF x, VF y, VF& a, VF& b) {
+        a = _mm_unpacklo_ps(x, y);
+        b = _mm_unpackhi_ps(x, y);
+    }
+
     static VF orF(VF a, VF b) { return _mm_or_ps(a, b); }
     // a < b ? a : b and a > b ? a : b: b wherever either is NaN.
     static VF minF(VF a, VF b) { return _mm_min_ps(a, b); }

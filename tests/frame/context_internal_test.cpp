@@ -15,7 +15,8 @@ bool cachesAreEmpty(const OzlErrorContext& c) {
     if (c.caches.cachedSize != -1 || c.caches.fft.count != 0 || c.caches.dct.count != 0) return false;
     for (int i = 0; i < kTransformTableSlots; ++i)
         if (c.caches.fft.tables[i] != nullptr || c.caches.dct.tables[i] != nullptr) return false;
-    for (uint32_t w : c.caches.inlineTables)
+    if (c.caches.scratch != nullptr || c.caches.useClock != 0) return false;
+    for (uint32_t w : c.caches.spare)
         if (w != 0) return false;
     return true;
 }
@@ -52,7 +53,9 @@ TEST(ErrorContext, ReleaseFreesTablesAndZeroesCounts) {
     context.caches.fft.count = 4;
     for (int i : {0, 2}) context.caches.dct.tables[i] = ozldMalloc(100);
     context.caches.dct.count = 2;
+    context.caches.scratch = ozlMalloc(256);
     context.caches.cachedSize = 256;
+    context.caches.useClock = 9;
     for (int twice = 0; twice < 2; ++twice) {  // the sanitizer build reports any block left behind
         releaseTransformCaches(&context);
         EXPECT_TRUE(cachesAreEmpty(context));
