@@ -263,6 +263,20 @@ void blendInto(const RowView& d, const char* computed, size_t n, size_t size, Ma
     }
 }
 
+// Copies n pixels of a destination row into a dense chunk (pixel kernels that
+// leave channels unwritten).
+void readPixels(char* chunk, const RowView& d, size_t n, size_t size) {
+    const size_t pixelBytes = d.channels * size;
+    if (d.channelStep == static_cast<ptrdiff_t>(size)) {
+        gather(chunk, d.data, d.pixelStep, n, pixelBytes);
+        return;
+    }
+    for (int c = 0; c < d.channels; ++c)
+        for (size_t p = 0; p < n; ++p)
+            std::memcpy(chunk + p * pixelBytes + c * size, d.data + c * d.channelStep + p * d.pixelStep,
+                        size);
+}
+
 // The pixel kernel over one row: straight into the destination where it can,
 // else a chunk at a time into a buffer that is then merged (1-bit rows) or
 // blended (values) into the destination.
@@ -303,8 +317,9 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
             t.channelStep = static_cast<ptrdiff_t>(size);
             t.pixelStep = static_cast<ptrdiff_t>(pixelBytes);
         }
-        k.pixel(s, t, n, k.context);
         const RowView out = advance(d, done);
+        if (k.partialPixels && !dstBits) readPixels(computed, out, n, size);
+        k.pixel(s, t, n, k.context);
         MaskRow m = mask;
         m.bit += done;
         if (dstBits) {
@@ -319,6 +334,21 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
     }
     ozlFree(heap);
     return true;
+}
+
+// True when every operand's rows follow each other without a gap, so that the
+// whole region is one row of width x height pixels (not for 1-bit rows).
+bool rowsJoin(const MapOperands& o, Size size) {
+    if (size.height < 2) return false;
+    auto joins = [&](const OzlImage* im) {
+        if (!im) return true;
+        if (isBits(im)) return false;
+        const RowView r0 = rowOf(im, 0), r1 = rowOf(im, 1);
+        return r1.data - r0.data == static_cast<ptrdiff_t>(size.width) * r0.pixelStep;
+    };
+    for (const OzlImage* s : o.src)
+        if (!joins(s)) return false;
+    return joins(o.dst);
 }
 
 bool pixelRows(const MapOperands& o, const View& vm, const MapKernel& k, Size size) {
@@ -339,6 +369,10 @@ bool pixelRows(const MapOperands& o, const View& vm, const MapKernel& k, Size si
         k.pixelRows(src, d, width, static_cast<size_t>(size.height), steps, k.context);
         return true;
     }
+    // Rows without gaps between them make one long row.
+    if (!vm.data && rowsJoin(o, size))
+        return pixelRow(k, src, d, dstBits, dSize, {},
+                        width * static_cast<size_t>(size.height));
     for (int y = 0; y < size.height; ++y) {
         if (y > 0) {
             for (int i = 0; i < kMaxSources; ++i)

@@ -77,6 +77,10 @@ struct MapKernel {
     // The kernel copies the first source (d = a): masked rows are blended
     // straight from the source instead of being computed first.
     bool identity = false;
+    // Pixel kernels that write only some of the destination's processed
+    // channels, the others keeping their values: a masked row starts each
+    // computed chunk from the destination's pixels.
+    bool partialPixels = false;
 };
 
 // Result of a walk: done, out of memory, or the operand whose tile callback

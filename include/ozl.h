@@ -433,6 +433,84 @@ OZL_API void OZL_CALL ozlSetFP(OzlImage *image, float fillValue);
 OZL_API void OZL_CALL ozlCopy(OzlImage *srcImage, OzlImage *dstImage);
 
 /* ------------------------------------------------------------------------ */
+/* Colour: model conversions, colour twist, colour to grey and back          */
+/* ------------------------------------------------------------------------ */
+
+/*
+ * Colour-model conversions between a three-channel RGB image and another model,
+ * source then destination. The RGB side has colorModel "RGB" and channelSeq
+ * "RGB" or "BGR" (which sets where red and blue are); the other side has the
+ * model's name in both fields (its channels in the order of the name, YCrCb as
+ * Y, Cb, Cr). The source may have more than three channels (they are skipped),
+ * the destination exactly three; depths, data orders and origins equal; no
+ * region of interest on either image. The top-left overlap of the two images
+ * is converted, tile by tile for tiled images. Depths: YUV, YCrCb and XYZ 8U,
+ * 16U, 32S and 32F; HSV and HLS 8U, 16U and 32S (hue in half degrees 0..179
+ * at every depth, the other channels over the depth's range); YCC to RGB 8U
+ * (PhotoYCC); LUV 32F (RGB on 0..1, L on 0..100). Integer results saturate.
+ * Statuses: the header check's, -5 (OZL_StsBadArg) for a model, channel
+ * sequence, region, shape or depth that does not fit, -2 for a tile the
+ * callback does not provide.
+ */
+OZL_API void OZL_CALL ozlRGB2HSV(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlHSV2RGB(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlRGB2HLS(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlHLS2RGB(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlRGB2XYZ(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlXYZ2RGB(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlRGB2YUV(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlYUV2RGB(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlRGB2YCrCb(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlYCrCb2RGB(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlYCC2RGB(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlRGB2LUV(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlLUV2RGB(OzlImage *src, OzlImage *dst);
+
+/*
+ * Colour twist record: sixteen integers (row-major 4 x 4, row i gives output
+ * channel i, elements 0..2 weight input channels 0..2, element 3 is the
+ * constant) meaning data / 2^scalingValue, scalingValue 0..31. Create and set
+ * report -5 for a NULL pointer or a scale outside 0..31, create -4 when the
+ * record cannot be allocated. Delete ignores NULL.
+ */
+OZL_API OzlColorTwist *OZL_CALL ozlCreateColorTwist(const int *data, int scalingValue);
+OZL_API OzlStatus OZL_CALL ozlSetColorTwist(OzlColorTwist *cTwist, const int *data,
+                                            int scalingValue);
+OZL_API void OZL_CALL ozlDeleteColorTwist(OzlColorTwist *cTwist);
+
+/*
+ * Applies a twist to the first three channels of every pixel of the region of
+ * interest (8U or 16U, equal depths, data orders and origins, at least three
+ * channels, an alpha channel only as the last one): output i is the matrix row
+ * times the three inputs plus its constant, divided by 2^scalingValue and
+ * rounded half up, plus `offset`, saturated. Further channels of the
+ * destination keep their values; a channel of interest is ignored; the masks of
+ * both images combine. Statuses as ozlCheckImageHeader, -5 for the argument
+ * checks, -4 when the combined mask cannot be allocated, -2 for a missing tile.
+ */
+OZL_API void OZL_CALL ozlApplyColorTwist(OzlImage *srcImage, OzlImage *dstImage,
+                                         OzlColorTwist *cTwist, int offset);
+
+/*
+ * The same on 32F images with sixteen floats (no scale, no offset, no
+ * saturation), in single precision.
+ */
+OZL_API void OZL_CALL ozlColorTwistFP(OzlImage *srcImage, OzlImage *dstImage,
+                                      const float *TwistFP);
+
+/*
+ * RGB to one grey channel (source 8U, 16U or 32S, destination 8U, 16U or 1U,
+ * any pair) and grey to RGB with a weight per channel (equal depths 8U, 16U or
+ * 32S, or a 1U grey into 8U). The grey side has colorModel "Gray" or "GRAY"
+ * and channelSeq beginning with "G", one channel in pixel order (its first
+ * plane in plane order). Whole images, top-left overlap. Statuses as the
+ * colour conversions.
+ */
+OZL_API void OZL_CALL ozlColorToGray(OzlImage *src, OzlImage *dst);
+OZL_API void OZL_CALL ozlGrayToColor(OzlImage *src, OzlImage *dst, float FractR, float FractG,
+                                     float FractB);
+
+/* ------------------------------------------------------------------------ */
 /* Test images                                                               */
 /* ------------------------------------------------------------------------ */
 

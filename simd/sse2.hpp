@@ -42,7 +42,9 @@ struct Sse2 {
     static V xor_(V a, V b) { return _mm_xor_si128(a, b); }
     static V andNot(V a, V b) { return _mm_andnot_si128(b, a); }  // a & ~b
     // m ? x : y, m all-ones or all-zero per byte.
-    static V select(V m, V x, V y) { return _mm_or_si128(_mm_and_si128(m, x), _mm_andnot_si128(m, y)); }
+    static V select(V m, V x, V y) {
+        return _mm_or_si128(_mm_and_si128(m, x), _mm_andnot_si128(m, y));
+    }
 
     static V addsU8(V a, V b) { return _mm_adds_epu8(a, b); }
     static V addsS8(V a, V b) { return _mm_adds_epi8(a, b); }
@@ -126,6 +128,78 @@ struct Sse2 {
         x = _mm_shufflelo_epi16(x, _MM_SHUFFLE(0, 1, 2, 3));
         x = _mm_shufflehi_epi16(x, _MM_SHUFFLE(0, 1, 2, 3));
         return static_cast<uint32_t>(_mm_movemask_epi8(x));
+    }
+
+    // Channel mixing: multiply 16-bit pairs and add each pair into 32 bits.
+    static V madd16(V a, V b) { return _mm_madd_epi16(a, b); }
+    // No byte multiply-add (pmaddubsw) before SSSE3.
+    static constexpr bool kHasByteMadd = false;
+    static V minU8(V a, V b) { return _mm_min_epu8(a, b); }
+    static V maxU8(V a, V b) { return _mm_max_epu8(a, b); }
+    static V minS16(V a, V b) { return _mm_min_epi16(a, b); }
+    static V maxS16(V a, V b) { return _mm_max_epi16(a, b); }
+    static V unpackLo32(V a, V b) { return _mm_unpacklo_epi32(a, b); }
+    static V unpackHi32(V a, V b) { return _mm_unpackhi_epi32(a, b); }
+    static V unpackLo64(V a, V b) { return _mm_unpacklo_epi64(a, b); }
+    static V unpackHi64(V a, V b) { return _mm_unpackhi_epi64(a, b); }
+
+    // Lane masks of 16-bit and float compares, in whatever form the level
+    // keeps them, and the selects that take them: m ? x : y.
+    using M16 = V;
+    using MF = VF;
+    static M16 eq16(V a, V b) { return _mm_cmpeq_epi16(a, b); }
+    static M16 gt16(V a, V b) { return _mm_cmpgt_epi16(a, b); }  // signed
+    static V select16(M16 m, V x, V y) { return select(m, x, y); }
+    static MF ltF(VF a, VF b) { return _mm_cmplt_ps(a, b); }
+    static MF leF(VF a, VF b) { return _mm_cmple_ps(a, b); }
+    static MF eqF(VF a, VF b) { return _mm_cmpeq_ps(a, b); }
+    static VF selectF(MF m, VF x, VF y) { return _mm_or_ps(_mm_and_ps(m, x), _mm_andnot_ps(m, y)); }
+
+    static VF divF(VF a, VF b) { return _mm_div_ps(a, b); }
+    // float to int32 truncated toward zero.
+    static V truncI(VF a) { return _mm_cvttps_epi32(a); }
+
+    // Interleaved pixels of three (or four) byte or float channels to and from
+    // one vector per channel, kBytes pixels of bytes or kBytes / 4 of floats.
+    // This level has no byte shuffle: the values go through memory.
+    static void load3x8(const void* p, V& c0, V& c1, V& c2) {
+        alignas(16) uint8_t t[3][16];
+        const auto* s = static_cast<const uint8_t*>(p);
+        for (int i = 0; i < 16; ++i)
+            for (int c = 0; c < 3; ++c) t[c][i] = s[3 * i + c];
+        c0 = load(t[0]), c1 = load(t[1]), c2 = load(t[2]);
+    }
+    static void load4x8(const void* p, V& c0, V& c1, V& c2) {
+        alignas(16) uint8_t t[3][16];
+        const auto* s = static_cast<const uint8_t*>(p);
+        for (int i = 0; i < 16; ++i)
+            for (int c = 0; c < 3; ++c) t[c][i] = s[4 * i + c];
+        c0 = load(t[0]), c1 = load(t[1]), c2 = load(t[2]);
+    }
+    // kStream: the destination is 16-byte aligned and the stores go past the caches.
+    template <bool kStream = false>
+    static void store3x8(void* p, V c0, V c1, V c2) {
+        alignas(16) uint8_t t[3][16], joined[48];
+        store(t[0], c0), store(t[1], c1), store(t[2], c2);
+        for (int i = 0; i < 16; ++i)
+            for (int c = 0; c < 3; ++c) joined[3 * i + c] = t[c][i];
+        auto* d = static_cast<uint8_t*>(p);
+        for (int r = 0; r < 3; ++r) {
+            if constexpr (kStream) stream(d + 16 * r, load(joined + 16 * r));
+            else store(d + 16 * r, load(joined + 16 * r));
+        }
+    }
+    static void load3xF(const float* p, VF& c0, VF& c1, VF& c2) {
+        alignas(16) float t[3][4];
+        for (int i = 0; i < 4; ++i)
+            for (int c = 0; c < 3; ++c) t[c][i] = p[3 * i + c];
+        c0 = loadF(t[0]), c1 = loadF(t[1]), c2 = loadF(t[2]);
+    }
+    static void store3xF(float* p, VF c0, VF c1, VF c2) {
+        alignas(16) float t[3][4];
+        store(t[0], c0), store(t[1], c1), store(t[2], c2);
+        for (int i = 0; i < 4; ++i)
+            for (int c = 0; c < 3; ++c) p[3 * i + c] = t[c][i];
     }
 
     // 32S product through double precision, clamped, truncated: the same
