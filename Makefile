@@ -47,7 +47,7 @@ test:
 check: build
 	cd build && $(CTEST) $(CTEST_FLAGS)
 
-ASAN_CONFIGURE = $(CMAKE) -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOZL_SANITIZE=ON -DOZL_BUILD_TOOLS=OFF
+ASAN_CONFIGURE = $(CMAKE) -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOZL_SANITIZE=ON
 
 asan:
 	$(ASAN_CONFIGURE)
