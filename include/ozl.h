@@ -203,6 +203,16 @@ typedef struct OzlConvKernelFP {
     float *values;
 } OzlConvKernelFP;
 
+/* A structuring element: nRows rows of nCols values, the element's places
+   where a value is not zero, centred on (anchorX, anchorY). */
+typedef struct OzlStructElement {
+    int32_t nCols;
+    int32_t nRows;
+    int32_t anchorX;
+    int32_t anchorY;
+    const uint8_t *values;
+} OzlStructElement;
+
 #define OZL_COMBINE_SUM        0
 #define OZL_COMBINE_SUMSQ      1
 #define OZL_COMBINE_SUMSQROOT  2
@@ -415,6 +425,47 @@ OZL_API void OZL_CALL ozlConvolveSep2D(OzlImage *srcImage, OzlImage *dstImage,
                                        OzlConvKernel *xKernel, OzlConvKernel *yKernel);
 OZL_API void OZL_CALL ozlConvolveSep2DFP(OzlImage *srcImage, OzlImage *dstImage,
                                          OzlConvKernelFP *xKernel, OzlConvKernelFP *yKernel);
+
+/* ------------------------------------------------------------------------ */
+/* Rank, morphological and fixed filters                                     */
+/* ------------------------------------------------------------------------ */
+
+/* Every filter here reads an nCols x nRows window whose pixel (anchorX,
+   anchorY) lies over the output pixel (or a structuring element), pixels
+   outside the source taken from its border modes. Regions, channels of
+   interest, alpha (left alone), masks, tiles and either data order; the
+   destination may be the source. 32F values are ordered with -0 below +0 and
+   NaNs beyond the infinities by their sign. Statuses: -5 for a window of no
+   size or an anchor outside it, for images of different depths or data
+   orders, different channel counts or a channel of interest on one side
+   only; -11 for region offsets outside an image; -4 when memory runs out; -2
+   when a tile callback leaves tileData NULL; header failures as
+   ozlCheckImageHeader reports them. */
+
+/* The least (ozlMinFilter) or greatest (ozlMaxFilter) value over the window.
+   1U, 8U, 8S, 16U, 16S, 32S, 32F. */
+OZL_API void OZL_CALL ozlMinFilter(OzlImage *srcImage, OzlImage *dstImage, int nCols, int nRows,
+                                   int anchorX, int anchorY);
+OZL_API void OZL_CALL ozlMaxFilter(OzlImage *srcImage, OzlImage *dstImage, int nCols, int nRows,
+                                   int anchorX, int anchorY);
+
+/* Erosion (least value over the element's places) and dilation (greatest),
+   repeated `iterations` times; opening erodes `iterations` times then dilates
+   as often, closing dilates then erodes. A NULL element is the 3 x 3 square
+   centred on the pixel. Each pass after the first reads the previous pass's
+   result over the region, with the source's border modes around it. 1U, 8U,
+   8S, 16U, 16S, 32S, 32F. Statuses besides the common ones: -5 for an element
+   of no size, an anchor outside it or no values ("Bad structuring element"),
+   an element without places ("Empty structuring element"), iterations below
+   1. */
+OZL_API void OZL_CALL ozlErode(OzlImage *srcImage, OzlImage *dstImage,
+                               const OzlStructElement *element, int iterations);
+OZL_API void OZL_CALL ozlDilate(OzlImage *srcImage, OzlImage *dstImage,
+                                const OzlStructElement *element, int iterations);
+OZL_API void OZL_CALL ozlOpen(OzlImage *srcImage, OzlImage *dstImage,
+                              const OzlStructElement *element, int iterations);
+OZL_API void OZL_CALL ozlClose(OzlImage *srcImage, OzlImage *dstImage,
+                               const OzlStructElement *element, int iterations);
 
 /* ------------------------------------------------------------------------ */
 /* Test images                                                               */
