@@ -467,6 +467,40 @@ OZL_API void OZL_CALL ozlOpen(OzlImage *srcImage, OzlImage *dstImage,
 OZL_API void OZL_CALL ozlClose(OzlImage *srcImage, OzlImage *dstImage,
                                const OzlStructElement *element, int iterations);
 
+/* The mean of the window, rounded to the nearest value (halves upward), from
+   the exact sum; 32F sums the window's rows top to bottom, each column's sums
+   left to right, then divides by the area. 1U (the majority, ties giving 1),
+   8U, 8S, 16U, 16S, 32S, 32F. */
+OZL_API void OZL_CALL ozlBlur(OzlImage *srcImage, OzlImage *dstImage, int nCols, int nRows,
+                              int anchorX, int anchorY);
+
+/* Fixed 3 x 3 and 5 x 5 kernels centred on the pixel, applied as correlation
+   (kernels as written, row by row):
+   PREWITT_VERT  -1 0 1 / -1 0 1 / -1 0 1    PREWITT_HORIZ  1 1 1 / 0 0 0 / -1 -1 -1
+   SOBEL_VERT    -1 0 1 / -2 0 2 / -1 0 1    SOBEL_HORIZ    1 2 1 / 0 0 0 / -1 -2 -1
+   LAPLACIAN_3x3  0 -1 0 / -1 4 -1 / 0 -1 0
+   LAPLACIAN_5x5 -1 -3 -4 -3 -1 / -3 0 6 0 -3 / -4 6 20 6 -4 / -3 0 6 0 -3 / -1 -3 -4 -3 -1
+   GAUSSIAN_3x3  1 2 1 / 2 4 2 / 1 2 1, divided by 16
+   GAUSSIAN_5x5  the outer product of 1 4 6 4 1 with itself, divided by 256
+   HIPASS_3x3    -1 everywhere, 8 in the centre; HIPASS_5x5 -1 everywhere, 24 in the centre
+   SHARPEN       -1 everywhere, 16 in the centre, divided by 8.
+   Integer depths take the exact sum, divide it rounding to nearest (halves
+   upward) and saturate; 32F sums the products row by row in float and
+   divides. 8U, 8S, 16U, 16S, 32S, 32F. Statuses besides the common ones: -5
+   for an unknown filter, -17 for 1U. */
+#define OZL_FIXED_PREWITT_VERT   0
+#define OZL_FIXED_PREWITT_HORIZ  1
+#define OZL_FIXED_SOBEL_VERT     2
+#define OZL_FIXED_SOBEL_HORIZ    3
+#define OZL_FIXED_LAPLACIAN_3x3  4
+#define OZL_FIXED_LAPLACIAN_5x5  5
+#define OZL_FIXED_GAUSSIAN_3x3   6
+#define OZL_FIXED_GAUSSIAN_5x5   7
+#define OZL_FIXED_HIPASS_3x3     8
+#define OZL_FIXED_HIPASS_5x5     9
+#define OZL_FIXED_SHARPEN        10
+OZL_API void OZL_CALL ozlFixedFilter(OzlImage *srcImage, OzlImage *dstImage, int filter);
+
 /* ------------------------------------------------------------------------ */
 /* Test images                                                               */
 /* ------------------------------------------------------------------------ */

@@ -41,10 +41,34 @@ constexpr int kMaxNetworkInputs = 49;
 using NetworkFn = void (*)(const void* const* in, int k, const Comparator* net, int nNet, int pick,
                            void* out, size_t n);
 
+// Division of 16-bit values by a constant, rounding down: q = x / divisor
+// for every x < 2^16, as (t + ((x - t) >> 1)) >> (shift - 1), t the high half
+// of x * multiplier (divisor 1: q = x).
+struct Divider16 {
+    uint16_t divisor = 1;
+    uint16_t multiplier = 0;
+    int shift = 0;
+};
+Divider16 divider16(uint16_t divisor);
+
+// The mean of every nCols x nRows window of 8-bit values rounded to nearest
+// (halves upward): rows[0..nRows-1] as the driver gives them, valid from
+// `left` pixels before the output (`step` values a pixel). Every window sum
+// plus half the divisor stays below 2^16. scratch holds n + (nCols - 1) * step
+// 16-bit values.
+struct BoxU8 {
+    int nCols = 1, nRows = 1, left = 0;
+    uint16_t half = 0;
+    Divider16 divider;
+};
+using BoxU8Fn = void (*)(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n, int step,
+                         void* scratch);
+
 struct RankTable {
     FoldFn fold[image::kElemCount][2];  // [type][0: least, 1: greatest]
     Median9Fn median9[image::kElemCount];
     NetworkFn network[image::kElemCount];
+    BoxU8Fn boxU8;
 };
 
 const RankTable& rankTable(cpu::Level level);
@@ -138,6 +162,29 @@ void networkRef(const void* const* in, int k, const Comparator* net, int nNet, i
             v[net[c].b] = greater(a, b);
         }
         putKey<T>(out, i, v[pick]);
+    }
+}
+
+inline uint16_t divide16(const Divider16& d, uint32_t x) {
+    if (d.divisor == 1) return static_cast<uint16_t>(x);
+    const uint32_t t = (x * d.multiplier) >> 16;
+    return static_cast<uint16_t>((t + ((x - t) >> 1)) >> (d.shift - 1));
+}
+
+inline void boxU8Ref(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n, int step,
+                     void* scratch) {
+    const size_t span = n + static_cast<size_t>(box.nCols - 1) * step;
+    auto* col = static_cast<uint16_t*>(scratch);
+    const ptrdiff_t left = -static_cast<ptrdiff_t>(box.left) * step;
+    for (size_t i = 0; i < span; ++i) {
+        uint32_t s = 0;
+        for (int j = 0; j < box.nRows; ++j) s += static_cast<const uint8_t*>(rows[j])[left + static_cast<ptrdiff_t>(i)];
+        col[i] = static_cast<uint16_t>(s);
+    }
+    for (size_t i = 0; i < n; ++i) {
+        uint32_t s = box.half;
+        for (int j = 0; j < box.nCols; ++j) s += col[i + static_cast<size_t>(j) * step];
+        out[i] = static_cast<uint8_t>(s / box.divider.divisor);
     }
 }
 

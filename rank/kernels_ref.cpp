@@ -20,6 +20,7 @@ const RankTable& rankTableRef() {
             t.median9[e] = &median9Ref<T>;
             t.network[e] = &networkRef<T>;
         });
+        t.boxU8 = &boxU8Ref;
         return t;
     }();
     return table;
@@ -28,6 +29,17 @@ const RankTable& rankTableRef() {
 constexpr simd::PerLevel<RankTable> kTables{&rankTableRef, &rankTableSse2, &rankTableAvx2};
 
 }  // namespace
+
+Divider16 divider16(uint16_t divisor) {
+    Divider16 d;
+    d.divisor = divisor;
+    if (divisor <= 1) return d;
+    int l = 0;
+    while ((1u << l) < divisor) ++l;
+    d.shift = l;
+    d.multiplier = static_cast<uint16_t>((uint64_t{1} << 16) * ((uint64_t{1} << l) - divisor) / divisor + 1);
+    return d;
+}
 
 const RankTable& rankTable(cpu::Level level) { return kTables.at(level); }
 

@@ -113,6 +113,54 @@ void networkVec(const void* const* in, int k, const Comparator* net, int nNet, i
     if (i < n) at(n - L::kCount);
 }
 
+// Column sums in 16-bit lanes (bytes widened pairwise), then the row sums,
+// the rounding half and the division by multiplication.
+template <class Vx>
+void boxU8Vec(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n, int step,
+              void* scratch) {
+    using V = typename Vx::V;
+    constexpr size_t kCount = Vx::kBytes;  // bytes a vector; 16-bit sums in two halves
+    const size_t span = n + static_cast<size_t>(box.nCols - 1) * step;
+    if (n < kCount) return boxU8Ref(box, rows, out, n, step, scratch);
+    auto* col = static_cast<uint16_t*>(scratch);
+    const ptrdiff_t left = -static_cast<ptrdiff_t>(box.left) * step;
+    auto columns = [&](size_t i) {
+        V lo = Vx::zero(), hi = Vx::zero();
+        for (int j = 0; j < box.nRows; ++j) {
+            V first, second;
+            const V b = Vx::load(static_cast<const uint8_t*>(rows[j]) + left + static_cast<ptrdiff_t>(i));
+            Vx::orderPairs(Vx::unpackLo8(b, Vx::zero()), Vx::unpackHi8(b, Vx::zero()), first, second);
+            lo = Vx::add16(lo, first);
+            hi = Vx::add16(hi, second);
+        }
+        Vx::store(col + i, lo);
+        Vx::store(col + i + kCount / 2, hi);
+    };
+    size_t i = 0;
+    for (; i + kCount <= span; i += kCount) columns(i);
+    if (i < span) columns(span - kCount);
+    const V half = Vx::set16(box.half);
+    const Divider16& d = box.divider;
+    const V mult = Vx::set16(static_cast<int16_t>(d.multiplier));
+    const auto shift = Vx::count(d.shift > 0 ? d.shift - 1 : 0);
+    auto divide = [&](V x) {
+        if (d.divisor == 1) return x;
+        const V t = Vx::mulhiU16(x, mult);
+        return Vx::srl16(Vx::add16(t, Vx::template srli16<1>(Vx::sub16(x, t))), shift);
+    };
+    auto sums = [&](size_t i) {
+        V lo = half, hi = half;
+        for (int j = 0; j < box.nCols; ++j) {
+            const uint16_t* c = col + i + static_cast<size_t>(j) * step;
+            lo = Vx::add16(lo, Vx::load(c));
+            hi = Vx::add16(hi, Vx::load(c + kCount / 2));
+        }
+        Vx::store(out + i, Vx::packOrder(Vx::packUS16(divide(lo), divide(hi))));
+    };
+    for (i = 0; i + kCount <= n; i += kCount) sums(i);
+    if (i < n) sums(n - kCount);
+}
+
 template <class Vx>
 RankTable vectorRankTable() {
     RankTable t{};
@@ -124,6 +172,7 @@ RankTable vectorRankTable() {
         t.median9[e] = &median9Vec<Vx, T>;
         t.network[e] = &networkVec<Vx, T>;
     });
+    t.boxU8 = &boxU8Vec<Vx>;
     return t;
 }
 
