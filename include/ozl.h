@@ -501,6 +501,21 @@ OZL_API void OZL_CALL ozlBlur(OzlImage *srcImage, OzlImage *dstImage, int nCols,
 #define OZL_FIXED_SHARPEN        10
 OZL_API void OZL_CALL ozlFixedFilter(OzlImage *srcImage, OzlImage *dstImage, int filter);
 
+/* The median of the window: the value of rank nCols * nRows / 2 counted from
+   0 in increasing order (for an even area the upper of the two middle
+   values). 1U, 8U, 8S, 16U, 16S, 32S, 32F. Statuses besides the common ones:
+   -5 for a window of more than 2^20 places. */
+OZL_API void OZL_CALL ozlMedianFilter(OzlImage *srcImage, OzlImage *dstImage, int nCols, int nRows,
+                                      int anchorX, int anchorY);
+/* For images of 3 channels (besides alpha) in pixel order: every pixel takes
+   the colour of the window's pixel whose summed absolute channel differences
+   to all the window's pixels are least (the first such pixel, row by row).
+   8U, 8S, 16U, 16S, 32S, 32F. Statuses besides the common ones: -15 for 1U,
+   plane order, a channel of interest or another channel count; -5 for a
+   window of more than 2^20 places. */
+OZL_API void OZL_CALL ozlColorMedianFilter(OzlImage *srcImage, OzlImage *dstImage, int nCols,
+                                           int nRows, int anchorX, int anchorY);
+
 /* ------------------------------------------------------------------------ */
 /* Test images                                                               */
 /* ------------------------------------------------------------------------ */

@@ -88,8 +88,8 @@ struct RoundSpec {
     std::vector<unsigned> depths;
     int rounds = 100;
     int maxWidth = 14, maxHeight = 12;
-    bool oneChannel = false;   // ColorMedian-style filters choose their own
-    int channels = 0;          // fixed channel count (0: random 1..4)
+    int channels = 0;  // fixed channel count (0: random 1..4)
+    bool planes = true, coi = true;
 };
 
 // Runs `rounds` random calls: `call(src, dst, rng)` makes the call and
@@ -103,7 +103,7 @@ inline void randomRounds(uint32_t seed, const RoundSpec& spec, const Call& call)
         const unsigned depth = spec.depths[round % spec.depths.size()];
         const int nCh = spec.channels ? spec.channels
                         : depth == OZL_DEPTH_1U ? 1 : 1 + static_cast<int>(rng() % 4);
-        const int order = depth == OZL_DEPTH_1U ? 0 : static_cast<int>(rng() % 2);
+        const int order = depth == OZL_DEPTH_1U || !spec.planes ? 0 : static_cast<int>(rng() % 2);
         const bool alpha = nCh == 4 && rng() % 3 == 0;
         const int sw = 1 + static_cast<int>(rng() % spec.maxWidth), sh = 1 + static_cast<int>(rng() % spec.maxHeight);
         TestImage s(depth, sw, sh, nCh, order, alpha);
@@ -112,7 +112,7 @@ inline void randomRounds(uint32_t seed, const RoundSpec& spec, const Call& call)
         fillFor(s, rng());
         fillFor(d, rng());
         randomBorders(s, rng);
-        const bool coi = nCh > 1 && rng() % 4 == 0;
+        const bool coi = spec.coi && nCh > 1 && rng() % 4 == 0;
         auto roi = [&](TestImage& im) {
             im.setRoi(coi ? 1 + static_cast<int>(rng() % nCh) : 0, static_cast<int>(rng() % im->width),
                       static_cast<int>(rng() % im->height), 1 + static_cast<int>(rng() % (spec.maxWidth + 1)),
