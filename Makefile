@@ -1,4 +1,5 @@
-# Thin driver over CMake. `make` builds the library and runs the main job,
+# Thin driver over CMake. `make` builds the library and the ozl command and
+# runs its demo (results in build/demo/),
 # `make test` builds and runs every test configuration, `make check` is the
 # quick 64-bit-only round, `make fuzz` runs the fuzz driver, `make bench` runs
 # the benchmarks.
@@ -21,7 +22,7 @@ FUZZ_SEED ?=
 .NOTPARALLEL:
 
 all: build
-	./build/tools/ozlinfo
+	./build/tools/ozl demo --out build/demo
 
 build:
 	$(CMAKE) -S . -B build -DCMAKE_BUILD_TYPE=Release

@@ -11,6 +11,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "core/pixelwise.hpp"
 #include "frame/cpu.hpp"
 #include "image/depth.hpp"
 
@@ -46,6 +47,9 @@ using RunFn = void (*)(const void* a, const void* b, void* d, size_t n, const vo
 
 struct KernelTable {
     RunFn run[kOpCount][kElemCount] = {};
+    // Pixel kernels of the compositing module, 8U then 16U (arith/composite_kernels.hpp).
+    core::PixelFn composite[2] = {};
+    core::PixelFn premultiply[2] = {};
 };
 
 const KernelTable& kernelTable(cpu::Level level);

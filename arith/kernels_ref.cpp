@@ -1,4 +1,5 @@
 // The scalar run kernels and the choice of table by instruction-set level.
+#include "arith/composite_kernels.hpp"
 #include "arith/kernels.hpp"
 #include "simd/levels.hpp"
 
@@ -23,6 +24,10 @@ const KernelTable& kernelTableRef() {
             using T = decltype(tag);
             t.run[static_cast<int>(op)][static_cast<int>(ElemOf<T>::value)] = &refRun<op, T>;
         });
+        t.composite[0] = &compositeScalar<uint8_t>;
+        t.composite[1] = &compositeScalar<uint16_t>;
+        t.premultiply[0] = &premultiplyScalar<uint8_t>;
+        t.premultiply[1] = &premultiplyScalar<uint16_t>;
         return t;
     }();
     return table;

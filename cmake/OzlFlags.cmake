@@ -16,14 +16,18 @@ if(OZL_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
-# Instruction-set flags by file-name suffix. On Windows the toolchain cannot
-# align the stack to 32 bytes, so 256-bit spills must use unaligned moves.
+# Instruction-set flags by file-name suffix (_avx512vbmi: the AVX-512 level
+# with the byte permutes, used only where the processor has them). On Windows
+# the toolchain cannot align the stack to 32 bytes, so 256-bit spills must use
+# unaligned moves.
 function(ozl_set_isa_flags sources)
   foreach(src ${sources})
-    if(src MATCHES "_avx2\\.cpp$" OR src MATCHES "_avx512\\.cpp$")
+    if(src MATCHES "_avx2\\.cpp$" OR src MATCHES "_avx512(vbmi)?\\.cpp$")
       set(flags "-mavx2")
       if(src MATCHES "_avx512\\.cpp$")
         set(flags "-mavx512f -mavx512bw -mavx512dq -mavx512vl")
+      elseif(src MATCHES "_avx512vbmi\\.cpp$")
+        set(flags "-mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi")
       endif()
       if(WIN32)
         set(flags "${flags} -Wa,-muse-unaligned-vector-move")

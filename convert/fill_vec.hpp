@@ -30,14 +30,5 @@ struct FillOf {
     };
 };
 
-template <class Vx>
-KernelTable vectorTable() {
-    KernelTable t;
-    t.fill[0] = &simd::runLoop<FillOf<uint8_t>::At, Vx>;
-    t.fill[1] = &simd::runLoop<FillOf<uint16_t>::At, Vx>;
-    t.fill[2] = &simd::runLoop<FillOf<uint32_t>::At, Vx>;
-    return t;
-}
-
 }  // namespace
 }  // namespace ozl::convert

@@ -1,6 +1,6 @@
 // The AVX2 kernels of the data-movement family.
 #include "simd/avx2.hpp"
-#include "convert/fill_vec.hpp"
+#include "convert/table_vec.hpp"
 
 namespace ozl::convert {
 

@@ -1,5 +1,6 @@
 // The scalar kernels of the data-movement family and the choice by level.
 #include "convert/kernels.hpp"
+#include "convert/scalar_runs.hpp"
 #include "simd/levels.hpp"
 
 namespace ozl::convert {
@@ -9,15 +10,8 @@ const KernelTable& kernelTableAvx2();
 
 namespace {
 
-template <class T>
-void refFill(const void*, const void*, void* d, size_t n, const void* context) {
-    const T v = fillValue<T>(*static_cast<const FillArgs*>(context));
-    T* out = static_cast<T*>(d);
-    for (size_t i = 0; i < n; ++i) out[i] = v;
-}
-
 const KernelTable& kernelTableRef() {
-    static const KernelTable table = {{&refFill<uint8_t>, &refFill<uint16_t>, &refFill<uint32_t>}};
+    static const KernelTable table = scalarTable();
     return table;
 }
 

@@ -1,6 +1,6 @@
 // The SSE2 kernels of the data-movement family.
 #include "simd/sse2.hpp"
-#include "convert/fill_vec.hpp"
+#include "convert/table_vec.hpp"
 
 namespace ozl::convert {
 

@@ -7,6 +7,11 @@ bool fail(const Caller& caller, OzlStatus status, const char* message, int line)
     return false;
 }
 
+OzlStatus refuse(const Caller& caller, OzlStatus status, const char* message, int line) {
+    ozlError(status, caller.function, message, caller.module, line);
+    return status;
+}
+
 bool headersValid(const Caller& caller, std::initializer_list<const OzlImage*> images, int line,
                   const char* message) {
     for (const OzlImage* image : images)

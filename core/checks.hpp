@@ -19,6 +19,9 @@ struct Caller {
 // Reports `message` with `status` at `line`; always false.
 bool fail(const Caller& caller, OzlStatus status, const char* message, int line);
 
+// The same for entry points that return their status: returns `status`.
+OzlStatus refuse(const Caller& caller, OzlStatus status, const char* message, int line);
+
 // ozlCheckImageHeader on each image in order; the first failure is reported
 // with the status the check left and `message` ("Incorrect Image" unless a
 // family words it otherwise).

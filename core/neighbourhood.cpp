@@ -215,9 +215,13 @@ NbResult runFetched(const Run& run, const OzlImage* src, int x, int y, int width
 }
 
 constexpr int kMinStrip = 16;
+// Rows of the middle band computed together: the side strips of a band run
+// right after its interior, while the band's rows are still in cache.
+constexpr int kBandRows = 64;
 
-// Untiled images that share no pixels: the interior in place, the four
-// strips around it from bordered copies.
+// Untiled images that share no pixels: the interior in place, the top and
+// bottom strips and, band by band, the left and right strips from bordered
+// copies.
 NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand* mask, int width,
                   int height) {
     const Margins& m = run.kernel->margins;
@@ -234,19 +238,24 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     if (x1 < width) x1 = std::max(x0, std::min(x1, width - kMinStrip));
     const int y0 = clampTo(static_cast<int64_t>(m.top) - region.y, 0, height);
     const int y1 = clampTo(static_cast<int64_t>(src->height) - m.bottom - region.y, y0, height);
-    if (x1 > x0 && y1 > y0) {
-        const Operand mk = mask ? shifted(*mask, x0, y0) : Operand{};
-        runPiece(run, shifted(operandOf(src), x0, y0), shifted(d, x0, y0), mask ? &mk : nullptr,
-                 x1 - x0, y1 - y0);
-    }
-    const Rect strips[4] = {{0, 0, width, y0},
-                            {0, y1, width, height - y1},
-                            {0, y0, x0, y1 - y0},
-                            {x1, y0, width - x1, y1 - y0}};
-    for (const Rect& s : strips) {
-        if (s.width <= 0 || s.height <= 0) continue;
+    for (const Rect& s : {Rect{0, 0, width, y0}, Rect{0, y1, width, height - y1}}) {
+        if (s.height <= 0) continue;
         const NbResult r = runFetched(run, src, s.x, s.y, s.width, s.height, d, mask);
         if (r != NbResult::Done) return r;
+    }
+    const Operand interior = shifted(operandOf(src), x0, y0);
+    for (int y = y0; y < y1; y += kBandRows) {
+        const int h = std::min(kBandRows, y1 - y);
+        if (x1 > x0) {
+            const Operand mk = mask ? shifted(*mask, x0, y) : Operand{};
+            runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
+                     x1 - x0, h);
+        }
+        for (const Rect& s : {Rect{0, y, x0, h}, Rect{x1, y, width - x1, h}}) {
+            if (s.width <= 0) continue;
+            const NbResult r = runFetched(run, src, s.x, s.y, s.width, s.height, d, mask);
+            if (r != NbResult::Done) return r;
+        }
     }
     return NbResult::Done;
 }

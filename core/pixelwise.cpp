@@ -234,15 +234,15 @@ RowView advance(const RowView& r, size_t pixels) {
     return out;
 }
 
-// Writes a computed chunk (dense pixels of `channels` values) into the
-// destination row where the mask allows, whatever the destination's layout.
-void blendInto(const RowView& d, const char* computed, size_t n, size_t size, MaskRow mask,
-               char* scratch) {
+}  // namespace
+
+void blendRow(const RowView& d, const char* computed, size_t n, size_t size,
+              const uint8_t* maskBits, size_t maskBit, char* scratch) {
     const BlendFn blend = blendFor(size);
     const int nCh = d.channels;
     const size_t pixelBytes = nCh * size;
-    const uint8_t* m = mask.bits + (mask.bit >> 3);
-    const int bit = static_cast<int>(mask.bit & 7);
+    const uint8_t* m = maskBits + (maskBit >> 3);
+    const int bit = static_cast<int>(maskBit & 7);
     const bool interleaved = d.channelStep == static_cast<ptrdiff_t>(size);
     if (interleaved && d.pixelStep == static_cast<ptrdiff_t>(pixelBytes)) {
         blend(d.data, computed, n, nCh, m, bit);
@@ -263,14 +263,34 @@ void blendInto(const RowView& d, const char* computed, size_t n, size_t size, Ma
     }
 }
 
+namespace {
+// Copies n pixels of a destination row into a dense chunk (pixel kernels that
+// leave channels unwritten).
+void readPixels(char* chunk, const RowView& d, size_t n, size_t size) {
+    const size_t pixelBytes = d.channels * size;
+    if (d.channelStep == static_cast<ptrdiff_t>(size)) {
+        gather(chunk, d.data, d.pixelStep, n, pixelBytes);
+        return;
+    }
+    for (int c = 0; c < d.channels; ++c)
+        for (size_t p = 0; p < n; ++p)
+            std::memcpy(chunk + p * pixelBytes + c * size, d.data + c * d.channelStep + p * d.pixelStep,
+                        size);
+}
+
 // The pixel kernel over one row: straight into the destination where it can,
 // else a chunk at a time into a buffer that is then merged (1-bit rows) or
 // blended (values) into the destination.
 bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dstBits, size_t size,
               MaskRow mask, size_t width) {
+    // Straight into the destination where the kernel's whole bytes of a
+    // 1-bit row stay inside the row: the partial last byte goes through the
+    // buffer below, so that the bits after the row keep their values.
+    size_t start = 0;
     if (!mask.bits && (!dstBits || d.bit == 0)) {
-        k.pixel(src, d, width, k.context);
-        return true;
+        start = dstBits ? width & ~size_t{7} : width;
+        if (start > 0) k.pixel(src, d, start, k.context);
+        if (start == width) return true;
     }
     const size_t pixelBytes = dstBits ? 0 : d.channels * size;
     // Computed chunk, and scratch of twice that plus one channel for the blend.
@@ -288,7 +308,7 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
     char* computed = buffer;
     char* scratch = buffer + (dstBits ? kChunkBytes : chunk * pixelBytes);
     RowView s[kMaxSources];
-    for (size_t done = 0; done < width; done += chunk) {
+    for (size_t done = start; done < width; done += chunk) {
         const size_t n = std::min(chunk, width - done);
         for (int i = 0; i < kMaxSources; ++i) s[i] = advance(src[i], done);
         RowView t = d;
@@ -298,8 +318,9 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
             t.channelStep = static_cast<ptrdiff_t>(size);
             t.pixelStep = static_cast<ptrdiff_t>(pixelBytes);
         }
-        k.pixel(s, t, n, k.context);
         const RowView out = advance(d, done);
+        if (k.partialPixels && !dstBits) readPixels(computed, out, n, size);
+        k.pixel(s, t, n, k.context);
         MaskRow m = mask;
         m.bit += done;
         if (dstBits) {
@@ -307,7 +328,7 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
                              reinterpret_cast<uint8_t*>(out.data), out.bit, m.bits, m.bit, n,
                              [](uint8_t x, uint8_t) { return x; });
         } else if (m.bits) {
-            blendInto(out, computed, n, size, m, scratch);
+            blendRow(out, computed, n, size, m.bits, m.bit, scratch);
         } else {
             scatter(out.data, out.pixelStep, computed, n, pixelBytes);
         }
@@ -316,16 +337,58 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
     return true;
 }
 
+// True when every operand's rows follow each other without a gap, so that the
+// whole region is one row of width x height pixels (not for 1-bit rows).
+bool rowsJoin(const MapOperands& o, Size size) {
+    if (size.height < 2) return false;
+    auto joins = [&](const OzlImage* im) {
+        if (!im) return true;
+        if (isBits(im)) return false;
+        const RowView r0 = rowOf(im, 0), r1 = rowOf(im, 1);
+        return r1.data - r0.data == static_cast<ptrdiff_t>(size.width) * r0.pixelStep;
+    };
+    for (const OzlImage* s : o.src)
+        if (!joins(s)) return false;
+    return joins(o.dst);
+}
+
+// A pixel kernel that asks for the alpha channel sees it as the last
+// processed channel of every image that has one and selects no channel.
+RowView withAlphaOf(const MapKernel& k, const OzlImage* image, RowView r) {
+    if (k.withAlpha && image->alphaChannel > 0 && !image::hasCoi(image)) r.channels = image->nChannels;
+    return r;
+}
+
 bool pixelRows(const MapOperands& o, const View& vm, const MapKernel& k, Size size) {
     const bool dstBits = isBits(o.dst);
     const size_t dSize = valueBytes(o.dst);
+    // The first rows once; then only the row addresses move on (the kernels
+    // read the other fields, which are best left as they were written).
     RowView src[kMaxSources];
+    for (int i = 0; i < kMaxSources; ++i)
+        if (o.src[i]) src[i] = withAlphaOf(k, o.src[i], rowOf(o.src[i], 0));
+    RowView d = withAlphaOf(k, o.dst, rowOf(o.dst, 0));
+    const size_t width = static_cast<size_t>(size.width);
+    if (k.pixelRows && !vm.data && (!dstBits || (d.bit == 0 && width % 8 == 0))) {
+        ptrdiff_t steps[kMaxSources + 1] = {};
+        for (int i = 0; i < kMaxSources; ++i)
+            if (o.src[i]) steps[i] = o.src[i]->widthStep;
+        steps[kDstOperand] = o.dst->widthStep;
+        k.pixelRows(src, d, width, static_cast<size_t>(size.height), steps, k.context);
+        return true;
+    }
+    // Rows without gaps between them make one long row.
+    if (!vm.data && rowsJoin(o, size))
+        return pixelRow(k, src, d, dstBits, dSize, {},
+                        width * static_cast<size_t>(size.height));
     for (int y = 0; y < size.height; ++y) {
-        for (int i = 0; i < kMaxSources; ++i) src[i] = o.src[i] ? rowOf(o.src[i], y) : RowView{};
-        const RowView d = rowOf(o.dst, y);
+        if (y > 0) {
+            for (int i = 0; i < kMaxSources; ++i)
+                if (o.src[i]) src[i].data += o.src[i]->widthStep;
+            d.data += o.dst->widthStep;
+        }
         if (!pixelRow(k, src, d, dstBits, dSize,
-                      {maskRowBits(vm, y), static_cast<size_t>(vm.bitOffset)},
-                      static_cast<size_t>(size.width)))
+                      {maskRowBits(vm, y), static_cast<size_t>(vm.bitOffset)}, width))
             return false;
     }
     return true;

@@ -46,26 +46,51 @@ struct RowView {
     int bit = 0;                // 1-bit rows: bit of the first pixel, most significant first
 };
 
+// True when a row's processed values lie one after another (no channel of
+// interest or alpha to step over, no planes to cross).
+inline bool isDense(const RowView& r, size_t valueBytes) {
+    const auto size = static_cast<ptrdiff_t>(valueBytes);
+    return r.pixelStep != 0 && (r.channels == 1 || r.channelStep == size) &&
+           r.pixelStep == r.channels * size;
+}
+
 // Computes `width` pixels of dst from the sources' pixels at the same places.
 // A 1-bit destination always starts at bit 0 of its first byte, and the
 // kernel may write every bit of the bytes the row covers.
 using PixelFn = void (*)(const RowView* src, const RowView& dst, size_t width,
                          const void* context);
 
+// The same kernel over `rows` rows: row r of source i starts rowSteps[i]
+// bytes after its row r - 1, the destination's rowSteps[kDstOperand] bytes.
+// One call covers many narrow rows, where a call per row would cost about as
+// much as the row.
+using PixelRowsFn = void (*)(const RowView* src, const RowView& dst, size_t width, size_t rows,
+                             const ptrdiff_t* rowSteps, const void* context);
+
 struct MapKernel {
     RunFn run = nullptr;      // exactly one of run and pixel
     PixelFn pixel = nullptr;
+    // Optional with pixel: taken for the unmasked rows of a piece whose
+    // destination rows are whole values (1-bit rows: from bit 0, a multiple
+    // of 8 pixels long).
+    PixelRowsFn pixelRows = nullptr;
     const void* context = nullptr;
     // Operands whose headers match exactly may be processed as one run over
     // their whole buffers, row padding included (value kernels of one value
     // size, without alpha and mask).
     bool wholeBuffer = false;
     // Value kernels: the alpha channel is processed too (fills write every
-    // channel when there is no channel of interest).
+    // channel when there is no channel of interest). Pixel kernels: the rows
+    // of images with an alpha channel and no channel of interest count it as
+    // their last channel (a masked destination has it blended too).
     bool withAlpha = false;
     // The kernel copies the first source (d = a): masked rows are blended
     // straight from the source instead of being computed first.
     bool identity = false;
+    // Pixel kernels that write only some of the destination's processed
+    // channels, the others keeping their values: a masked row starts each
+    // computed chunk from the destination's pixels.
+    bool partialPixels = false;
 };
 
 // Result of a walk: done, out of memory, or the operand whose tile callback
@@ -82,6 +107,13 @@ struct Size {
     int height = 0;
 };
 Size commonSize(const MapOperands& operands, const OzlImage* mask);
+
+// Writes n computed pixels (dense, d.channels values of `size` bytes each)
+// into the row d where the mask's bit is set (bits most significant first
+// from bit maskBit of maskBits), whatever d's layout. `scratch` holds at least
+// n pixels plus n values.
+void blendRow(const RowView& d, const char* computed, size_t n, size_t size,
+              const uint8_t* maskBits, size_t maskBit, char* scratch);
 
 // A row view of an untiled image: row y of its region (y counted from the
 // region's top), plane `plane` in plane order.

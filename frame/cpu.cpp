@@ -34,8 +34,15 @@ Level probe() {
     if ((ebx & avx512) != avx512 || (readXcr0() & 0xE6) != 0xE6) return Level::Avx2;
     return Level::Avx512;
 }
+
+bool probeVbmi() {
+    unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
+    if (probe() != Level::Avx512 || !__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx)) return false;
+    return (ecx & bit_AVX512VBMI) != 0;
+}
 #else
 Level probe() { return Level::Ref; }
+bool probeVbmi() { return false; }
 #endif
 
 std::atomic<int> g_cap{static_cast<int>(kTopLevel)};
@@ -45,6 +52,11 @@ std::atomic<int> g_cap{static_cast<int>(kTopLevel)};
 Level detected() {
     static const Level level = probe();
     return level;
+}
+
+bool hasAvx512Vbmi() {
+    static const bool vbmi = probeVbmi();
+    return vbmi;
 }
 
 Level active() {

@@ -19,6 +19,10 @@ Level active();
 // lifts the cap.
 void force(Level level);
 
+// Whether the AVX-512 level also has the byte permutes of AVX-512 VBMI; a
+// family may keep a variant of its AVX-512 table for them. Computed once.
+bool hasAvx512Vbmi();
+
 // "ref", "sse2", "avx2" or "avx512".
 const char* name(Level level);
 

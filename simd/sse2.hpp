@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace ozl::simd {
 namespace {
@@ -44,7 +45,9 @@ struct Sse2 {
     static V xor_(V a, V b) { return _mm_xor_si128(a, b); }
     static V andNot(V a, V b) { return _mm_andnot_si128(b, a); }  // a & ~b
     // m ? x : y, m all-ones or all-zero per byte.
-    static V select(V m, V x, V y) { return _mm_or_si128(_mm_and_si128(m, x), _mm_andnot_si128(m, y)); }
+    static V select(V m, V x, V y) {
+        return _mm_or_si128(_mm_and_si128(m, x), _mm_andnot_si128(m, y));
+    }
 
     static V addsU8(V a, V b) { return _mm_adds_epu8(a, b); }
     static V addsS8(V a, V b) { return _mm_adds_epi8(a, b); }
@@ -67,6 +70,40 @@ struct Sse2 {
 
     static V mullo16(V a, V b) { return _mm_mullo_epi16(a, b); }
     static V mulhiU16(V a, V b) { return _mm_mulhi_epu16(a, b); }
+    // Products of signed 16-bit lanes, adjacent pairs added into 32-bit lanes.
+    static V madd16(V a, V b) { return _mm_madd_epi16(a, b); }
+    static V add64(V a, V b) { return _mm_add_epi64(a, b); }
+    static V maxU8(V a, V b) { return _mm_max_epu8(a, b); }
+    // Sums of absolute differences of the 8 bytes of each 64-bit lane.
+    static V sadU8(V a, V b) { return _mm_sad_epu8(a, b); }
+    // Adjacent pairs of non-negative 32-bit lanes added into 64-bit lanes.
+    static V addPairs32(V a) {
+        const V low = _mm_and_si128(a, _mm_set1_epi64x(0xFFFFFFFF));
+        return _mm_add_epi64(low, _mm_srli_epi64(a, 32));
+    }
+
+    // The kBytes / 2 unsigned 16-bit values at p as 32-bit lanes, in order, in
+    // two vectors.
+    static void widenU16(const void* p, V* out) {
+        const V x = load(p);
+        out[0] = _mm_unpacklo_epi16(x, zero());
+        out[1] = _mm_unpackhi_epi16(x, zero());
+    }
+
+    // 32 bytes widened to 16-bit lanes, zero- or sign-extended, in
+    // kWidenGroups vectors; the lane order is fixed per layer (the same call
+    // on the bytes 0..31 tells where each byte went).
+    static constexpr int kWidenGroups = 4;
+    template <bool isSigned>
+    static void widen32(const void* p, V* out) {
+        const auto* b = static_cast<const char*>(p);
+        for (int h = 0; h < 2; ++h) {
+            const V x = load(b + 16 * h);
+            const V ext = isSigned ? _mm_cmpgt_epi8(zero(), x) : zero();
+            out[2 * h] = _mm_unpacklo_epi8(x, ext);
+            out[2 * h + 1] = _mm_unpackhi_epi8(x, ext);
+        }
+    }
     static V mulhiS16(V a, V b) { return _mm_mulhi_epi16(a, b); }
     // Pairs of int16 products summed into int32 lanes.
     static V madd16(V a, V b) { return _mm_madd_epi16(a, b); }
@@ -122,6 +159,10 @@ struct Sse2 {
     static V packS16(V a, V b) { return _mm_packs_epi16(a, b); }
     static V packS32(V a, V b) { return _mm_packs_epi32(a, b); }
 
+    // Lane 3 of every group of four 16-bit lanes copied to all four (the
+    // alpha of four-channel pixels of 16-bit values).
+    static V spreadLane3x16(V a) { return _mm_shufflehi_epi16(_mm_shufflelo_epi16(a, 0xFF), 0xFF); }
+
     template <int s> static V slli16(V a) { return _mm_slli_epi16(a, s); }
     template <int s> static V srli16(V a) { return _mm_srli_epi16(a, s); }
     template <int s> static V srai16(V a) { return _mm_srai_epi16(a, s); }
@@ -144,6 +185,154 @@ struct Sse2 {
     static VF addF(VF a, VF b) { return _mm_add_ps(a, b); }
     static VF subF(VF a, VF b) { return _mm_sub_ps(a, b); }
     static VF mulF(VF a, VF b) { return _mm_mul_ps(a, b); }
+    static VF orF(VF a, VF b) { return _mm_or_ps(a, b); }
+    // a < b ? a : b and a > b ? a : b: b wherever either is NaN.
+    static VF minF(VF a, VF b) { return _mm_min_ps(a, b); }
+    static VF maxF(VF a, VF b) { return _mm_max_ps(a, b); }
+
+    // Float comparisons as all-ones integer masks. Ordered (false where either
+    // operand is NaN) except cmpneqF, which holds there.
+    static V cmpltF(VF a, VF b) { return _mm_castps_si128(_mm_cmplt_ps(a, b)); }
+    static V cmpgtF(VF a, VF b) { return _mm_castps_si128(_mm_cmpgt_ps(a, b)); }
+    static V cmpleF(VF a, VF b) { return _mm_castps_si128(_mm_cmple_ps(a, b)); }
+    static V cmpeqF(VF a, VF b) { return _mm_castps_si128(_mm_cmpeq_ps(a, b)); }
+    static V cmpneqF(VF a, VF b) { return _mm_castps_si128(_mm_cmpneq_ps(a, b)); }
+
+    // Comparison masks of 16- and 32-bit values narrowed to one byte per
+    // value, in value order.
+    static V narrowMasks16(V m0, V m1) { return _mm_packs_epi16(m0, m1); }
+    static V narrowMasks32(V m0, V m1, V m2, V m3) {
+        return _mm_packs_epi16(_mm_packs_epi32(m0, m1), _mm_packs_epi32(m2, m3));
+    }
+    // One bit per byte of a byte mask, as packed 1-bit rows hold them: the
+    // first byte's bit in the most significant bit of the result's first
+    // byte (little-endian). 16 bits.
+    static uint32_t msbFirstBits(V m) {
+        // Reverse the bytes of each 8-byte group: swap within 16-bit words,
+        // then reverse the words.
+        V x = _mm_or_si128(_mm_slli_epi16(m, 8), _mm_srli_epi16(m, 8));
+        x = _mm_shufflelo_epi16(x, _MM_SHUFFLE(0, 1, 2, 3));
+        x = _mm_shufflehi_epi16(x, _MM_SHUFFLE(0, 1, 2, 3));
+        return static_cast<uint32_t>(_mm_movemask_epi8(x));
+    }
+
+    // Channel mixing: multiply 16-bit pairs and add each pair into 32 bits.
+    static V madd16(V a, V b) { return _mm_madd_epi16(a, b); }
+    // No byte multiply-add (pmaddubsw) before SSSE3.
+    static constexpr bool kHasByteMadd = false;
+    static V minU8(V a, V b) { return _mm_min_epu8(a, b); }
+    static V maxU8(V a, V b) { return _mm_max_epu8(a, b); }
+    static V minS16(V a, V b) { return _mm_min_epi16(a, b); }
+    static V maxS16(V a, V b) { return _mm_max_epi16(a, b); }
+    static V unpackLo32(V a, V b) { return _mm_unpacklo_epi32(a, b); }
+    static V unpackHi32(V a, V b) { return _mm_unpackhi_epi32(a, b); }
+    static V unpackLo64(V a, V b) { return _mm_unpacklo_epi64(a, b); }
+    static V unpackHi64(V a, V b) { return _mm_unpackhi_epi64(a, b); }
+
+    // Lane masks of 16-bit and float compares, in whatever form the level
+    // keeps them, and the selects that take them: m ? x : y.
+    using M16 = V;
+    using MF = VF;
+    static M16 eq16(V a, V b) { return _mm_cmpeq_epi16(a, b); }
+    static M16 gt16(V a, V b) { return _mm_cmpgt_epi16(a, b); }  // signed
+    static V select16(M16 m, V x, V y) { return select(m, x, y); }
+    static MF ltF(VF a, VF b) { return _mm_cmplt_ps(a, b); }
+    static MF leF(VF a, VF b) { return _mm_cmple_ps(a, b); }
+    static MF eqF(VF a, VF b) { return _mm_cmpeq_ps(a, b); }
+    static VF selectF(MF m, VF x, VF y) { return _mm_or_ps(_mm_and_ps(m, x), _mm_andnot_ps(m, y)); }
+
+    static VF divF(VF a, VF b) { return _mm_div_ps(a, b); }
+    // float to int32 truncated toward zero.
+    static V truncI(VF a) { return _mm_cvttps_epi32(a); }
+
+    // Interleaved pixels of three (or four) byte or float channels to and from
+    // one vector per channel, kBytes pixels of bytes or kBytes / 4 of floats.
+    // This level has no byte shuffle: the values go through memory.
+    static void load3x8(const void* p, V& c0, V& c1, V& c2) {
+        alignas(16) uint8_t t[3][16];
+        const auto* s = static_cast<const uint8_t*>(p);
+        for (int i = 0; i < 16; ++i)
+            for (int c = 0; c < 3; ++c) t[c][i] = s[3 * i + c];
+        c0 = load(t[0]), c1 = load(t[1]), c2 = load(t[2]);
+    }
+    static void load4x8(const void* p, V& c0, V& c1, V& c2) {
+        alignas(16) uint8_t t[3][16];
+        const auto* s = static_cast<const uint8_t*>(p);
+        for (int i = 0; i < 16; ++i)
+            for (int c = 0; c < 3; ++c) t[c][i] = s[4 * i + c];
+        c0 = load(t[0]), c1 = load(t[1]), c2 = load(t[2]);
+    }
+    // kStream: the destination is 16-byte aligned and the stores go past the caches.
+    template <bool kStream = false>
+    static void store3x8(void* p, V c0, V c1, V c2) {
+        alignas(16) uint8_t t[3][16], joined[48];
+        store(t[0], c0), store(t[1], c1), store(t[2], c2);
+        for (int i = 0; i < 16; ++i)
+            for (int c = 0; c < 3; ++c) joined[3 * i + c] = t[c][i];
+        auto* d = static_cast<uint8_t*>(p);
+        for (int r = 0; r < 3; ++r) {
+            if constexpr (kStream) stream(d + 16 * r, load(joined + 16 * r));
+            else store(d + 16 * r, load(joined + 16 * r));
+        }
+    }
+    static void load3xF(const float* p, VF& c0, VF& c1, VF& c2) {
+        alignas(16) float t[3][4];
+        for (int i = 0; i < 4; ++i)
+            for (int c = 0; c < 3; ++c) t[c][i] = p[3 * i + c];
+        c0 = loadF(t[0]), c1 = loadF(t[1]), c2 = loadF(t[2]);
+    }
+    static void store3xF(float* p, VF c0, VF c1, VF c2) {
+        alignas(16) float t[3][4];
+        store(t[0], c0), store(t[1], c1), store(t[2], c2);
+        for (int i = 0; i < 4; ++i)
+            for (int c = 0; c < 3; ++c) p[3 * i + c] = t[c][i];
+    }
+
+    // All ones where a is not NaN.
+    static VF orderedF(VF a) { return _mm_cmpord_ps(a, a); }
+    // All ones where a >= b, as an integer mask.
+    static V geF(VF a, VF b) { return _mm_castps_si128(_mm_cmpge_ps(a, b)); }
+
+    // kBytes / 4 values widened to 32-bit lanes.
+    static V loadI32FromU8(const void* p) {
+        int32_t v;
+        std::memcpy(&v, p, sizeof v);
+        const V z = zero();
+        return _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(v), z), z);
+    }
+    static V loadI32FromS8(const void* p) {
+        int32_t v;
+        std::memcpy(&v, p, sizeof v);
+        const V x = _mm_cvtsi32_si128(v);
+        const V w = _mm_unpacklo_epi8(x, x);
+        return _mm_srai_epi32(_mm_unpacklo_epi16(w, w), 24);
+    }
+    static V loadI32FromU16(const void* p) {
+        return _mm_unpacklo_epi16(_mm_loadl_epi64(static_cast<const __m128i*>(p)), zero());
+    }
+    static V loadI32FromS16(const void* p) {
+        const V x = _mm_loadl_epi64(static_cast<const __m128i*>(p));
+        return _mm_srai_epi32(_mm_unpacklo_epi16(x, x), 16);
+    }
+    // 32-bit lanes narrowed with saturation, in element order: four vectors
+    // to bytes, two to 16-bit values.
+    static V packI32ToU8(V a, V b, V c, V d) {
+        return _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+    }
+    static V packI32ToS8(V a, V b, V c, V d) {
+        return _mm_packs_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+    }
+    static V packI32ToS16(V a, V b) { return _mm_packs_epi32(a, b); }
+    // No unsigned 32-to-16 pack here: negative lanes cleared (so that the
+    // shift cannot wrap), the range shifted down by 32768, packed signed, and
+    // the 16-bit results shifted back up.
+    static V packI32ToU16(V a, V b) {
+        const V bias = _mm_set1_epi32(32768);
+        a = _mm_andnot_si128(_mm_srai_epi32(a, 31), a);
+        b = _mm_andnot_si128(_mm_srai_epi32(b, 31), b);
+        return _mm_xor_si128(_mm_packs_epi32(_mm_sub_epi32(a, bias), _mm_sub_epi32(b, bias)),
+                             _mm_set1_epi16(-32768));
+    }
 
     // 32S product through double precision, clamped, truncated: the same
     // roundings as the scalar form, two values per double vector.

@@ -140,6 +140,34 @@ TEST(Neighbourhood, MaskedRowsAndInPlace) {
         }
 }
 
+// Images tall and wide enough for the interior with side strips, walked in
+// bands of rows: every band's strips line up with its interior rows.
+TEST(Neighbourhood, TallRegionsInBands) {
+    std::mt19937 rng(21);
+    for (int round = 0; round < 14; ++round) {
+        const unsigned depth = kDepths[round % 7];
+        const int nCh = depth == OZL_DEPTH_1U ? 1 : 3;
+        SCOPED_TRACE(testing::Message() << "round " << round << " depth " << depth);
+        TestImage s(depth, 43, 150 + round * 7, nCh), d(depth, 45, 150, nCh);
+        s.fillRandom(rng());
+        d.fillRandom(rng());
+        setModes(s, rng);
+        TestImage mask(OZL_DEPTH_1U, 41, 200);
+        mask.fillRandom(rng());
+        // Margins of 2 to 4 leave strips on both sides of a 41-pixel region.
+        const Margins m{2 + static_cast<int>(rng() % 3), 2 + static_cast<int>(rng() % 3),
+                        2 + static_cast<int>(rng() % 3), 2 + static_cast<int>(rng() % 3)};
+        const int dx = round % 2 ? -m.left : m.right, dy = round % 3 ? m.bottom : -m.top;
+        s.setRoi(0, 1, round, 41, 140);
+        d.setRoi(0, 3, 2, 41, 140);
+        const TestImage before = d.clone();
+        Picker p(m, dx, dy, depth);
+        const OzlImage* maskOf = round % 2 ? mask.get() : nullptr;
+        ASSERT_EQ(runNeighbourhood(s, d, maskOf, 41, 140, p.kernel), NbResult::Done);
+        expectPicked(s, s, d, before, 41, 140, dx, dy, maskOf);
+    }
+}
+
 TEST(Neighbourhood, TiledSourcesAndDestinations) {
     std::mt19937 rng(9);
     for (int round = 0; round < 24; ++round) {

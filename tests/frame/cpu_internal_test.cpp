@@ -27,6 +27,7 @@ TEST(Cpu, DetectionMatchesTheCompilersView) {
                            : __builtin_cpu_supports("sse2") ? Level::Sse2
                                                             : Level::Ref;
     EXPECT_EQ(ozl::cpu::detected(), expected);
+    EXPECT_EQ(ozl::cpu::hasAvx512Vbmi(), avx512 && __builtin_cpu_supports("avx512vbmi"));
 #if defined(__x86_64__)
     EXPECT_GE(static_cast<int>(ozl::cpu::detected()), static_cast<int>(Level::Sse2));
 #endif

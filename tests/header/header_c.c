@@ -26,6 +26,12 @@ LAYOUT_CHECK(image_size_64, sizeof(void *) != 8 || sizeof(OzlImage) == 144);
 LAYOUT_CHECK(image_border_const_64,
              sizeof(void *) != 8 || offsetof(OzlImage, borderConst) == 116);
 LAYOUT_CHECK(twist_size, sizeof(OzlColorTwist) == 68);
+/* The bitmap records have the platform's bitmap layout everywhere. */
+LAYOUT_CHECK(dib_header_size, sizeof(OzlBitmapInfoHeader) == 40);
+LAYOUT_CHECK(dib_bit_count, offsetof(OzlBitmapInfoHeader, biBitCount) == 14);
+LAYOUT_CHECK(dib_compression, offsetof(OzlBitmapInfoHeader, biCompression) == 16);
+LAYOUT_CHECK(dib_clr_important, offsetof(OzlBitmapInfoHeader, biClrImportant) == 36);
+LAYOUT_CHECK(rgb_quad_size, sizeof(OzlRgbQuad) == 4);
 LAYOUT_CHECK(moment_state_size, sizeof(OzlMomentState) == 16 * 2 * sizeof(double));
 
 /* The stock reports are usable wherever a report callback is expected. */

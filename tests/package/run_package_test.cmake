@@ -1,7 +1,7 @@
 # Installs the library from BUILD_DIR into a scratch prefix under WORK_DIR, then
 # builds the consumer in SOURCE_DIR against it twice: as a CMake project through
 # find_package(ozl), and by a plain compiler run with the flags pkg-config gives.
-# Both programs are run.
+# Both programs are run, and the installed ozl command where it is built.
 foreach(var BUILD_DIR SOURCE_DIR WORK_DIR C_COMPILER PKG_CONFIG GENERATOR)
   if(NOT DEFINED ${var})
     message(FATAL_ERROR "run_package_test.cmake: ${var} is not set")
@@ -37,6 +37,16 @@ get_filename_component(pc_dir ${pc_files} DIRECTORY)
 get_filename_component(lib_dir ${pc_dir} DIRECTORY)
 if(NOT EXISTS ${prefix}/include/ozl.h)
   message(FATAL_ERROR "ozl.h was not installed into ${prefix}/include")
+endif()
+
+# The ozl command, installed with the library, finds it through its rpath.
+if(EXPECT_TOOL)
+  if(NOT EXISTS ${prefix}/bin/ozl)
+    message(FATAL_ERROR "the ozl command was not installed into ${prefix}/bin")
+  endif()
+  message(STATUS "installed ozl command")
+  run(${prefix}/bin/ozl --version)
+  run(${prefix}/bin/ozl pattern --size 32x24 ${WORK_DIR}/pattern.png)
 endif()
 
 message(STATUS "find_package(ozl) consumer")

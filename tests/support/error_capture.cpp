@@ -26,6 +26,9 @@ ErrorCapture::ErrorCapture(int mode)
       previousCallback_(ozlRedirectError(&ErrorCapture::record)),
       outer_(activeCapture) {
     ozlSetErrMode(mode);
+    // A refusal an earlier test left in the stored status would stop the
+    // operations that give up on a negative status: start from a clean one.
+    ozlSetErrStatus(OZL_StsOk);
     activeCapture = this;
 }
 

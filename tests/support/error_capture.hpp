@@ -43,6 +43,7 @@ public:
     // mode is the error mode to run under: OZL_ErrModeParent (the default) lets the
     // callback see every report; OZL_ErrModeSilent is kept by the recording
     // callback too, since it is the library's callback that honours the mode.
+    // The stored status starts at 0 (OZL_StsOk), as in a fresh thread.
     explicit ErrorCapture(int mode = OZL_ErrModeParent);
     ~ErrorCapture();
     ErrorCapture(const ErrorCapture&) = delete;

@@ -1,0 +1,197 @@
+// Direct per-pixel references of the geometric transforms, written from their
+// documented definitions: the value of a source position with each
+// interpolation (edges repeated or border modes), and a check of a whole
+// destination against an expected-value function.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <vector>
+
+#include "ozl.h"
+#include "support/test_image.hpp"
+
+namespace ozl::test::geom {
+
+struct Region {
+    int x = 0, y = 0, width = 0, height = 0;
+};
+
+inline Region regionOf(const OzlImage* im) {
+    if (!im->roi) return {0, 0, im->width, im->height};
+    const OzlROI& r = *im->roi;
+    return {r.xOffset, r.yOffset, std::max(0, std::min(r.width, im->width - r.xOffset)),
+            std::max(0, std::min(r.height, im->height - r.yOffset))};
+}
+
+// The image channels of the processed ones: the channel of interest, or all
+// but the alpha channel.
+inline std::vector<int> channelsOf(const OzlImage* im) {
+    if (im->roi && im->roi->coi > 0) return {im->roi->coi - 1};
+    std::vector<int> c(im->nChannels - (im->alphaChannel ? 1 : 0));
+    for (size_t i = 0; i < c.size(); ++i) c[i] = static_cast<int>(i);
+    return c;
+}
+
+inline double depthMin(unsigned depth) {
+    switch (depth) {
+        case OZL_DEPTH_8S: return -128;
+        case OZL_DEPTH_16S: return -32768;
+        case OZL_DEPTH_32S: return -2147483648.0;
+        default: return 0;
+    }
+}
+inline double depthMax(unsigned depth) {
+    switch (depth) {
+        case OZL_DEPTH_8U: return 255;
+        case OZL_DEPTH_8S: return 127;
+        case OZL_DEPTH_16U: return 65535;
+        case OZL_DEPTH_16S: return 32767;
+        default: return 2147483647.0;
+    }
+}
+
+// A double stored in the depth: rounded half up and saturated, or a float.
+inline double stored(unsigned depth, double v) {
+    if (depth == OZL_DEPTH_32F) return static_cast<float>(v);
+    return std::clamp(std::floor(v + 0.5), depthMin(depth), depthMax(depth));
+}
+
+// Border index of mode 1 (edge), 2 (mirror with the edge repeated) or 3 (wrap).
+inline long long borderOf(long long v, long long n, int mode) {
+    if (v >= 0 && v < n) return v;
+    if (mode == 1) return v < 0 ? 0 : n - 1;
+    if (mode == 3) return ((v % n) + n) % n;
+    long long m = ((v % (2 * n)) + 2 * n) % (2 * n);  // period 2n: 0..n-1, then n-1..0
+    return m < n ? m : 2 * n - 1 - m;
+}
+
+// The source region as the reference reads it.
+struct Source {
+    const OzlImage* im = nullptr;
+    Region r;
+    std::vector<int> channels;
+    bool fill = false;
+
+    // Processed channel k of region pixel (x, y), anywhere.
+    double pixel(long long x, long long y, int k) const {
+        const long long w = r.width, h = r.height;
+        if (x < 0 || y < 0 || x >= w || y >= h) {
+            if (!fill) {
+                x = std::clamp(x, 0LL, w - 1);
+                y = std::clamp(y, 0LL, h - 1);
+            } else {
+                const int side = y < 0 ? 0 : y >= h ? 1 : x < 0 ? 2 : 3;
+                const int mode = im->borderMode[side] & 3;
+                if (mode == 0)
+                    return im->depth == OZL_DEPTH_32F ? static_cast<float>(im->borderConst[0])
+                                                      : im->borderConst[side];
+                x = borderOf(x, w, mode);
+                y = borderOf(y, h, mode);
+            }
+        }
+        return valueOf(im, r.x + static_cast<int>(x), r.y + static_cast<int>(y), channels[k]);
+    }
+};
+
+inline Source sourceOf(const OzlImage* im, bool fill = false) {
+    return {im, regionOf(im), channelsOf(im), fill};
+}
+
+inline void cubicWeights(double f, double w[4]) {
+    auto k = [](double t) {
+        t = std::fabs(t);
+        return t <= 1 ? 1.5 * t * t * t - 2.5 * t * t + 1
+                      : t < 2 ? -0.5 * t * t * t + 2.5 * t * t - 4 * t + 2 : 0.0;
+    };
+    for (int i = 0; i < 4; ++i) w[i] = k(f + 1 - i);
+}
+
+// The value of processed channel k at source position (sx, sy); false when
+// the destination pixel keeps its value.
+inline bool sampleAt(const Source& s, int inter, double sx, double sy, int k, double* v) {
+    const bool inside = sx >= -0.5 && sx < s.r.width - 0.5 && sy >= -0.5 && sy < s.r.height - 0.5;
+    if (!inside && (!s.fill || std::isnan(sx) || std::isnan(sy))) return false;
+    sx = std::clamp(sx, -1e15, 1e15);
+    sy = std::clamp(sy, -1e15, 1e15);
+    const unsigned depth = s.im->depth;
+    if (inter == OZL_INTER_NN) {
+        long long x = static_cast<long long>(std::floor(sx + 0.5));
+        long long y = static_cast<long long>(std::floor(sy + 0.5));
+        if (inside) {
+            x = std::min<long long>(x, s.r.width - 1);
+            y = std::min<long long>(y, s.r.height - 1);
+        }
+        *v = s.pixel(x, y, k);
+        return true;
+    }
+    const long long x0 = static_cast<long long>(std::floor(sx));
+    const long long y0 = static_cast<long long>(std::floor(sy));
+    const double fx = sx - std::floor(sx), fy = sy - std::floor(sy);
+    if (inter == OZL_INTER_LINEAR) {
+        const double p00 = s.pixel(x0, y0, k), p10 = s.pixel(x0 + 1, y0, k);
+        const double p01 = s.pixel(x0, y0 + 1, k), p11 = s.pixel(x0 + 1, y0 + 1, k);
+        if (depth == OZL_DEPTH_8U) {
+            const int wx = static_cast<int>(std::floor(fx * 2048 + 0.5));
+            const int wy = static_cast<int>(std::floor(fy * 2048 + 0.5));
+            const int h0 = (static_cast<int>(p00) * (2048 - wx) + static_cast<int>(p10) * wx + 8) >> 4;
+            const int h1 = (static_cast<int>(p01) * (2048 - wx) + static_cast<int>(p11) * wx + 8) >> 4;
+            *v = (h0 * (2048 - wy) + h1 * wy + 131072) >> 18;
+            return true;
+        }
+        const double h0 = (1 - fx) * p00 + fx * p10, h1 = (1 - fx) * p01 + fx * p11;
+        *v = stored(depth, (1 - fy) * h0 + fy * h1);
+        return true;
+    }
+    double wx[4], wy[4];
+    cubicWeights(fx, wx);
+    cubicWeights(fy, wy);
+    double sum = 0;
+    for (int j = 0; j < 4; ++j) {
+        double h = 0;
+        for (int i = 0; i < 4; ++i) h += wx[i] * s.pixel(x0 - 1 + i, y0 - 1 + j, k);
+        sum += wy[j] * h;
+    }
+    *v = stored(depth, sum);
+    return true;
+}
+
+// Expected value of processed channel k of destination region pixel (x, y);
+// false: the pixel keeps its value.
+using Expected = std::function<bool(int x, int y, int k, double* v)>;
+
+// Every value of dst against `expected` in its region and `before` elsewhere
+// (other channels, the alpha channel, outside the region); integer values may
+// differ by `tolerance`, floats by that much relative to their size.
+inline void expectImage(const TestImage& before, const OzlImage* dst, const Expected& expected,
+                        double tolerance = 0) {
+    const Region rd = regionOf(dst);
+    const std::vector<int> channels = channelsOf(dst);
+    int failures = 0;
+    for (int y = 0; y < dst->height; ++y)
+        for (int x = 0; x < dst->width; ++x)
+            for (int c = 0; c < dst->nChannels; ++c) {
+                double want = before.at(x, y, c);
+                const auto k = std::find(channels.begin(), channels.end(), c) - channels.begin();
+                const int rx = x - rd.x, ry = y - rd.y;
+                double v;
+                const bool inRegion = rx >= 0 && ry >= 0 && rx < rd.width && ry < rd.height;
+                if (inRegion && k < static_cast<long>(channels.size()) &&
+                    expected(rx, ry, static_cast<int>(k), &v))
+                    want = v;
+                const double got = valueOf(dst, x, y, c);
+                const double allowed =
+                    dst->depth == OZL_DEPTH_32F ? tolerance * std::max(1.0, std::fabs(want)) : tolerance;
+                const bool same = got == want || std::fabs(got - want) <= allowed ||
+                                  (got != got && want != want);
+                if (!same && ++failures <= 5)
+                    ADD_FAILURE() << "at (" << x << ", " << y << ") channel " << c << ": " << got
+                                  << ", expected " << want;
+            }
+    EXPECT_EQ(failures, 0);
+}
+
+}  // namespace ozl::test::geom

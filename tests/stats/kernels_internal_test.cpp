@@ -1,0 +1,249 @@
+// The statistics kernels of every vector level against the scalar table, bit
+// for bit: moment power sums at every run length up to the 64-bit limit, norm
+// runs with and without a second operand, byte counting; and the exact wide
+// integers the results are rounded from.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include "stats/kernels.hpp"
+#include "stats/wide_int.hpp"
+#include "support/kernel_check.hpp"
+
+namespace {
+
+using ozl::cpu::Level;
+using ozl::image::Elem;
+using ozl::stats::Int192;
+using ozl::stats::kernelTable;
+using ozl::stats::NormAcc;
+using ozl::stats::NormKind;
+
+class StatsKernels : public testing::TestWithParam<Level> {};
+
+// Lengths around every block, segment and unrolled step of the 8-bit kernels.
+std::vector<size_t> lengths(size_t limit) {
+    std::vector<size_t> out;
+    for (size_t n = 0; n <= 160; ++n) out.push_back(n);
+    for (size_t n : {1023u, 1024u, 1025u, 2047u, 2048u, 2049u, 4095u, 4097u, 9000u, 16383u,
+                     16384u})
+        if (n <= limit) out.push_back(n);
+    return out;
+}
+
+// Random bytes, or the value type's extreme for every value (the lanes'
+// worst case).
+std::vector<uint8_t> values(size_t n, Elem e, std::mt19937& rng, int pattern) {
+    std::vector<uint8_t> v(n * ozl::image::elemBytes(e) + 64);
+    if (pattern == 0) {
+        ozl::test::fillValues(v, e, rng);
+    } else {
+        const bool isSigned = e == Elem::S8 || e == Elem::S16 || e == Elem::S32;
+        const size_t size = ozl::image::elemBytes(e);
+        for (size_t i = 0; i < v.size(); ++i)
+            v[i] = isSigned && pattern == 2 ? ((i % size == size - 1) ? 0x80 : 0x00) : 0xFF;
+        if (isSigned && pattern == 1)  // the largest positive value
+            for (size_t i = size - 1; i < v.size(); i += size) v[i] = 0x7F;
+    }
+    return v;
+}
+
+TEST_P(StatsKernels, MomentSumsMatchTheScalarForm) {
+    const auto& vec = kernelTable(GetParam());
+    const auto& ref = kernelTable(Level::Ref);
+    std::mt19937 rng(11);
+    for (Elem e : {Elem::U8, Elem::S8, Elem::U16, Elem::S16, Elem::S32}) {
+        const int ei = static_cast<int>(e);
+        if (vec.momentSums[ei] == ref.momentSums[ei]) continue;  // no vector form
+        const size_t limit = ozl::stats::momentRunLimit(e);
+        for (size_t n : lengths(limit))
+            for (int pattern = 0; pattern < 3; ++pattern)
+                for (size_t offset : {0, 1}) {
+                    const std::vector<uint8_t> v = values(n + offset, e, rng, pattern);
+                    const uint8_t* p = v.data() + offset * ozl::image::elemBytes(e);
+                    int64_t a[4] = {5, -6, 7, -8}, b[4] = {5, -6, 7, -8};
+                    vec.momentSums[ei](p, n, a);
+                    ref.momentSums[ei](p, n, b);
+                    for (int k = 0; k < 4; ++k)
+                        ASSERT_EQ(a[k], b[k]) << "elem " << ei << " n " << n << " pattern "
+                                              << pattern << " k " << k;
+                }
+    }
+}
+
+TEST(StatsKernelsRef, MomentSumsAreThePowerSums) {
+    // 0..9 at positions 0..9: sum i^k * i = sum i^(k+1).
+    std::vector<uint8_t> v(10);
+    for (int i = 0; i < 10; ++i) v[i] = static_cast<uint8_t>(i);
+    int64_t s[4] = {};
+    kernelTable(Level::Ref).momentSums[static_cast<int>(Elem::U8)](v.data(), v.size(), s);
+    EXPECT_EQ(s[0], 45);
+    EXPECT_EQ(s[1], 285);
+    EXPECT_EQ(s[2], 2025);
+    EXPECT_EQ(s[3], 15333);
+}
+
+TEST_P(StatsKernels, NormRunsMatchTheScalarForm) {
+    const auto& vec = kernelTable(GetParam());
+    const auto& ref = kernelTable(Level::Ref);
+    std::mt19937 rng(12);
+    std::vector<size_t> ns = lengths(4200);
+    ns.push_back(4096 * 64 * 2 + 77);  // past the L2 kernels' 32-bit flush
+    for (int kind = 0; kind < ozl::stats::kNormKinds; ++kind)
+        for (int ei = 0; ei < ozl::image::kElemCount; ++ei)
+            for (size_t n : ns)
+                for (int pattern = 0; pattern < 2; ++pattern)
+                    for (bool two : {false, true}) {
+                        const Elem e = static_cast<Elem>(ei);
+                        if (vec.norm[kind][ei] == ref.norm[kind][ei]) continue;  // no vector form
+                        if (n > 5000 && pattern == 0) continue;  // long runs: the worst case only
+                        const std::vector<uint8_t> a = values(n, e, rng, pattern);
+                        // The extreme pattern pairs the largest value with 0.
+                        const std::vector<uint8_t> b =
+                            pattern ? std::vector<uint8_t>(a.size()) : values(n, e, rng, 0);
+                        NormAcc x, y;
+                        x.max = y.max = 3;
+                        x.sum.hi = y.sum.hi = 1;
+                        x.sum.lo = y.sum.lo = ~uint64_t{0} - 5;  // carries into hi
+                        vec.norm[kind][ei](a.data(), two ? b.data() + 1 : nullptr, n, x);
+                        ref.norm[kind][ei](a.data(), two ? b.data() + 1 : nullptr, n, y);
+                        ASSERT_EQ(x.max, y.max) << kind << " " << ei << " " << n;
+                        ASSERT_EQ(x.sum.lo, y.sum.lo) << kind << " " << ei << " " << n;
+                        ASSERT_EQ(x.sum.hi, y.sum.hi) << kind << " " << ei << " " << n;
+                        // Bits: infinities in the float data make NaN sums.
+                        ASSERT_EQ(std::memcmp(&x.maxF, &y.maxF, sizeof x.maxF), 0);
+                        ASSERT_EQ(std::memcmp(&x.sumF, &y.sumF, sizeof x.sumF), 0);
+                    }
+}
+
+TEST_P(StatsKernels, ByteCountsAddUpToTheScalarCounts) {
+    const auto& vec = kernelTable(GetParam());
+    const auto& ref = kernelTable(Level::Ref);
+    std::mt19937 rng(13);
+    std::vector<size_t> ns = lengths(4200);
+    ns.push_back(2 * ozl::stats::kPairLimit + 13);  // folds of a full pair table
+    // The pair tables are reused: fresh ones per case cost more than the counts.
+    std::vector<uint16_t> pa(ozl::stats::kPairCounters), pb = pa;
+    for (size_t n : ns)
+        for (size_t stride : {1, 3})
+            for (bool pairs : {false, true}) {
+                if (n > 5000 && stride != 1) continue;
+                std::vector<uint8_t> v(n * stride + 1);
+                for (auto& x : v) x = static_cast<uint8_t>(rng() % 7 == 0 ? 200 : rng());
+                if (n > 5000) std::fill(v.begin(), v.end(), 7);  // one counter takes every pair
+                std::vector<uint32_t> a(256 * ozl::stats::kByteTables, 1), b = a;
+                std::fill(pb.begin(), pb.end(), 0);
+                pa[0x0101] = pb[0x0101] = 3;
+                // Already nearly full: the kernel folds before it overflows.
+                size_t pendA = ozl::stats::kPairLimit - 5, pendB = pendA;
+                vec.countBytes(v.data() + 1, n, stride, {a.data(), pairs ? pa.data() : nullptr, &pendA});
+                ref.countBytes(v.data() + 1, n, stride, {b.data(), pairs ? pb.data() : nullptr, &pendB});
+                vec.foldPairs(pa.data(), a.data());
+                ref.foldPairs(pb.data(), b.data());
+                ASSERT_TRUE(std::all_of(pa.begin(), pa.end(), [](uint16_t x) { return x == 0; }));  // cleared
+                for (int j = 0; j < 256; ++j) {
+                    uint32_t sa = 0, sb = 0;
+                    for (int t = 0; t < ozl::stats::kByteTables; ++t) {
+                        sa += a[t * 256 + j];
+                        sb += b[t * 256 + j];
+                    }
+                    ASSERT_EQ(sa, sb) << "n " << n << " stride " << stride << " level " << j;
+                }
+            }
+}
+
+TEST_P(StatsKernels, PairFoldsMatchTheScalarForm) {
+    std::mt19937 rng(15);
+    std::vector<uint16_t> a(ozl::stats::kPairCounters), b;
+    for (auto& x : a) x = static_cast<uint16_t>(rng() % 3 ? rng() : 65535);
+    b = a;
+    std::vector<uint32_t> ca(256), cb(256);
+    for (auto& x : ca) x = rng();
+    cb = ca;
+    kernelTable(GetParam()).foldPairs(a.data(), ca.data());
+    kernelTable(Level::Ref).foldPairs(b.data(), cb.data());
+    EXPECT_EQ(ca, cb);
+    EXPECT_EQ(a, b);
+}
+
+TEST_P(StatsKernels, ByteMapsMatchTheScalarForm) {
+    const auto& vec = kernelTable(GetParam());
+    const auto& ref = kernelTable(Level::Ref);
+    std::mt19937 rng(14);
+    std::vector<uint8_t> maps(5 * 256);
+    for (auto& m : maps) m = static_cast<uint8_t>(rng());
+    for (int period = 1; period <= 5; ++period)
+        for (size_t pixels : lengths(1000))
+            for (bool inPlace : {false, true}) {
+                const size_t n = pixels * period;
+                std::vector<uint8_t> s(n + 70), a(n + 70, 9), b(n + 70, 9);
+                for (auto& x : s) x = static_cast<uint8_t>(rng());
+                if (inPlace) a = b = s;
+                vec.mapBytes(inPlace ? a.data() + 3 : s.data() + 3, a.data() + 3, n, maps.data(),
+                             period);
+                ref.mapBytes(inPlace ? b.data() + 3 : s.data() + 3, b.data() + 3, n, maps.data(),
+                             period);
+                ASSERT_EQ(a, b) << "period " << period << " n " << n << " in place " << inPlace;
+            }
+}
+
+TEST(StatsKernelsRef, PairsFoldIntoBothTheirBytes) {
+    std::vector<uint16_t> pairs(ozl::stats::kPairCounters);
+    std::vector<uint32_t> counts(256);
+    pairs[0x0305] = 2;  // bytes 5 then 3, twice
+    pairs[0x0707] = 1;
+    kernelTable(Level::Ref).foldPairs(pairs.data(), counts.data());
+    EXPECT_EQ(counts[5], 2u);
+    EXPECT_EQ(counts[3], 2u);
+    EXPECT_EQ(counts[7], 2u);
+    EXPECT_EQ(std::accumulate(counts.begin(), counts.end(), 0u), 6u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Levels, StatsKernels, testing::ValuesIn(ozl::test::vectorLevels()),
+                         ozl::test::levelName);
+
+// Rounding to nearest, ties to even, of integers past 2^53, and sign.
+TEST(WideIntegers, RoundToTheNearestDouble) {
+    auto of = [](uint64_t lo, uint64_t mid = 0, uint64_t hi = 0) {
+        const uint64_t limbs[3] = {lo, mid, hi};
+        return ozl::stats::nearestDouble(limbs, 3);
+    };
+    const uint64_t p53 = uint64_t{1} << 53;
+    EXPECT_EQ(of(p53 + 1), 9007199254740992.0);          // tie, to even (down)
+    EXPECT_EQ(of(p53 + 3), 9007199254740996.0);          // tie, to even (up)
+    EXPECT_EQ(of(~uint64_t{0}), 18446744073709551616.0);  // rounds up into 2^64
+    EXPECT_EQ(of(0, 1), 18446744073709551616.0);
+    // 2^128 + 2^75 is a tie at 2^128 that the bit 0 below it breaks upward.
+    EXPECT_EQ(of(0, uint64_t{1} << 11, 1), std::ldexp(1.0, 128));
+    EXPECT_EQ(of(1, uint64_t{1} << 11, 1), std::ldexp(1.0, 128) + std::ldexp(1.0, 76));
+    EXPECT_EQ(of(0, 0, uint64_t{1} << 63), std::ldexp(1.0, 191));
+    std::mt19937_64 rng(5);
+    for (int i = 0; i < 2000; ++i) {  // below 2^64 the conversion of the compiler agrees
+        const uint64_t v = rng() >> (rng() % 64);
+        ASSERT_EQ(of(v), static_cast<double>(v)) << v;
+    }
+}
+
+TEST(WideIntegers, SignedProductsAndSums) {
+    // (2^40 + 3) * -(2^40) * 2^40 = -(2^120 + 3 * 2^80)
+    Int192 v = Int192::of((int64_t{1} << 40) + 3).times(-(int64_t{1} << 40)).times(int64_t{1} << 40);
+    EXPECT_TRUE(v.negative());
+    EXPECT_EQ(v.toDouble(), -(std::ldexp(1.0, 120) + 3 * std::ldexp(1.0, 80)));
+    v += Int192::of(INT64_MAX).times(INT64_MAX);
+    EXPECT_EQ(v.toDouble(),
+              -(std::ldexp(1.0, 120) + 3 * std::ldexp(1.0, 80)) + std::ldexp(1.0, 126) -
+                  std::ldexp(1.0, 64) + 1.0);
+    Int192 w = Int192::of(-7);
+    w -= Int192::of(-10);
+    EXPECT_EQ(w.toDouble(), 3.0);
+    EXPECT_EQ(Int192::of(INT64_MIN).toDouble(), -9223372036854775808.0);
+}
+
+}  // namespace

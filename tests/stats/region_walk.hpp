@@ -1,0 +1,65 @@
+// Test helpers of the statistics tests: which channels an operation processes
+// and which pixels of a region it visits, computed from the headers the plain
+// way, as references for the operations' results.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <initializer_list>
+#include <vector>
+
+#include "ozl.h"
+
+namespace ozl::test {
+
+// 0-based channels processed: the channel of interest, or every channel but alpha.
+inline std::vector<int> processedChannels(const OzlImage* im) {
+    if (im->roi && im->roi->coi > 0) return {im->roi->coi - 1};
+    std::vector<int> out;
+    for (int c = 0; c < im->nChannels - (im->alphaChannel ? 1 : 0); ++c) out.push_back(c);
+    return out;
+}
+
+struct Rect {
+    int x, y, width, height;
+};
+
+// The region, clipped at the image's right and bottom edges.
+inline Rect regionOf(const OzlImage* im) {
+    if (!im->roi) return {0, 0, im->width, im->height};
+    const OzlROI& r = *im->roi;
+    return {r.xOffset, r.yOffset, std::max(0, std::min(r.width, im->width - r.xOffset)),
+            std::max(0, std::min(r.height, im->height - r.yOffset))};
+}
+
+// Bit (x, y) of an untiled 1-bit image, most significant first.
+inline bool bitAt(const OzlImage* im, int x, int y) {
+    const auto* row = reinterpret_cast<const uint8_t*>(im->imageData) +
+                      static_cast<ptrdiff_t>(y) * im->widthStep;
+    return (row[x >> 3] >> (7 - (x & 7))) & 1;
+}
+
+// f(dx, dy) for every pixel (dx, dy from the region's first pixel) of the
+// region that `im` shares with `others` and `masks` (each anchored at its own
+// region offsets; nullptr entries skipped) that every mask admits.
+template <class F>
+void forSharedRegion(const OzlImage* im, std::initializer_list<const OzlImage*> others,
+                     std::initializer_list<const OzlImage*> masks, F&& f) {
+    Rect r = regionOf(im);
+    for (auto list : {others, masks})
+        for (const OzlImage* o : list) {
+            if (!o) continue;
+            const Rect q = regionOf(o);
+            r.width = std::min(r.width, q.width);
+            r.height = std::min(r.height, q.height);
+        }
+    for (int dy = 0; dy < r.height; ++dy)
+        for (int dx = 0; dx < r.width; ++dx) {
+            bool admitted = true;
+            for (const OzlImage* m : masks)
+                if (m) admitted = admitted && bitAt(m, regionOf(m).x + dx, regionOf(m).y + dy);
+            if (admitted) f(dx, dy);
+        }
+}
+
+}  // namespace ozl::test
