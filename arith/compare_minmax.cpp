@@ -69,8 +69,10 @@ extern "C" OZL_API OzlStatus OZL_CALL ozlMinMaxFP(OzlImage* srcImage, float* min
 
     Range r;
     r.fold = ozl::arith::activeCompareTable().range;
-    if (ozl::core::reducePixels(srcImage, nullptr, srcImage->maskROI, &rangeRow, &r) !=
-        ozl::core::kMapDone)
+    ozl::core::ReduceKernel kernel;
+    kernel.row = &rangeRow;
+    kernel.context = &r;
+    if (ozl::core::reducePixels(srcImage, nullptr, srcImage->maskROI, kernel) != ozl::core::kMapDone)
         return refuse(kMinMax, OZL_StsError, "(srcImage->tileInfo->tileData == NULL)", kLineTile);
     if (!r.seen) return OZL_StsOk;  // an empty region, or every pixel masked out
     if (r.lo > r.hi) {

@@ -98,7 +98,6 @@ struct Avx2 {
         out[1] = _mm256_unpackhi_epi8(x, ext);
     }
     static V mulhiS16(V a, V b) { return _mm256_mulhi_epi16(a, b); }
-    static V madd16(V a, V b) { return _mm256_madd_epi16(a, b); }
     // Unsigned bytes of a times signed bytes of b, pairs summed into int16
     // lanes with signed saturation.
     static V maddubs(V a, V b) { return _mm256_maddubs_epi16(a, b); }
@@ -195,14 +194,11 @@ struct Avx2 {
         return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_shuffle_epi8(m, reverse)));
     }
 
-    // Channel mixing: multiply 16-bit pairs and add each pair into 32 bits.
-    static V madd16(V a, V b) { return _mm256_madd_epi16(a, b); }
     // Unsigned bytes of a times signed bytes of b, each pair added with
     // 16-bit saturation.
     static constexpr bool kHasByteMadd = true;
     static V maddUbs(V a, V b) { return _mm256_maddubs_epi16(a, b); }
     static V minU8(V a, V b) { return _mm256_min_epu8(a, b); }
-    static V maxU8(V a, V b) { return _mm256_max_epu8(a, b); }
     static V minS16(V a, V b) { return _mm256_min_epi16(a, b); }
     static V maxS16(V a, V b) { return _mm256_max_epi16(a, b); }
     static V unpackLo32(V a, V b) { return _mm256_unpacklo_epi32(a, b); }

@@ -105,8 +105,6 @@ struct Sse2 {
         }
     }
     static V mulhiS16(V a, V b) { return _mm_mulhi_epi16(a, b); }
-    // Pairs of int16 products summed into int32 lanes.
-    static V madd16(V a, V b) { return _mm_madd_epi16(a, b); }
     // Low 32 bits of the int32 products (two even and two odd lanes at a time).
     static V mullo32(V a, V b) {
         const __m128i even = _mm_mul_epu32(a, b);
@@ -216,12 +214,9 @@ struct Sse2 {
         return static_cast<uint32_t>(_mm_movemask_epi8(x));
     }
 
-    // Channel mixing: multiply 16-bit pairs and add each pair into 32 bits.
-    static V madd16(V a, V b) { return _mm_madd_epi16(a, b); }
     // No byte multiply-add (pmaddubsw) before SSSE3.
     static constexpr bool kHasByteMadd = false;
     static V minU8(V a, V b) { return _mm_min_epu8(a, b); }
-    static V maxU8(V a, V b) { return _mm_max_epu8(a, b); }
     static V minS16(V a, V b) { return _mm_min_epi16(a, b); }
     static V maxS16(V a, V b) { return _mm_max_epi16(a, b); }
     static V unpackLo32(V a, V b) { return _mm_unpacklo_epi32(a, b); }
