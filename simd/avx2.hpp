@@ -106,8 +106,6 @@ struct Avx2 {
     static V min16(V a, V b) { return _mm256_min_epi16(a, b); }
     static V minU16(V a, V b) { return _mm256_min_epu16(a, b); }
     static V abs16(V a) { return _mm256_abs_epi16(a); }
-    static V minU8(V a, V b) { return _mm256_min_epu8(a, b); }
-    static V maxU8(V a, V b) { return _mm256_max_epu8(a, b); }
     static V minS8(V a, V b) { return _mm256_min_epi8(a, b); }
     static V maxS8(V a, V b) { return _mm256_max_epi8(a, b); }
     static V maxU16(V a, V b) { return _mm256_max_epu16(a, b); }

@@ -118,8 +118,6 @@ struct Sse2 {
     static V abs16(V a) { return _mm_max_epi16(a, _mm_sub_epi16(_mm_setzero_si128(), a)); }
     // Per-element minimum and maximum of every integer lane type; the forms
     // SSE2 lacks go through a sign flip or a compare.
-    static V minU8(V a, V b) { return _mm_min_epu8(a, b); }
-    static V maxU8(V a, V b) { return _mm_max_epu8(a, b); }
     static V minS8(V a, V b) {
         const __m128i f = _mm_set1_epi8(static_cast<char>(0x80));
         return _mm_xor_si128(_mm_min_epu8(_mm_xor_si128(a, f), _mm_xor_si128(b, f)), f);
