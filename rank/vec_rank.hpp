@@ -42,14 +42,15 @@ const void* advanced(const void* p, size_t i) { return static_cast<const T*>(p) 
 
 // Runs shorter than a vector go to the scalar form; the last vector of a
 // longer run overlaps the one before it.
-template <class Vx, class T, bool Max>
-void foldVec(const void* const* in, int k, void* out, size_t n) {
+// K inputs known at compile time (0: k at run time).
+template <class Vx, class T, bool Max, int K>
+void foldLoop(const void* const* in, int k, void* out, size_t n) {
     using L = Lanes<Vx, T>;
     using V = typename Vx::V;
-    if (n < L::kCount) return foldRef<T, Max>(in, k, out, n);
+    const int count = K > 0 ? K : k;
     auto at = [&](size_t i) {
         V v = L::load(in[0], i);
-        for (int j = 1; j < k; ++j) v = Max ? L::greatest(v, L::load(in[j], i)) : L::least(v, L::load(in[j], i));
+        for (int j = 1; j < count; ++j) v = Max ? L::greatest(v, L::load(in[j], i)) : L::least(v, L::load(in[j], i));
         L::store(out, i, v);
     };
     size_t i = 0;
@@ -57,6 +58,16 @@ void foldVec(const void* const* in, int k, void* out, size_t n) {
     // Recomputing a few values through an output that is also the first input
     // gives them again: taking an extreme twice changes nothing.
     if (i < n) at(n - L::kCount);
+}
+
+template <class Vx, class T, bool Max>
+void foldVec(const void* const* in, int k, void* out, size_t n) {
+    if (n < Lanes<Vx, T>::kCount) return foldRef<T, Max>(in, k, out, n);
+    switch (k) {
+        case 2: return foldLoop<Vx, T, Max, 2>(in, k, out, n);
+        case 3: return foldLoop<Vx, T, Max, 3>(in, k, out, n);
+        default: return foldLoop<Vx, T, Max, 0>(in, k, out, n);
+    }
 }
 
 template <class Vx, class T>
