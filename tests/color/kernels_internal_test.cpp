@@ -37,49 +37,36 @@ struct KernelCase {
     const char* name;
     std::function<PixelFn(const ColorTable&)> get;
     size_t valueSize;  // 1 or 4 (float)
-    int srcChannels;   // channels the kernel reads: 3, or 1 (grey)
+    int srcChannels;   // 3, or 1 (grey)
     int dstChannels;   // 3, or 1 (grey)
     int contextKind;   // 0 channel order, 1 twist, 2 grey weights, 3 grey factors
 };
 
-PixelFn convertOf(const ColorTable& t, Model m, Way w, ozl::color::Depth d) {
-    return t.convert[static_cast<int>(m)][static_cast<int>(w)][static_cast<int>(d)];
-}
-
+// The eleven 8U conversions first (EveryColour takes them by index).
 std::vector<KernelCase> vectorKernels() {
     using ozl::color::Depth;
-    std::vector<KernelCase> out;
-    const struct {
-        const char* name;
-        Model m;
-    } models[] = {{"Hsv", Model::Hsv}, {"Hls", Model::Hls}, {"Xyz", Model::Xyz},
-                  {"Yuv", Model::Yuv}, {"YCrCb", Model::YCrCb}};
-    for (const auto& m : models)
-        for (Way w : {Way::FromRgb, Way::ToRgb})
-            out.push_back(
-                {nullptr,
-                 [m = m.m, w](const ColorTable& t) { return convertOf(t, m, w, Depth::U8); }, 1, 3,
-                 3, 0});
-    out.push_back(
-        {nullptr,
-         [](const ColorTable& t) { return convertOf(t, Model::Ycc, Way::ToRgb, Depth::U8); }, 1, 3,
-         3, 0});
-    for (Way w : {Way::FromRgb, Way::ToRgb})
-        out.push_back({nullptr,
-                       [w](const ColorTable& t) { return convertOf(t, Model::Luv, w, Depth::F32); },
-                       4, 3, 3, 0});
-    out.push_back({"TwistFixed8", [](const ColorTable& t) { return t.twistFixed[0]; }, 1, 3, 3, 1});
-    out.push_back({"ToGray8", [](const ColorTable& t) { return t.toGray[0][0]; }, 1, 3, 1, 2});
-    out.push_back({"FromGray8", [](const ColorTable& t) { return t.fromGray[0]; }, 1, 1, 3, 3});
-    const char* names[] = {"RgbToHsv", "HsvToRgb", "RgbToHls", "HlsToRgb", "RgbToXyz", "XyzToRgb",
-                           "RgbToYuv", "YuvToRgb", "RgbToYCrCb", "YCrCbToRgb", "YccToRgb",
-                           "RgbToLuv", "LuvToRgb"};
-    for (size_t i = 0; i < 13; ++i) out[i].name = names[i];
-    return out;
+    auto conv = [](const char* name, Model m, Way w, Depth d = Depth::U8) {
+        return KernelCase{name,
+                          [=](const ColorTable& t) {
+                              return t.convert[int(m)][int(w)][int(d)];
+                          },
+                          d == Depth::F32 ? 4u : 1u, 3, 3, 0};
+    };
+    const Way from = Way::FromRgb, to = Way::ToRgb;
+    return {conv("RgbToHsv", Model::Hsv, from), conv("HsvToRgb", Model::Hsv, to),
+            conv("RgbToHls", Model::Hls, from), conv("HlsToRgb", Model::Hls, to),
+            conv("RgbToXyz", Model::Xyz, from), conv("XyzToRgb", Model::Xyz, to),
+            conv("RgbToYuv", Model::Yuv, from), conv("YuvToRgb", Model::Yuv, to),
+            conv("RgbToYCrCb", Model::YCrCb, from), conv("YCrCbToRgb", Model::YCrCb, to),
+            conv("YccToRgb", Model::Ycc, to), conv("RgbToLuv", Model::Luv, from, Depth::F32),
+            conv("LuvToRgb", Model::Luv, to, Depth::F32),
+            {"TwistFixed8", [](const ColorTable& t) { return t.twistFixed[0]; }, 1, 3, 3, 1},
+            {"ToGray8", [](const ColorTable& t) { return t.toGray[0][0]; }, 1, 3, 1, 2},
+            {"FromGray8", [](const ColorTable& t) { return t.fromGray[0]; }, 1, 1, 3, 3}};
 }
 
-// A row buffer in one layout: pixels of `stride` interleaved values, or
-// `channels` planes; guard bytes around it catch stray writes.
+// A row of `stride` interleaved values (0: planes) starting `offset` bytes off
+// alignment; guard bytes around it catch stray writes.
 struct RowBuffer {
     std::vector<uint8_t> bytes;
     RowView view;
@@ -87,7 +74,6 @@ struct RowBuffer {
 
 constexpr size_t kGuard = 64;
 
-// stride 0: planes. offset shifts the start off any alignment.
 RowBuffer makeRow(size_t n, size_t valueSize, int channels, int stride, size_t offset,
                   std::mt19937& rng, bool floats) {
     RowBuffer b;
@@ -155,8 +141,6 @@ struct Contexts {
     }
 };
 
-// The vector tables by index (each level's, and AVX-512 with and without the
-// byte permutes).
 ozl::color::NamedTable tableAt(int i) { return ozl::color::vectorTables()[i]; }
 int tableCount() { return static_cast<int>(ozl::color::vectorTables().size()); }
 
@@ -168,9 +152,7 @@ TEST_P(ColorKernel, MatchesScalarTableOnRandomRows) {
     const PixelFn vec = kc.get(*tableAt(tableIndex).table);
     const PixelFn ref = kc.get(ozl::color::colorTable(Level::Ref));
     ASSERT_NE(vec, ref) << "no vector form at this level";
-    // Source layouts: 3 or 4 interleaved, planes, 5 interleaved (scalar only);
-    // destinations: 3 interleaved, planes, 4 interleaved (scalar only). Grey
-    // sides are one channel.
+    // Sources 3/4 interleaved, planes, 5 (scalar only); destinations 3, planes, 4 (scalar only).
     const std::vector<int> srcStrides =
         kc.srcChannels == 1 ? std::vector<int>{1} : std::vector<int>{3, 4, 0, 5};
     const std::vector<int> dstStrides =
@@ -187,10 +169,9 @@ TEST_P(ColorKernel, MatchesScalarTableOnRandomRows) {
                     makeRow(n, kc.valueSize, kc.dstChannels, ds, doff, rng, false);
                 const void* context = contexts.make(kc.contextKind, rng);
                 RowBuffer outV = dst, outR = dst;
-                outV.view.data = reinterpret_cast<char*>(outV.bytes.data()) +
-                                 (dst.view.data - reinterpret_cast<const char*>(dst.bytes.data()));
-                outR.view.data = reinterpret_cast<char*>(outR.bytes.data()) +
-                                 (dst.view.data - reinterpret_cast<const char*>(dst.bytes.data()));
+                const size_t at = kGuard + doff;
+                outV.view.data = reinterpret_cast<char*>(outV.bytes.data() + at);
+                outR.view.data = reinterpret_cast<char*>(outR.bytes.data() + at);
                 const RowView srcRows[ozl::core::kMaxSources] = {src.view};
                 vec(srcRows, outV.view, n, context);
                 ref(srcRows, outR.view, n, context);
@@ -220,19 +201,16 @@ void fillChunk(std::vector<uint8_t>& px, size_t index, bool whole) {
     }
 }
 
-RowView packedRow(std::vector<uint8_t>& px) {
-    RowView r;
-    r.data = reinterpret_cast<char*>(px.data());
-    r.pixelStep = 3;
-    r.channelStep = 1;
-    r.channels = 3;
-    return r;
-}
-
 void run(PixelFn f, std::vector<uint8_t>& in, std::vector<uint8_t>& out, int red) {
-    const RowView src[ozl::core::kMaxSources] = {packedRow(in)};
+    auto packed = [](std::vector<uint8_t>& px) {
+        RowView r;
+        r.data = reinterpret_cast<char*>(px.data()), r.pixelStep = 3, r.channelStep = 1;
+        r.channels = 3;
+        return r;
+    };
+    const RowView src[ozl::core::kMaxSources] = {packed(in)};
     const ozl::color::ConvertArgs args{red};
-    f(src, packedRow(out), kChunk, &args);
+    f(src, packed(out), kChunk, &args);
 }
 
 class EveryColour : public testing::TestWithParam<int> {};
