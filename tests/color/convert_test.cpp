@@ -342,10 +342,13 @@ TEST(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
             Pair bgr = pairFor(c, depth, w, h);
             TestImage& rgbSide = c.fromRgb ? bgr.src : bgr.dst;
             setNames(rgbSide, "RGB", "BGR");
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    for (int ch = 0; ch < 3; ++ch)
-                        bgr.src.put(x, y, c.fromRgb ? 2 - ch : ch, plain.src.at(x, y, ch));
+            // v(x, y, ch) for every source value of the plain image.
+            auto each = [&](auto&& v) {
+                for (int y = 0; y < h; ++y)
+                    for (int x = 0; x < w; ++x)
+                        for (int ch = 0; ch < 3; ++ch) v(x, y, ch, plain.src.at(x, y, ch));
+            };
+            each([&](int x, int y, int ch, double v) { bgr.src.put(x, y, c.fromRgb ? 2 - ch : ch, v); });
             c.fn(bgr.src, bgr.dst);
 
             // Plane order; a four-channel source with alpha (skipped); a
@@ -359,13 +362,10 @@ TEST(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
             TestImage smallDst = imageOf(c.fromRgb ? c.model : "RGB", depth, w, h);
             smallDst.fillRandom(seed + 200);
             const TestImage smallBefore = smallDst.clone();
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    for (int ch = 0; ch < 3; ++ch) {
-                        const double v = plain.src.at(x, y, ch);
-                        planes.src.put(x, y, ch, v), four.put(x, y, ch, v);
-                        if (x < w - 6 && y < h - 2) small.put(x, y, ch, v);
-                    }
+            each([&](int x, int y, int ch, double v) {
+                planes.src.put(x, y, ch, v), four.put(x, y, ch, v);
+                if (x < w - 6 && y < h - 2) small.put(x, y, ch, v);
+            });
             c.fn(planes.src, planes.dst);
             c.fn(four, fourDst);
             c.fn(small, smallDst);
@@ -376,10 +376,7 @@ TEST(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
             setNames(tiledSrc, c.fromRgb ? "RGB" : c.model, c.fromRgb ? "RGB" : c.model);
             setNames(tiledDst, c.fromRgb ? c.model : "RGB", c.fromRgb ? c.model : "RGB");
             TestImage fromTiles = imageOf(c.fromRgb ? c.model : "RGB", depth, w, h);
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    for (int ch = 0; ch < 3; ++ch)
-                        tiledSrc.pixels().put(x, y, ch, plain.src.at(x, y, ch));
+            each([&](int x, int y, int ch, double v) { tiledSrc.pixels().put(x, y, ch, v); });
             c.fn(tiledSrc, fromTiles);
             c.fn(plain.src, tiledDst);
 
