@@ -1,7 +1,6 @@
-// The thirteen colour-model conversions through the public interface: values
-// at every depth (computed independently), the documented edge cases, every
-// refusal with its status, message, module and line in the documented order,
-// channel order, layouts, the top-left overlap, and tiles.
+// The thirteen colour-model conversions through the public interface: values at
+// every depth, edge cases, every refusal in order, channel order, layouts,
+// the top-left overlap, and tiles.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -54,6 +53,7 @@ struct Conversion {
 
 const char* const kFour = "Error input depth. 32F, 32S ,16U,8U are valid now";
 const char* const kHue = "Error input depth. 32S,16U,8U are valid now";
+const char* const kF32 = "Error input depth. 32F is valid now";
 const std::vector<unsigned> kAllFour = {k8U, k16U, k32S, k32F};
 const std::vector<unsigned> kHueDepths = {k8U, k16U, k32S};
 
@@ -69,20 +69,8 @@ const Conversion kConversions[] = {
     {ozlRGB2YCrCb, "ozlRGB2YCrCb", "YCr", true, "ownycrcb", kAllFour, kFour},
     {ozlYCrCb2RGB, "ozlYCrCb2RGB", "YCr", false, "ownycrcb", kAllFour, kFour},
     {ozlYCC2RGB, "ozlYCC2RGB", "YCC", false, "ownycc", {k8U}, "Error input depth. 8U is valid now"},
-    {ozlRGB2LUV,
-     "ozlRGB2LUV",
-     "LUV",
-     true,
-     "ownluv",
-     {k32F},
-     "Error input depth. 32F is valid now"},
-    {ozlLUV2RGB,
-     "ozlLUV2RGB",
-     "LUV",
-     false,
-     "ownluv",
-     {k32F},
-     "Error input depth. 32F is valid now"},
+    {ozlRGB2LUV, "ozlRGB2LUV", "LUV", true, "ownluv", {k32F}, kF32},
+    {ozlLUV2RGB, "ozlLUV2RGB", "LUV", false, "ownluv", {k32F}, kF32},
 };
 
 const Conversion& conversion(Convert fn) {
@@ -354,10 +342,13 @@ TEST(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
             Pair bgr = pairFor(c, depth, w, h);
             TestImage& rgbSide = c.fromRgb ? bgr.src : bgr.dst;
             setNames(rgbSide, "RGB", "BGR");
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    for (int ch = 0; ch < 3; ++ch)
-                        bgr.src.put(x, y, c.fromRgb ? 2 - ch : ch, plain.src.at(x, y, ch));
+            // v(x, y, ch) for every source value of the plain image.
+            auto each = [&](auto&& v) {
+                for (int y = 0; y < h; ++y)
+                    for (int x = 0; x < w; ++x)
+                        for (int ch = 0; ch < 3; ++ch) v(x, y, ch, plain.src.at(x, y, ch));
+            };
+            each([&](int x, int y, int ch, double v) { bgr.src.put(x, y, c.fromRgb ? 2 - ch : ch, v); });
             c.fn(bgr.src, bgr.dst);
 
             // Plane order; a four-channel source with alpha (skipped); a
@@ -371,13 +362,10 @@ TEST(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
             TestImage smallDst = imageOf(c.fromRgb ? c.model : "RGB", depth, w, h);
             smallDst.fillRandom(seed + 200);
             const TestImage smallBefore = smallDst.clone();
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    for (int ch = 0; ch < 3; ++ch) {
-                        const double v = plain.src.at(x, y, ch);
-                        planes.src.put(x, y, ch, v), four.put(x, y, ch, v);
-                        if (x < w - 6 && y < h - 2) small.put(x, y, ch, v);
-                    }
+            each([&](int x, int y, int ch, double v) {
+                planes.src.put(x, y, ch, v), four.put(x, y, ch, v);
+                if (x < w - 6 && y < h - 2) small.put(x, y, ch, v);
+            });
             c.fn(planes.src, planes.dst);
             c.fn(four, fourDst);
             c.fn(small, smallDst);
@@ -388,10 +376,7 @@ TEST(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
             setNames(tiledSrc, c.fromRgb ? "RGB" : c.model, c.fromRgb ? "RGB" : c.model);
             setNames(tiledDst, c.fromRgb ? c.model : "RGB", c.fromRgb ? c.model : "RGB");
             TestImage fromTiles = imageOf(c.fromRgb ? c.model : "RGB", depth, w, h);
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    for (int ch = 0; ch < 3; ++ch)
-                        tiledSrc.pixels().put(x, y, ch, plain.src.at(x, y, ch));
+            each([&](int x, int y, int ch, double v) { tiledSrc.pixels().put(x, y, ch, v); });
             c.fn(tiledSrc, fromTiles);
             c.fn(plain.src, tiledDst);
 

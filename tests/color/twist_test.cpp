@@ -1,7 +1,6 @@
 // The colour twist through the public interface: the record's checks, every
-// refusal of ozlApplyColorTwist and ozlColorTwistFP in order, results against
-// an exact integer statement on both paths and both depths, the offset,
-// extra channels, masks, regions, channels of interest, tiles, in place.
+// refusal in order, results against an exact integer statement on both paths
+// and depths, extra channels, masks, regions, COI, tiles, in place.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <string>
 #include <vector>
 #include <random>
@@ -22,27 +21,7 @@ using ozl::test::ErrorReport;
 using ozl::test::TestImage;
 using ozl::test::TiledImage;
 
-// One value of an untiled image's header, by the plain layout rules.
-long double valueOf(const OzlImage* im, int x, int y, int c) {
-    const bool plane = im->dataOrder == OZL_DATA_ORDER_PLANE;
-    const char* row =
-        im->imageData + static_cast<ptrdiff_t>(im->widthStep) * (plane ? c * im->height + y : y);
-    const int64_t i = plane ? x : static_cast<int64_t>(x) * im->nChannels + c;
-    auto load = [&](auto tag) {
-        decltype(tag) v;
-        std::memcpy(&v, row + i * static_cast<int64_t>(sizeof v), sizeof v);
-        return static_cast<long double>(v);
-    };
-    switch (im->depth) {
-        case OZL_DEPTH_1U: return (row[i >> 3] >> (7 - (i & 7))) & 1;
-        case OZL_DEPTH_8U: return load(uint8_t{});
-        case OZL_DEPTH_8S: return load(int8_t{});
-        case OZL_DEPTH_16U: return load(uint16_t{});
-        case OZL_DEPTH_16S: return load(int16_t{});
-        case OZL_DEPTH_32S: return load(int32_t{});
-        default: return load(float{});
-    }
-}
+using ozl::test::valueOf;
 
 // Maximum, sum and sum of squares of |A - B| (or of A or B alone) over the
 // shared region and the channels both process, in long double: exact for

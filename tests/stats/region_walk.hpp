@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ozl.h"
+#include "support/test_image.hpp"
 
 namespace ozl::test {
 
@@ -32,13 +33,6 @@ inline Rect regionOf(const OzlImage* im) {
             std::max(0, std::min(r.height, im->height - r.yOffset))};
 }
 
-// Bit (x, y) of an untiled 1-bit image, most significant first.
-inline bool bitAt(const OzlImage* im, int x, int y) {
-    const auto* row = reinterpret_cast<const uint8_t*>(im->imageData) +
-                      static_cast<ptrdiff_t>(y) * im->widthStep;
-    return (row[x >> 3] >> (7 - (x & 7))) & 1;
-}
-
 // f(dx, dy) for every pixel (dx, dy from the region's first pixel) of the
 // region that `im` shares with `others` and `masks` (each anchored at its own
 // region offsets; nullptr entries skipped) that every mask admits.
@@ -57,7 +51,7 @@ void forSharedRegion(const OzlImage* im, std::initializer_list<const OzlImage*> 
         for (int dx = 0; dx < r.width; ++dx) {
             bool admitted = true;
             for (const OzlImage* m : masks)
-                if (m) admitted = admitted && bitAt(m, regionOf(m).x + dx, regionOf(m).y + dy);
+                if (m) admitted = admitted && valueOf(m, regionOf(m).x + dx, regionOf(m).y + dy, 0) != 0;
             if (admitted) f(dx, dy);
         }
 }
