@@ -197,6 +197,8 @@ SampledResult walkSampled(const SampledJob& given) {
     size_t chunk = 0;
     if (job.mask) {
         const size_t pixelBytes = image::effectiveChannels(job.dst) * valueBytes(job.dst);
+        // A destination whose one channel is its alpha channel has nothing to write.
+        if (pixelBytes == 0) return result;
         chunk = std::max<size_t>(1, kChunkBytes / pixelBytes);
         // Dense pixels, then the blend's scratch: as many pixels again and one
         // value per pixel.

@@ -258,6 +258,16 @@ typedef struct OzlConvKernelFP {
     float *values;
 } OzlConvKernelFP;
 
+/* A structuring element: nRows rows of nCols values, the element's places
+   where a value is not zero, centred on (anchorX, anchorY). */
+typedef struct OzlStructElement {
+    int32_t nCols;
+    int32_t nRows;
+    int32_t anchorX;
+    int32_t anchorY;
+    const uint8_t *values;
+} OzlStructElement;
+
 #define OZL_COMBINE_SUM        0
 #define OZL_COMBINE_SUMSQ      1
 #define OZL_COMBINE_SUMSQROOT  2
@@ -746,6 +756,96 @@ OZL_API void OZL_CALL ozlConvolveSep2D(OzlImage *srcImage, OzlImage *dstImage,
                                        OzlConvKernel *xKernel, OzlConvKernel *yKernel);
 OZL_API void OZL_CALL ozlConvolveSep2DFP(OzlImage *srcImage, OzlImage *dstImage,
                                          OzlConvKernelFP *xKernel, OzlConvKernelFP *yKernel);
+
+/* ------------------------------------------------------------------------ */
+/* Rank, morphological and fixed filters                                     */
+/* ------------------------------------------------------------------------ */
+
+/* Every filter here reads an nCols x nRows window whose pixel (anchorX,
+   anchorY) lies over the output pixel (or a structuring element), pixels
+   outside the source taken from its border modes. Regions, channels of
+   interest, alpha (left alone), masks, tiles and either data order; the
+   destination may be the source. 32F values are ordered with -0 below +0 and
+   NaNs beyond the infinities by their sign. Statuses: -5 for a window of no
+   size or an anchor outside it, for images of different depths or data
+   orders, different channel counts or a channel of interest on one side
+   only; -11 for region offsets outside an image; -4 when memory runs out; -2
+   when a tile callback leaves tileData NULL; header failures as
+   ozlCheckImageHeader reports them. */
+
+/* The least (ozlMinFilter) or greatest (ozlMaxFilter) value over the window.
+   1U, 8U, 8S, 16U, 16S, 32S, 32F. */
+OZL_API void OZL_CALL ozlMinFilter(OzlImage *srcImage, OzlImage *dstImage, int nCols, int nRows,
+                                   int anchorX, int anchorY);
+OZL_API void OZL_CALL ozlMaxFilter(OzlImage *srcImage, OzlImage *dstImage, int nCols, int nRows,
+                                   int anchorX, int anchorY);
+
+/* Erosion (least value over the element's places) and dilation (greatest),
+   repeated `iterations` times; opening erodes `iterations` times then dilates
+   as often, closing dilates then erodes. A NULL element is the 3 x 3 square
+   centred on the pixel. Each pass after the first reads the previous pass's
+   result over the region, with the source's border modes around it. 1U, 8U,
+   8S, 16U, 16S, 32S, 32F. Statuses besides the common ones: -5 for an element
+   of no size, an anchor outside it or no values ("Bad structuring element"),
+   an element without places ("Empty structuring element"), iterations below
+   1. */
+OZL_API void OZL_CALL ozlErode(OzlImage *srcImage, OzlImage *dstImage,
+                               const OzlStructElement *element, int iterations);
+OZL_API void OZL_CALL ozlDilate(OzlImage *srcImage, OzlImage *dstImage,
+                                const OzlStructElement *element, int iterations);
+OZL_API void OZL_CALL ozlOpen(OzlImage *srcImage, OzlImage *dstImage,
+                              const OzlStructElement *element, int iterations);
+OZL_API void OZL_CALL ozlClose(OzlImage *srcImage, OzlImage *dstImage,
+                               const OzlStructElement *element, int iterations);
+
+/* The mean of the window, rounded to the nearest value (halves upward), from
+   the exact sum; 32F sums the window's rows top to bottom, each column's sums
+   left to right, then divides by the area. 1U (the majority, ties giving 1),
+   8U, 8S, 16U, 16S, 32S, 32F. */
+OZL_API void OZL_CALL ozlBlur(OzlImage *srcImage, OzlImage *dstImage, int nCols, int nRows,
+                              int anchorX, int anchorY);
+
+/* Fixed 3 x 3 and 5 x 5 kernels centred on the pixel, applied as correlation
+   (kernels as written, row by row):
+   PREWITT_VERT  -1 0 1 / -1 0 1 / -1 0 1    PREWITT_HORIZ  1 1 1 / 0 0 0 / -1 -1 -1
+   SOBEL_VERT    -1 0 1 / -2 0 2 / -1 0 1    SOBEL_HORIZ    1 2 1 / 0 0 0 / -1 -2 -1
+   LAPLACIAN_3x3  0 -1 0 / -1 4 -1 / 0 -1 0
+   LAPLACIAN_5x5 -1 -3 -4 -3 -1 / -3 0 6 0 -3 / -4 6 20 6 -4 / -3 0 6 0 -3 / -1 -3 -4 -3 -1
+   GAUSSIAN_3x3  1 2 1 / 2 4 2 / 1 2 1, divided by 16
+   GAUSSIAN_5x5  the outer product of 1 4 6 4 1 with itself, divided by 256
+   HIPASS_3x3    -1 everywhere, 8 in the centre; HIPASS_5x5 -1 everywhere, 24 in the centre
+   SHARPEN       -1 everywhere, 16 in the centre, divided by 8.
+   Integer depths take the exact sum, divide it rounding to nearest (halves
+   upward) and saturate; 32F sums the products row by row in float and
+   divides. 8U, 8S, 16U, 16S, 32S, 32F. Statuses besides the common ones: -5
+   for an unknown filter, -17 for 1U. */
+#define OZL_FIXED_PREWITT_VERT   0
+#define OZL_FIXED_PREWITT_HORIZ  1
+#define OZL_FIXED_SOBEL_VERT     2
+#define OZL_FIXED_SOBEL_HORIZ    3
+#define OZL_FIXED_LAPLACIAN_3x3  4
+#define OZL_FIXED_LAPLACIAN_5x5  5
+#define OZL_FIXED_GAUSSIAN_3x3   6
+#define OZL_FIXED_GAUSSIAN_5x5   7
+#define OZL_FIXED_HIPASS_3x3     8
+#define OZL_FIXED_HIPASS_5x5     9
+#define OZL_FIXED_SHARPEN        10
+OZL_API void OZL_CALL ozlFixedFilter(OzlImage *srcImage, OzlImage *dstImage, int filter);
+
+/* The median of the window: the value of rank nCols * nRows / 2 counted from
+   0 in increasing order (for an even area the upper of the two middle
+   values). 1U, 8U, 8S, 16U, 16S, 32S, 32F. Statuses besides the common ones:
+   -5 for a window of more than 2^20 places. */
+OZL_API void OZL_CALL ozlMedianFilter(OzlImage *srcImage, OzlImage *dstImage, int nCols, int nRows,
+                                      int anchorX, int anchorY);
+/* For images of 3 channels (besides alpha) in pixel order: every pixel takes
+   the colour of the window's pixel whose summed absolute channel differences
+   to all the window's pixels are least (the first such pixel, row by row).
+   8U, 8S, 16U, 16S, 32S, 32F. Statuses besides the common ones: -15 for 1U,
+   plane order, a channel of interest or another channel count; -5 for a
+   window of more than 2^20 places. */
+OZL_API void OZL_CALL ozlColorMedianFilter(OzlImage *srcImage, OzlImage *dstImage, int nCols,
+                                           int nRows, int anchorX, int anchorY);
 
 /* ------------------------------------------------------------------------ */
 /* Geometric transforms: resampling, mirroring, warps, remapping             */

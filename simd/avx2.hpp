@@ -106,6 +106,11 @@ struct Avx2 {
     static V min16(V a, V b) { return _mm256_min_epi16(a, b); }
     static V minU16(V a, V b) { return _mm256_min_epu16(a, b); }
     static V abs16(V a) { return _mm256_abs_epi16(a); }
+    static V minS8(V a, V b) { return _mm256_min_epi8(a, b); }
+    static V maxS8(V a, V b) { return _mm256_max_epi8(a, b); }
+    static V maxU16(V a, V b) { return _mm256_max_epu16(a, b); }
+    static V min32(V a, V b) { return _mm256_min_epi32(a, b); }
+    static V max32(V a, V b) { return _mm256_max_epi32(a, b); }
 
     static V widenU8(const void* p) {
         return _mm256_cvtepu8_epi16(_mm_loadu_si128(static_cast<const __m128i*>(p)));

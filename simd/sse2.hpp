@@ -116,6 +116,19 @@ struct Sse2 {
     static V min16(V a, V b) { return _mm_min_epi16(a, b); }
     static V minU16(V a, V b) { return _mm_sub_epi16(a, _mm_subs_epu16(a, b)); }
     static V abs16(V a) { return _mm_max_epi16(a, _mm_sub_epi16(_mm_setzero_si128(), a)); }
+    // Per-element minimum and maximum of every integer lane type; the forms
+    // SSE2 lacks go through a sign flip or a compare.
+    static V minS8(V a, V b) {
+        const __m128i f = _mm_set1_epi8(static_cast<char>(0x80));
+        return _mm_xor_si128(_mm_min_epu8(_mm_xor_si128(a, f), _mm_xor_si128(b, f)), f);
+    }
+    static V maxS8(V a, V b) {
+        const __m128i f = _mm_set1_epi8(static_cast<char>(0x80));
+        return _mm_xor_si128(_mm_max_epu8(_mm_xor_si128(a, f), _mm_xor_si128(b, f)), f);
+    }
+    static V maxU16(V a, V b) { return _mm_add_epi16(_mm_subs_epu16(a, b), b); }
+    static V min32(V a, V b) { return select(_mm_cmpgt_epi32(a, b), b, a); }
+    static V max32(V a, V b) { return select(_mm_cmpgt_epi32(a, b), a, b); }
 
     // Half a vector of bytes (at p) widened to 16-bit lanes, in order.
     static V widenU8(const void* p) {

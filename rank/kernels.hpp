@@ -1,0 +1,191 @@
+// Row kernels of the rank and morphological filters: the scalar forms (also
+// the reference every vector form must match bit for bit) and the table of
+// routines per instruction-set level.
+//
+// Everything here works on flat runs of values of one type. 32F values are
+// ordered by their keys (the bits as int32, the magnitude bits flipped for
+// negative values): -0 sorts below +0 and NaNs beyond the infinities by sign,
+// so every order of comparisons picks the same value.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "frame/cpu.hpp"
+#include "image/depth.hpp"
+
+namespace ozl::rank {
+
+// Inputs one fold call combines; more are folded in chunks.
+constexpr int kMaxFold = 8;
+
+// out[i] = the least (or greatest) of in[0][i] .. in[k - 1][i], 1 <= k <=
+// kMaxFold, i < n. out may be in[0] itself.
+using FoldFn = void (*)(const void* const* in, int k, void* out, size_t n);
+
+// The median of every 3 x 3 neighbourhood: rows[0..2] valid from `step`
+// values before the first output value to `step` after the last (`step` the
+// values between neighbouring pixels); scratch holds 3 * (n + 2 * step) values.
+using Median9Fn = void (*)(const void* const* rows, void* out, size_t n, int step, void* scratch);
+
+// One comparator of a selection network: afterwards slot a holds the lesser
+// value and slot b the greater.
+struct Comparator {
+    uint8_t a, b;
+};
+constexpr int kMaxNetworkInputs = 49;
+
+// The value at slot `pick` after the network over in[0..k-1], for every i < n.
+using NetworkFn = void (*)(const void* const* in, int k, const Comparator* net, int nNet, int pick,
+                           void* out, size_t n);
+
+// Division of 16-bit values by a constant, rounding down: q = x / divisor
+// for every x < 2^16, as (t + ((x - t) >> 1)) >> (shift - 1), t the high half
+// of x * multiplier (divisor 1: q = x).
+struct Divider16 {
+    uint16_t divisor = 1;
+    uint16_t multiplier = 0;
+    int shift = 0;
+};
+Divider16 divider16(uint16_t divisor);
+
+// The mean of every nCols x nRows window of 8-bit values rounded to nearest
+// (halves upward): rows[0..nRows-1] as the driver gives them, valid from
+// `left` pixels before the output (`step` values a pixel). Every window sum
+// plus half the divisor stays below 2^16. scratch holds n + (nCols - 1) * step
+// 16-bit values.
+struct BoxU8 {
+    int nCols = 1, nRows = 1, left = 0;
+    uint16_t half = 0;
+    Divider16 divider;
+};
+using BoxU8Fn = void (*)(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n, int step,
+                         void* scratch);
+
+struct RankTable {
+    FoldFn fold[image::kElemCount][2];  // [type][0: least, 1: greatest]
+    Median9Fn median9[image::kElemCount];
+    NetworkFn network[image::kElemCount];
+    BoxU8Fn boxU8;
+};
+
+const RankTable& rankTable(cpu::Level level);
+inline const RankTable& activeRankTable() { return rankTable(cpu::active()); }
+
+// ---------------------------------------------------------------------------
+// Scalar forms.
+
+// The key a 32F value sorts by, and back (the map is its own inverse).
+inline int32_t floatKey(int32_t bits) { return bits ^ ((bits >> 31) & 0x7fffffff); }
+
+// Values as the comparisons see them: 32F as keys, the rest as they are.
+template <class T>
+using KeyOf = std::conditional_t<std::is_same_v<T, float>, int32_t, T>;
+
+template <class T>
+inline KeyOf<T> keyAt(const void* p, size_t i) {
+    if constexpr (std::is_same_v<T, float>) {
+        int32_t bits;
+        std::memcpy(&bits, static_cast<const char*>(p) + i * 4, 4);
+        return floatKey(bits);
+    } else {
+        return static_cast<const T*>(p)[i];
+    }
+}
+
+template <class T>
+inline void putKey(void* p, size_t i, KeyOf<T> k) {
+    if constexpr (std::is_same_v<T, float>) {
+        const int32_t bits = floatKey(k);
+        std::memcpy(static_cast<char*>(p) + i * 4, &bits, 4);
+    } else {
+        static_cast<T*>(p)[i] = k;
+    }
+}
+
+template <class K>
+inline K lesser(K a, K b) { return b < a ? b : a; }
+template <class K>
+inline K greater(K a, K b) { return a < b ? b : a; }
+
+template <class T, bool Max>
+void foldRef(const void* const* in, int k, void* out, size_t n) {
+    for (size_t i = 0; i < n; ++i) {
+        KeyOf<T> v = keyAt<T>(in[0], i);
+        for (int j = 1; j < k; ++j) v = Max ? greater(v, keyAt<T>(in[j], i)) : lesser(v, keyAt<T>(in[j], i));
+        putKey<T>(out, i, v);
+    }
+}
+
+template <class K>
+inline K median3(K a, K b, K c) { return greater(lesser(a, b), lesser(greater(a, b), c)); }
+
+// Each column sorted (low, middle, high); the median of the nine is the
+// median of the greatest low, the middle middle and the least high.
+template <class T>
+void median9Ref(const void* const* rows, void* out, size_t n, int step, void* scratch) {
+    using K = KeyOf<T>;
+    const size_t span = n + 2 * static_cast<size_t>(step);
+    K* lo = static_cast<K*>(scratch);
+    K* mid = lo + span;
+    K* hi = mid + span;
+    for (size_t i = 0; i < span; ++i) {
+        const ptrdiff_t at = static_cast<ptrdiff_t>(i) - step;
+        const K a = keyAt<T>(static_cast<const T*>(rows[0]) + at, 0);
+        const K b = keyAt<T>(static_cast<const T*>(rows[1]) + at, 0);
+        const K c = keyAt<T>(static_cast<const T*>(rows[2]) + at, 0);
+        lo[i] = lesser(lesser(a, b), c);
+        hi[i] = greater(greater(a, b), c);
+        mid[i] = median3(a, b, c);
+    }
+    for (size_t i = 0; i < n; ++i) {
+        const size_t l = i, c = i + step, r = i + 2 * static_cast<size_t>(step);
+        const K a = greater(greater(lo[l], lo[c]), lo[r]);
+        const K b = median3(mid[l], mid[c], mid[r]);
+        const K z = lesser(lesser(hi[l], hi[c]), hi[r]);
+        putKey<T>(out, i, median3(a, b, z));
+    }
+}
+
+template <class T>
+void networkRef(const void* const* in, int k, const Comparator* net, int nNet, int pick, void* out,
+                size_t n) {
+    using K = KeyOf<T>;
+    K v[kMaxNetworkInputs];
+    for (size_t i = 0; i < n; ++i) {
+        for (int j = 0; j < k; ++j) v[j] = keyAt<T>(in[j], i);
+        for (int c = 0; c < nNet; ++c) {
+            const K a = v[net[c].a], b = v[net[c].b];
+            v[net[c].a] = lesser(a, b);
+            v[net[c].b] = greater(a, b);
+        }
+        putKey<T>(out, i, v[pick]);
+    }
+}
+
+inline uint16_t divide16(const Divider16& d, uint32_t x) {
+    if (d.divisor == 1) return static_cast<uint16_t>(x);
+    const uint32_t t = (x * d.multiplier) >> 16;
+    return static_cast<uint16_t>((t + ((x - t) >> 1)) >> (d.shift - 1));
+}
+
+inline void boxU8Ref(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n, int step,
+                     void* scratch) {
+    const size_t span = n + static_cast<size_t>(box.nCols - 1) * step;
+    auto* col = static_cast<uint16_t*>(scratch);
+    const ptrdiff_t left = -static_cast<ptrdiff_t>(box.left) * step;
+    for (size_t i = 0; i < span; ++i) {
+        uint32_t s = 0;
+        for (int j = 0; j < box.nRows; ++j) s += static_cast<const uint8_t*>(rows[j])[left + static_cast<ptrdiff_t>(i)];
+        col[i] = static_cast<uint16_t>(s);
+    }
+    for (size_t i = 0; i < n; ++i) {
+        uint32_t s = box.half;
+        for (int j = 0; j < box.nCols; ++j) s += col[i + static_cast<size_t>(j) * step];
+        out[i] = static_cast<uint8_t>(s / box.divider.divisor);
+    }
+}
+
+}  // namespace ozl::rank

@@ -1,0 +1,245 @@
+// Median filters. ozlMedianFilter takes, over every window, the value of rank
+// area / 2 (counted from 0, so the upper middle one for an even area): the
+// 3 x 3 window by sorted columns, windows up to 25 places by a selection
+// network (a sorting network pruned to the comparators the middle output
+// depends on), larger 8-bit windows by a histogram slid along the row, other
+// larger windows by selection on a copy. ozlColorMedianFilter picks the
+// window's pixel whose colour is nearest (summed channel differences) to all
+// the others.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "image/depth.hpp"
+#include "rank/kernels.hpp"
+#include "rank/window.hpp"
+
+namespace ozl::rank {
+namespace {
+
+using core::fail;
+
+constexpr int kMaxNetwork = 25;
+constexpr int kMaxComparators = 512;
+
+struct Plan {
+    const RankTable* table = nullptr;
+    image::Elem type = image::Elem::U8;
+    size_t valueBytes = 1;
+    int nCols = 1, nRows = 1, left = 0;
+    int area = 1;
+    enum Method { Columns, Network, Histogram, Select } method = Select;
+    Comparator net[kMaxComparators];
+    int nNet = 0;
+};
+
+// Batcher's odd-even merge sort for n inputs, then only the comparators the
+// output at `pick` depends on, in order.
+int selectionNetwork(int n, int pick, Comparator* out) {
+    Comparator all[kMaxComparators];
+    int count = 0;
+    for (int p = 1; p < n; p <<= 1)
+        for (int k = p; k >= 1; k >>= 1)
+            for (int j = k % p; j + k < n; j += 2 * k)
+                for (int i = 0; i < std::min(k, n - j - k); ++i)
+                    if ((i + j) / (2 * p) == (i + j + k) / (2 * p))
+                        all[count++] = Comparator{static_cast<uint8_t>(i + j), static_cast<uint8_t>(i + j + k)};
+    bool live[kMaxNetworkInputs] = {};
+    live[pick] = true;
+    bool keep[kMaxComparators] = {};
+    for (int c = count - 1; c >= 0; --c)
+        if (live[all[c].a] || live[all[c].b]) {
+            keep[c] = true;
+            live[all[c].a] = live[all[c].b] = true;
+        }
+    int kept = 0;
+    for (int c = 0; c < count; ++c)
+        if (keep[c]) out[kept++] = all[c];
+    return kept;
+}
+
+const void* at(const void* p, ptrdiff_t values, size_t valueBytes) {
+    return static_cast<const char*>(p) + values * static_cast<ptrdiff_t>(valueBytes);
+}
+
+// Counts of the window's values for one channel, slid one pixel at a time;
+// the median is tracked with the count of values below it.
+void histogramRow(const Plan& p, const core::NbRow& row) {
+    const int ch = row.channels;
+    auto* out = static_cast<uint8_t*>(row.dst);
+    auto* hist = static_cast<uint32_t*>(row.scratch);
+    const int rank = p.area / 2;
+    for (int c = 0; c < ch; ++c) {
+        std::fill(hist, hist + 256, 0u);
+        auto value = [&](int r, int x) {  // pixel x (from -left) of row r
+            return static_cast<const uint8_t*>(row.src[r])[static_cast<ptrdiff_t>(x) * ch + c];
+        };
+        for (int r = 0; r < p.nRows; ++r)
+            for (int x = -p.left; x < p.nCols - p.left; ++x) ++hist[value(r, x)];
+        int m = 0;
+        int below = 0;
+        for (int x = 0;; ++x) {
+            while (below > rank) below -= static_cast<int>(hist[--m]);
+            while (below + static_cast<int>(hist[m]) <= rank) below += static_cast<int>(hist[m++]);
+            out[static_cast<size_t>(x) * ch + c] = static_cast<uint8_t>(m);
+            if (x + 1 == row.width) break;
+            const int gone = x - p.left, come = x - p.left + p.nCols;
+            for (int r = 0; r < p.nRows; ++r) {
+                const uint8_t g = value(r, gone), n = value(r, come);
+                --hist[g];
+                ++hist[n];
+                below += (n < m) - (g < m);
+            }
+        }
+    }
+}
+
+template <class T>
+void selectRow(const Plan& p, const core::NbRow& row) {
+    using K = KeyOf<T>;
+    const int ch = row.channels;
+    const size_t n = static_cast<size_t>(row.width) * ch;
+    K* keys = static_cast<K*>(row.scratch);
+    for (size_t i = 0; i < n; ++i) {
+        int k = 0;
+        for (int r = 0; r < p.nRows; ++r)
+            for (int x = 0; x < p.nCols; ++x)
+                keys[k++] = keyAt<T>(at(row.src[r], static_cast<ptrdiff_t>(x - p.left) * ch, sizeof(T)), i);
+        std::nth_element(keys, keys + p.area / 2, keys + p.area);
+        putKey<T>(row.dst, i, keys[p.area / 2]);
+    }
+}
+
+void medianRow(const core::NbRow& row, const void* context) {
+    const Plan& p = *static_cast<const Plan*>(context);
+    const int ch = row.channels;
+    const size_t n = static_cast<size_t>(row.width) * ch;
+    const int e = static_cast<int>(p.type);
+    switch (p.method) {
+        case Plan::Columns: {
+            // The kernel reads a pixel either side of the window's centre.
+            const void* rows[3];
+            for (int r = 0; r < 3; ++r) rows[r] = at(row.src[r], static_cast<ptrdiff_t>(1 - p.left) * ch, p.valueBytes);
+            return p.table->median9[e](rows, row.dst, n, ch, row.scratch);
+        }
+        case Plan::Network: {
+            const void* ins[kMaxNetwork];
+            for (int r = 0, k = 0; r < p.nRows; ++r)
+                for (int x = 0; x < p.nCols; ++x)
+                    ins[k++] = at(row.src[r], static_cast<ptrdiff_t>(x - p.left) * ch, p.valueBytes);
+            return p.table->network[e](ins, p.area, p.net, p.nNet, p.area / 2, row.dst, n);
+        }
+        case Plan::Histogram: return histogramRow(p, row);
+        default:
+            image::forEachValueType([&](auto v) {
+                using T = decltype(v);
+                if (static_cast<int>(image::ElemOf<T>::value) == e) selectRow<T>(p, row);
+            });
+    }
+}
+
+// Color median: sums of absolute channel differences in 64 bits (doubles for
+// 32F); the first pixel (row by row) of the least sum wins.
+template <class T>
+void colorRow(const Plan& p, const core::NbRow& row) {
+    using D = std::conditional_t<std::is_same_v<T, float>, double, int64_t>;
+    T* out = static_cast<T*>(row.dst);
+    for (int x = 0; x < row.width; ++x) {
+        D best = 0;
+        const T* chosen = nullptr;
+        for (int r = 0; r < p.nRows; ++r)
+            for (int i = 0; i < p.nCols; ++i) {
+                const T* a = static_cast<const T*>(row.src[r]) + static_cast<ptrdiff_t>(x + i - p.left) * 3;
+                D sum = 0;
+                for (int r2 = 0; r2 < p.nRows; ++r2)
+                    for (int i2 = 0; i2 < p.nCols; ++i2) {
+                        const T* b = static_cast<const T*>(row.src[r2]) + static_cast<ptrdiff_t>(x + i2 - p.left) * 3;
+                        for (int c = 0; c < 3; ++c) {
+                            const D d = static_cast<D>(a[c]) - static_cast<D>(b[c]);
+                            sum += d < 0 ? -d : d;
+                        }
+                    }
+                if (!chosen || sum < best) best = sum, chosen = a;
+            }
+        std::memcpy(out + static_cast<size_t>(x) * 3, chosen, 3 * sizeof(T));
+    }
+}
+
+void colorMedianRow(const core::NbRow& row, const void* context) {
+    const Plan& p = *static_cast<const Plan*>(context);
+    image::forEachValueType([&](auto v) {
+        using T = decltype(v);
+        if (image::ElemOf<T>::value == p.type) colorRow<T>(p, row);
+    });
+}
+
+enum class Kind { Median, Color };
+
+void medianFilter(const core::Caller& caller, int line, OzlImage* src, OzlImage* dst, int nCols,
+                  int nRows, int anchorX, int anchorY, Kind kind) {
+    if (!windowCallValid(caller, line, src, dst, nCols, nRows, anchorX, anchorY)) return;
+    const int64_t area = static_cast<int64_t>(nCols) * nRows;
+    if (area > (1 << 20))
+        return static_cast<void>(fail(caller, OZL_StsBadArg, "Window too large", line + 3));
+    if (kind == Kind::Color &&
+        (src->depth == OZL_DEPTH_1U || src->dataOrder == OZL_DATA_ORDER_PLANE ||
+         (src->roi && src->roi->coi) || (dst->roi && dst->roi->coi) ||
+         src->nChannels - (src->alphaChannel ? 1 : 0) != 3))
+        return static_cast<void>(fail(caller, OZL_StsBadNumChannels,
+                                      "Color median needs 3 channels in pixel order", line + 3));
+    core::NbSetup setup;
+    core::NbCode code = core::setupNeighbourhood(src, dst, setup);
+    if (code == core::NbCode::Done && setup.width > 0) {
+        Plan* plan = static_cast<Plan*>(ozlMalloc(sizeof(Plan)));
+        if (!plan) return report(caller, core::NbCode::NoMemory, line + 4);
+        *plan = Plan{};
+        plan->table = &activeRankTable();
+        plan->type = src->depth == OZL_DEPTH_1U ? image::Elem::U8 : image::elemOf(src->depth);
+        plan->valueBytes = image::elemBytes(plan->type);
+        plan->nCols = nCols;
+        plan->nRows = nRows;
+        plan->left = anchorX;
+        plan->area = static_cast<int>(area);
+        core::NbKernel kernel;
+        kernel.row = kind == Kind::Color ? &colorMedianRow : &medianRow;
+        kernel.context = plan;
+        kernel.margins = marginsOf(nCols, nRows, anchorX, anchorY);
+        if (kind == Kind::Median) {
+            if (nCols == 3 && nRows == 3) {
+                plan->method = Plan::Columns;
+                kernel.scratchPerValue = 3 * 4 + 1;
+            } else if (area <= kMaxNetwork) {
+                plan->method = Plan::Network;
+                plan->nNet = selectionNetwork(plan->area, plan->area / 2, plan->net);
+            } else if (plan->type == image::Elem::U8) {
+                // 1 KiB of counts; a row with its margins spans nCols values or more.
+                plan->method = Plan::Histogram;
+                kernel.scratchPerValue = 1024 / static_cast<size_t>(nCols) + 2;
+            } else {
+                // A copy of the window's keys.
+                plan->method = Plan::Select;
+                kernel.scratchPerValue = 4 * static_cast<size_t>(nRows) + 1;
+            }
+        }
+        core::NbPass pass{&kernel, 1};
+        code = core::runPasses(setup, &pass, 1);
+        ozlFree(plan);
+    }
+    report(caller, code, line + 4);
+}
+
+}  // namespace
+}  // namespace ozl::rank
+
+extern "C" OZL_API void OZL_CALL ozlMedianFilter(OzlImage* srcImage, OzlImage* dstImage, int nCols,
+                                                 int nRows, int anchorX, int anchorY) {
+    ozl::rank::medianFilter({"ozlMedianFilter", "ozlmedian"}, 304, srcImage, dstImage, nCols, nRows,
+                            anchorX, anchorY, ozl::rank::Kind::Median);
+}
+
+extern "C" OZL_API void OZL_CALL ozlColorMedianFilter(OzlImage* srcImage, OzlImage* dstImage,
+                                                      int nCols, int nRows, int anchorX, int anchorY) {
+    ozl::rank::medianFilter({"ozlColorMedianFilter", "ozlmedian"}, 352, srcImage, dstImage, nCols,
+                            nRows, anchorX, anchorY, ozl::rank::Kind::Color);
+}

@@ -1,0 +1,191 @@
+// The vector forms of the rank kernels, one body for every level: each level's
+// file instantiates vectorRankTable<its layer>(). Internal linkage (see
+// simd/sse2.hpp).
+#pragma once
+
+#include "rank/kernels.hpp"
+
+namespace ozl::rank {
+namespace {
+
+// The lanes of one value type: loads as keys, the two extremes.
+template <class Vx, class T>
+struct Lanes {
+    using V = typename Vx::V;
+    static constexpr size_t kCount = Vx::kBytes / sizeof(T);
+    static V key(V v) {
+        if constexpr (std::is_same_v<T, float>)
+            return Vx::xor_(v, Vx::and_(Vx::template srai32<31>(v), Vx::set32(0x7fffffff)));
+        else return v;
+    }
+    static V load(const void* p, size_t i) { return key(Vx::load(static_cast<const T*>(p) + i)); }
+    static void store(void* p, size_t i, V v) { Vx::store(static_cast<T*>(p) + i, key(v)); }
+    static V least(V a, V b) {
+        if constexpr (std::is_same_v<T, uint8_t>) return Vx::minU8(a, b);
+        else if constexpr (std::is_same_v<T, int8_t>) return Vx::minS8(a, b);
+        else if constexpr (std::is_same_v<T, uint16_t>) return Vx::minU16(a, b);
+        else if constexpr (std::is_same_v<T, int16_t>) return Vx::min16(a, b);
+        else return Vx::min32(a, b);
+    }
+    static V greatest(V a, V b) {
+        if constexpr (std::is_same_v<T, uint8_t>) return Vx::maxU8(a, b);
+        else if constexpr (std::is_same_v<T, int8_t>) return Vx::maxS8(a, b);
+        else if constexpr (std::is_same_v<T, uint16_t>) return Vx::maxU16(a, b);
+        else if constexpr (std::is_same_v<T, int16_t>) return Vx::max16(a, b);
+        else return Vx::max32(a, b);
+    }
+    static V median3(V a, V b, V c) { return greatest(least(a, b), least(greatest(a, b), c)); }
+};
+
+template <class T>
+const void* advanced(const void* p, size_t i) { return static_cast<const T*>(p) + i; }
+
+// Runs shorter than a vector go to the scalar form; the last vector of a
+// longer run overlaps the one before it.
+// K inputs known at compile time (0: k at run time).
+template <class Vx, class T, bool Max, int K>
+void foldLoop(const void* const* in, int k, void* out, size_t n) {
+    using L = Lanes<Vx, T>;
+    using V = typename Vx::V;
+    const int count = K > 0 ? K : k;
+    auto at = [&](size_t i) {
+        V v = L::load(in[0], i);
+        for (int j = 1; j < count; ++j) v = Max ? L::greatest(v, L::load(in[j], i)) : L::least(v, L::load(in[j], i));
+        L::store(out, i, v);
+    };
+    size_t i = 0;
+    for (; i + L::kCount <= n; i += L::kCount) at(i);
+    // Recomputing a few values through an output that is also the first input
+    // gives them again: taking an extreme twice changes nothing.
+    if (i < n) at(n - L::kCount);
+}
+
+template <class Vx, class T, bool Max>
+void foldVec(const void* const* in, int k, void* out, size_t n) {
+    if (n < Lanes<Vx, T>::kCount) return foldRef<T, Max>(in, k, out, n);
+    switch (k) {
+        case 2: return foldLoop<Vx, T, Max, 2>(in, k, out, n);
+        case 3: return foldLoop<Vx, T, Max, 3>(in, k, out, n);
+        default: return foldLoop<Vx, T, Max, 0>(in, k, out, n);
+    }
+}
+
+template <class Vx, class T>
+void median9Vec(const void* const* rows, void* out, size_t n, int step, void* scratch) {
+    using L = Lanes<Vx, T>;
+    using V = typename Vx::V;
+    using K = KeyOf<T>;
+    const size_t span = n + 2 * static_cast<size_t>(step);
+    if (n < L::kCount) return median9Ref<T>(rows, out, n, step, scratch);
+    K* lo = static_cast<K*>(scratch);
+    K* mid = lo + span;
+    K* hi = mid + span;
+    const T* r0 = static_cast<const T*>(rows[0]) - step;
+    const T* r1 = static_cast<const T*>(rows[1]) - step;
+    const T* r2 = static_cast<const T*>(rows[2]) - step;
+    auto columns = [&](size_t i) {
+        const V a = L::load(r0, i), b = L::load(r1, i), c = L::load(r2, i);
+        Vx::store(lo + i, L::least(L::least(a, b), c));
+        Vx::store(hi + i, L::greatest(L::greatest(a, b), c));
+        Vx::store(mid + i, L::median3(a, b, c));
+    };
+    size_t i = 0;
+    for (; i + L::kCount <= span; i += L::kCount) columns(i);
+    if (i < span) columns(span - L::kCount);
+    const size_t s = static_cast<size_t>(step);
+    auto pick = [&](size_t i) {
+        const V a = L::greatest(L::greatest(Vx::load(lo + i), Vx::load(lo + i + s)), Vx::load(lo + i + 2 * s));
+        const V b = L::median3(Vx::load(mid + i), Vx::load(mid + i + s), Vx::load(mid + i + 2 * s));
+        const V z = L::least(L::least(Vx::load(hi + i), Vx::load(hi + i + s)), Vx::load(hi + i + 2 * s));
+        L::store(out, i, L::median3(a, b, z));
+    };
+    for (i = 0; i + L::kCount <= n; i += L::kCount) pick(i);
+    if (i < n) pick(n - L::kCount);
+}
+
+template <class Vx, class T>
+void networkVec(const void* const* in, int k, const Comparator* net, int nNet, int pick, void* out,
+                size_t n) {
+    using L = Lanes<Vx, T>;
+    using V = typename Vx::V;
+    if (n < L::kCount) return networkRef<T>(in, k, net, nNet, pick, out, n);
+    V v[kMaxNetworkInputs];
+    auto at = [&](size_t i) {
+        for (int j = 0; j < k; ++j) v[j] = L::load(in[j], i);
+        for (int c = 0; c < nNet; ++c) {
+            const V a = v[net[c].a], b = v[net[c].b];
+            v[net[c].a] = L::least(a, b);
+            v[net[c].b] = L::greatest(a, b);
+        }
+        L::store(out, i, v[pick]);
+    };
+    size_t i = 0;
+    for (; i + L::kCount <= n; i += L::kCount) at(i);
+    if (i < n) at(n - L::kCount);
+}
+
+// Column sums in 16-bit lanes (bytes widened pairwise), then the row sums,
+// the rounding half and the division by multiplication.
+template <class Vx>
+void boxU8Vec(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n, int step,
+              void* scratch) {
+    using V = typename Vx::V;
+    constexpr size_t kCount = Vx::kBytes;  // bytes a vector; 16-bit sums in two halves
+    const size_t span = n + static_cast<size_t>(box.nCols - 1) * step;
+    if (n < kCount) return boxU8Ref(box, rows, out, n, step, scratch);
+    auto* col = static_cast<uint16_t*>(scratch);
+    const ptrdiff_t left = -static_cast<ptrdiff_t>(box.left) * step;
+    auto columns = [&](size_t i) {
+        V lo = Vx::zero(), hi = Vx::zero();
+        for (int j = 0; j < box.nRows; ++j) {
+            V first, second;
+            const V b = Vx::load(static_cast<const uint8_t*>(rows[j]) + left + static_cast<ptrdiff_t>(i));
+            Vx::orderPairs(Vx::unpackLo8(b, Vx::zero()), Vx::unpackHi8(b, Vx::zero()), first, second);
+            lo = Vx::add16(lo, first);
+            hi = Vx::add16(hi, second);
+        }
+        Vx::store(col + i, lo);
+        Vx::store(col + i + kCount / 2, hi);
+    };
+    size_t i = 0;
+    for (; i + kCount <= span; i += kCount) columns(i);
+    if (i < span) columns(span - kCount);
+    const V half = Vx::set16(box.half);
+    const Divider16& d = box.divider;
+    const V mult = Vx::set16(static_cast<int16_t>(d.multiplier));
+    const auto shift = Vx::count(d.shift > 0 ? d.shift - 1 : 0);
+    auto divide = [&](V x) {
+        if (d.divisor == 1) return x;
+        const V t = Vx::mulhiU16(x, mult);
+        return Vx::srl16(Vx::add16(t, Vx::template srli16<1>(Vx::sub16(x, t))), shift);
+    };
+    auto sums = [&](size_t i) {
+        V lo = half, hi = half;
+        for (int j = 0; j < box.nCols; ++j) {
+            const uint16_t* c = col + i + static_cast<size_t>(j) * step;
+            lo = Vx::add16(lo, Vx::load(c));
+            hi = Vx::add16(hi, Vx::load(c + kCount / 2));
+        }
+        Vx::store(out + i, Vx::packOrder(Vx::packUS16(divide(lo), divide(hi))));
+    };
+    for (i = 0; i + kCount <= n; i += kCount) sums(i);
+    if (i < n) sums(n - kCount);
+}
+
+template <class Vx>
+RankTable vectorRankTable() {
+    RankTable t{};
+    image::forEachValueType([&](auto v) {
+        using T = decltype(v);
+        constexpr int e = static_cast<int>(image::ElemOf<T>::value);
+        t.fold[e][0] = &foldVec<Vx, T, false>;
+        t.fold[e][1] = &foldVec<Vx, T, true>;
+        t.median9[e] = &median9Vec<Vx, T>;
+        t.network[e] = &networkVec<Vx, T>;
+    });
+    t.boxU8 = &boxU8Vec<Vx>;
+    return t;
+}
+
+}  // namespace
+}  // namespace ozl::rank

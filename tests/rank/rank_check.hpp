@@ -1,0 +1,154 @@
+// Random rounds for the rank, morphological and fixed filters: random depths,
+// layouts, regions, channels of interest, alpha, border modes per side
+// (constants out of range included), masks on either side; each round's
+// destination is compared, value by value, with a brute-force computation
+// over the source read through its border modes.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include "ozl.h"
+#include "support/error_capture.hpp"
+#include "support/neighbourhood_check.hpp"
+#include "support/test_image.hpp"
+
+namespace ozl::test {
+
+inline void fillFor(TestImage& im, uint32_t seed) {
+    if (im->depth == OZL_DEPTH_32S) im.fillRandom(seed, -(1 << 20), 1 << 20);
+    else if (im->depth == OZL_DEPTH_32F) im.fillRandom(seed, -100, 100);
+    else im.fillRandom(seed);
+}
+
+inline void randomBorders(OzlImage* im, std::mt19937& rng) {
+    for (int side = 0; side < 4; ++side) {
+        im->borderMode[side] = static_cast<int>(rng() % 4);
+        im->borderConst[side] = static_cast<int>(rng() % 140000) - 70000;
+    }
+}
+
+// A region-sized picture of values per source channel, read beyond its edges
+// through the border modes of `modes` (the source's); region coordinates.
+class Plane {
+public:
+    Plane(const OzlImage* modes, int width, int height)
+        : header_(*modes), pixels_(modes->depth, width, height, modes->nChannels) {
+        header_.width = width;
+        header_.height = height;
+        header_.roi = nullptr;
+        header_.tileInfo = nullptr;
+        header_.maskROI = nullptr;
+    }
+    double at(long long x, long long y, int c) const { return borderedValue(&header_, x, y, c, pixels_); }
+    void put(int x, int y, int c, double v) { pixels_.put(x, y, c, v); }
+
+private:
+    OzlImage header_;
+    TestImage pixels_;
+};
+
+// The source as the filters read it: region coordinates, source channel.
+struct Source {
+    const OzlImage* modes;   // header with the border modes and the region
+    const OzlImage* pixels;  // the values (a tiled image's backing image)
+    double at(long long x, long long y, int c) const {
+        const int ox = modes->roi ? modes->roi->xOffset : 0, oy = modes->roi ? modes->roi->yOffset : 0;
+        return borderedValue(modes, ox + x, oy + y, c, pixels, true);
+    }
+};
+
+// One value of the result at region (x, y), source channel c, and a whole
+// result computed pass by pass where the filter chains passes.
+using ValueAt = std::function<double(long long x, long long y, int c)>;
+using Pass = std::function<double(const ValueAt& in, int x, int y, int c)>;
+
+// `passes` applied in turn: each after the first reads a Plane of the one
+// before, under the source's border modes. Returns a reader of the last.
+inline ValueAt chained(const Source& src, int width, int height, const std::vector<Pass>& passes,
+                       std::vector<Plane>& keep) {
+    ValueAt in = [src](long long x, long long y, int c) { return src.at(x, y, c); };
+    for (size_t p = 0; p + 1 < passes.size(); ++p) {
+        keep.emplace_back(src.modes, width, height);
+        Plane& plane = keep.back();
+        for (int c = 0; c < src.modes->nChannels; ++c)
+            for (int y = 0; y < height; ++y)
+                for (int x = 0; x < width; ++x) plane.put(x, y, c, passes[p](in, x, y, c));
+        in = [&plane](long long x, long long y, int c) { return plane.at(x, y, c); };
+    }
+    const Pass last = passes.back();
+    return [in, last](long long x, long long y, int c) { return last(in, static_cast<int>(x), static_cast<int>(y), c); };
+}
+
+struct RoundSpec {
+    std::vector<unsigned> depths;
+    int rounds = 100;
+    int maxWidth = 14, maxHeight = 12;
+    int channels = 0;  // fixed channel count (0: random 1..4)
+    bool planes = true, coi = true;
+};
+
+// Runs `rounds` random calls: `call(src, dst, rng)` makes the call and
+// returns the passes the result must equal.
+using Call = std::function<std::vector<Pass>(OzlImage* src, OzlImage* dst, std::mt19937& rng)>;
+
+inline void randomRounds(uint32_t seed, const RoundSpec& spec, const Call& call) {
+    ErrorCapture errors;
+    std::mt19937 rng(seed);
+    for (int round = 0; round < spec.rounds; ++round) {
+        const unsigned depth = spec.depths[round % spec.depths.size()];
+        const int nCh = spec.channels ? spec.channels
+                        : depth == OZL_DEPTH_1U ? 1 : 1 + static_cast<int>(rng() % 4);
+        const int order = depth == OZL_DEPTH_1U || !spec.planes ? 0 : static_cast<int>(rng() % 2);
+        const bool alpha = nCh == 4 && rng() % 3 == 0;
+        const int sw = 1 + static_cast<int>(rng() % spec.maxWidth), sh = 1 + static_cast<int>(rng() % spec.maxHeight);
+        TestImage s(depth, sw, sh, nCh, order, alpha);
+        TestImage d(depth, 1 + static_cast<int>(rng() % (spec.maxWidth + 1)),
+                    1 + static_cast<int>(rng() % (spec.maxHeight + 1)), nCh, order, alpha);
+        fillFor(s, rng());
+        fillFor(d, rng());
+        randomBorders(s, rng);
+        const bool coi = spec.coi && nCh > 1 && rng() % 4 == 0;
+        auto roi = [&](TestImage& im) {
+            im.setRoi(coi ? 1 + static_cast<int>(rng() % nCh) : 0, static_cast<int>(rng() % im->width),
+                      static_cast<int>(rng() % im->height), 1 + static_cast<int>(rng() % (spec.maxWidth + 1)),
+                      1 + static_cast<int>(rng() % (spec.maxHeight + 1)));
+        };
+        roi(s);
+        roi(d);
+        TestImage mask(OZL_DEPTH_1U, spec.maxWidth + 2, spec.maxHeight + 2);
+        mask.fillRandom(rng());
+        if (rng() % 5 == 0) s.setMask(&mask);
+        if (rng() % 5 == 0) d.setMask(&mask);
+        auto region = [&](const TestImage& im) {
+            int w = std::min(im->roi->width, im->width - im->roi->xOffset);
+            int h = std::min(im->roi->height, im->height - im->roi->yOffset);
+            if (im->maskROI) w = std::min(w, mask->width), h = std::min(h, mask->height);
+            return std::pair<int, int>(w, h);
+        };
+        const int width = std::min(region(s).first, region(d).first);
+        const int height = std::min(region(s).second, region(d).second);
+        SCOPED_TRACE(testing::Message() << "round " << round << " depth " << depth << " nCh " << nCh
+                                        << " order " << order << " coi " << coi);
+        const TestImage before = d.clone();
+        const std::vector<Pass> passes = call(s, d, rng);
+        ASSERT_TRUE(errors.empty()) << errors.last();
+        std::vector<Plane> keep;
+        keep.reserve(passes.size());
+        const ValueAt result = chained(Source{s, s}, width, height, passes, keep);
+        expectFiltered(before, d, width, height,
+                       [&](int x, int y, int c) { return result(x, y, sourceChannel(s, d, c)); },
+                       s->maskROI ? s->maskROI : d->maskROI);
+        s.setMask(nullptr);
+        d.setMask(nullptr);
+    }
+}
+
+const std::vector<unsigned> kAllDepths = {OZL_DEPTH_1U, OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U,
+                                          OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F};
+
+}  // namespace ozl::test
