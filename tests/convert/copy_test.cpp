@@ -1,7 +1,5 @@
-// ozlCopy: every depth and layout against the source's values, channels of
-// interest, the agreement reports (several in one call), the shortcuts, the
-// mask choice (one, the same, two different ones ANDed, a 1-bit destination),
-// and the three tiled walks with their failure reports.
+// ozlCopy: every depth and layout, channel of interest, agreement reports,
+// shortcuts, mask choices, the three tiled walks and their failures.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -17,7 +15,6 @@ using ozl::test::ErrorReport;
 using ozl::test::expectPixelwise;
 using ozl::test::expectRefused;
 using ozl::test::TestImage;
-using ozl::test::TileCall;
 using ozl::test::TiledImage;
 
 const auto kSame = [](double a, double) { return a; };
@@ -63,16 +60,14 @@ TEST(Copy, AgreementReportsAndShortcuts) {
     TestImage a(OZL_DEPTH_8U, 6, 3, 3), b(OZL_DEPTH_16U, 6, 3, 3);
     b.fillRandom(1);
     auto before = b.bytes();
-    ozlSetErrStatus(OZL_StsOk);
-    ozlCopy(a, b);
-    expectRefused(errors, b, before, {-5, "ozlCopy", "srcImage->depth != dstImage->depth", "ozlsce", 63});
-
     // Depth and origin both wrong: two reports, one call.
     b->origin = OZL_ORIGIN_BL;
     ozlSetErrStatus(OZL_StsOk);
     ozlCopy(a, b);
-    ASSERT_EQ(errors.count(), 2u);
-    EXPECT_EQ(errors.reports()[1], (ErrorReport{-5, "ozlCopy", "srcImage->origin != dstImage->origin", "ozlsce", 63}));
+    EXPECT_EQ(errors.reports(), (std::vector<ErrorReport>{
+                                    {-5, "ozlCopy", "srcImage->depth != dstImage->depth", "ozlsce", 63},
+                                    {-5, "ozlCopy", "srcImage->origin != dstImage->origin", "ozlsce", 63}}));
+    EXPECT_EQ(ozlGetErrStatus(), -5);
     EXPECT_EQ(b.bytes(), before);
     errors.clear();
 

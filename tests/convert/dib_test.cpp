@@ -1,8 +1,5 @@
-// Bitmaps: a round trip through an image for every bit count (palettes
-// matched back to their indices), the palette, 16-bit and mask fields against
-// hand-computed values, row order (bottom-up and top-down bitmaps, top-left
-// and bottom-left images), channel order, alpha, regions, masks, tiles, the
-// separate forms, the translation in place or copied, and every refusal.
+// Bitmaps to images and back: every bit count, fields, row and channel order,
+// alpha, regions, masks, tiles, the separate forms, translation, refusals.
 #include <gtest/gtest.h>
 
 #include <cstdint>

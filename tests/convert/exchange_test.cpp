@@ -1,6 +1,4 @@
-// ozlExchange: both images swapped over the common region at every depth and
-// layout, channels of interest, masks (one, two ANDed, 1-bit images), tiled
-// images on either side, the copy's agreement reports and refusals.
+// ozlExchange: every depth and layout, COI, masks, 1-bit images, tiles, refusals.
 #include <gtest/gtest.h>
 
 #include <vector>

@@ -1,6 +1,4 @@
-// ozlGetPixel and ozlPutPixel: the four corners of every depth and layout,
-// the channel of interest, tiles (the pixel's own tile fetched and
-// released), and refusals outside the image.
+// ozlGetPixel and ozlPutPixel: corners of every depth and layout, COI, tiles, refusals.
 #include <gtest/gtest.h>
 
 #include <cstring>

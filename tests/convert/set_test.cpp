@@ -1,5 +1,4 @@
-// ozlSet, ozlSetFP: clamping per depth, regions, channel of interest, masks
-// (1-bit ones through the logic operations), tiles, reports.
+// ozlSet, ozlSetFP: clamping per depth, regions, COI, masks, tiles, reports.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,8 +1,5 @@
-// ozlThreshold and ozlReduceBits: every depth at and around the threshold,
-// thresholds beyond the range, 1-bit destinations at bit offsets, masks and
-// tiles; plain reduction against the bit mask, ordered dithering keeping the
-// mean of flat areas, error diffusion against a direct rendering of its rule;
-// refusals.
+// ozlThreshold and ozlReduceBits: every depth around the threshold, 1-bit
+// destinations, masks, tiles, the three dither rules, refusals.
 #include <gtest/gtest.h>
 
 #include <algorithm>
