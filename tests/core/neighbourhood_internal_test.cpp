@@ -1,9 +1,5 @@
-// The neighbourhood driver, with a row kernel that copies one pixel of each
-// window (a corner, the centre, any offset inside the margins): every border
-// mode on every side, corners, margins wider than the image, every depth,
-// channels of interest, alpha, plane order, regions at the edges, masks,
-// tiled sources and destinations with odd tile grids, in place, and the
-// failures of tile callbacks and of memory.
+// The neighbourhood driver with a kernel copying one pixel of each window:
+// border modes per side, every depth and layout, masks, tiles, in place, failures.
 #include <gtest/gtest.h>
 
 #include <cstring>

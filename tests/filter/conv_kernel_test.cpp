@@ -1,7 +1,5 @@
-// Convolution kernel records: the 180-degree storage and the queries that
-// undo it, the 8-bit truncation, each check with its message and line, the
-// query's paired pointer checks and its stop on a negative status, deletion,
-// and the record left allocated when the coefficients cannot be.
+// Convolution kernel records: turned storage and the queries that undo it,
+// 8-bit truncation, every check with its message and line, deletion.
 #include <gtest/gtest.h>
 
 #include <vector>

@@ -1,8 +1,5 @@
-// The convolutions' documented arithmetic, pixel by pixel, for the tests:
-// the true convolution of each kernel with the caller's anchor, read through
-// the border rules; the shift rounding down; the computation class deciding
-// the accumulator; combining; saturation. Separable: 32-bit sums modulo 2^32
-// and one shift; float sums in the order of the stored (turned) kernel.
+// The convolutions' arithmetic pixel by pixel: kernel with anchor through the
+// border rules, shift, computation class, combining, saturation; separable sums.
 #pragma once
 
 #include <cmath>

@@ -1,9 +1,5 @@
-// ozlConvolve2D and ozlConvolve2DFP against the documented arithmetic pixel
-// by pixel: random depths, layouts, regions, channels of interest, border
-// modes per side (constants out of range included), kernels of every class
-// and size (larger than the image, anchors anywhere), several kernels with
-// every method, masks, tiles and in place; the documented examples; the
-// class-2 rounding; every refusal with its status, message and line.
+// ozlConvolve2D(FP) pixel by pixel against the arithmetic over random layouts,
+// regions, borders, kernels and methods; masks, tiles, in place, refusals.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,9 +1,5 @@
-// The convolution row kernels of every vector level against the scalar
-// table, bit for bit: random kernels of each form (16-bit sums with and
-// without byte pairs, signed and flipped readings, absolute values; 32-bit
-// sums in groups of pairs; float sums in order; separable in 16 and 32 bits
-// and float) over widths 0..100 and long rows, 1, 3 and 4 channels, with
-// guard bytes after each output row.
+// Convolution row kernels of every vector level against the scalar table,
+// bit for bit, over widths 0..100 and long rows, with guard bytes.
 #include <gtest/gtest.h>
 
 #include <cstdint>

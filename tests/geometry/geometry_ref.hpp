@@ -1,7 +1,5 @@
-// Direct per-pixel references of the geometric transforms, written from their
-// documented definitions: the value of a source position with each
-// interpolation (edges repeated or border modes), and a check of a whole
-// destination against an expected-value function.
+// Per-pixel references of the geometric transforms: sampling a source position
+// with each interpolation, and a whole-destination check.
 #pragma once
 
 #include <gtest/gtest.h>

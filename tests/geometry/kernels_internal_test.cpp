@@ -1,8 +1,5 @@
-// The geometry kernels of every instruction-set level against the scalar
-// table, bit for bit: random data, every channel count, every width up to
-// past the vector blocks, unaligned starts, and inputs held in buffers of
-// exactly the size a kernel may read (so that the sanitizer build sees any
-// read past them), outputs with guards around them.
+// Geometry kernels of every vector level against the scalar table, bit for
+// bit; inputs in exactly-sized buffers (the sanitizer sees overreads), guarded outputs.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -1,6 +1,5 @@
-// ozlMirror: every axis, depth and layout against the index mapping, regions
-// of different sizes (the common size), rows at every width (the vector
-// reversal's heads and tails), in place, masks, tiles and the refusals.
+// ozlMirror against the index mapping: every axis, depth and layout, every
+// row width, in place, masks, tiles and the refusals.
 #include <gtest/gtest.h>
 
 #include <cstring>

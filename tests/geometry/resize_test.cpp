@@ -1,8 +1,5 @@
-// Resampling (ozlZoom, ozlDecimate, ozlResize) against a direct per-pixel
-// reference built from exact rational positions: every interpolation, depth
-// and layout; identity factors; super-sampling as the block mean; the 8U
-// halving and doubling paths at every width; the written area, masks, tiles;
-// the refusals with their lines.
+// Resampling against a per-pixel reference built from exact rational
+// positions; super-sampling as the block mean; masks, tiles, refusals.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -118,6 +115,7 @@ const Layout kLayouts[] = {{3, OZL_DATA_ORDER_PIXEL, false, 0}, {1, OZL_DATA_ORD
 
 TEST(Resize, EveryInterpolationDepthAndLayoutAgainstReference) {
     ErrorCapture errors;
+    // {4, 4, 1, 1} reduces to the identity: the source back, bit for bit.
     const Factors kFactors[] = {{2, 1, 2, 1}, {1, 2, 1, 2}, {3, 2, 2, 3}, {5, 7, 7, 5},
                                 {1, 3, 1, 3}, {7, 3, 3, 8}, {4, 4, 1, 1}};
     uint32_t seed = 10;
@@ -138,24 +136,6 @@ TEST(Resize, EveryInterpolationDepthAndLayoutAgainstReference) {
                 ozlResize(src, dst, f.xDst, f.xSrc, f.yDst, f.ySrc, inter);
                 expectResized(before, dst, src, inter, f);
             }
-    EXPECT_TRUE(errors.empty()) << errors.last();
-}
-
-TEST(Resize, IdentityFactorsGiveTheSource) {
-    ErrorCapture errors;
-    for (unsigned depth : kDepths)
-        for (int inter : {OZL_INTER_NN, OZL_INTER_LINEAR, OZL_INTER_CUBIC, OZL_INTER_SUPER}) {
-            SCOPED_TRACE(testing::Message() << "depth " << depth << " inter " << inter);
-            TestImage src(depth, 23, 7, 3), dst(depth, 23, 7, 3);
-            src.fillRandom(depth + inter);
-            dst.fillRandom(1);
-            const TestImage before = dst.clone();
-            ozlResize(src, dst, 3, 3, 1, 1, inter);
-            geom::expectImage(before, dst, [&](int x, int y, int c, double* v) {
-                *v = src.at(x, y, c);
-                return true;
-            });
-        }
     EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
@@ -257,7 +237,6 @@ TEST(Resize, Refusals) {
     struct Case {
         Fn fn;
         const char* name;
-        int base;
         OzlImage* s;
         int f[4];
         int inter;
@@ -266,19 +245,19 @@ TEST(Resize, Refusals) {
         int status;
     };
     const Case cases[] = {
-        {ozlResize, "ozlResize", 300, bad, {1, 1, 1, 1}, 0, 300, "Incorrect Image", -12},
-        {ozlResize, "ozlResize", 300, wide, {1, 1, 1, 1}, 0, 302, "(srcImage->depth != dstImage->depth)", -5},
-        {ozlResize, "ozlResize", 300, gray, {1, 1, 1, 1}, 0, 304, "(nChSrc != nChDst)", -5},
-        {ozlResize, "ozlResize", 300, src, {1, 1, 1, 1}, 4, 305, "Unknown interpolation", -5},
-        {ozlResize, "ozlResize", 300, src, {1, 1, 1, 1}, OZL_INTER_LINEAR | OZL_FILL_FROM_BORDER, 305,
+        {ozlResize, "ozlResize", bad, {1, 1, 1, 1}, 0, 300, "Incorrect Image", -12},
+        {ozlResize, "ozlResize", wide, {1, 1, 1, 1}, 0, 302, "(srcImage->depth != dstImage->depth)", -5},
+        {ozlResize, "ozlResize", gray, {1, 1, 1, 1}, 0, 304, "(nChSrc != nChDst)", -5},
+        {ozlResize, "ozlResize", src, {1, 1, 1, 1}, 4, 305, "Unknown interpolation", -5},
+        {ozlResize, "ozlResize", src, {1, 1, 1, 1}, OZL_INTER_LINEAR | OZL_FILL_FROM_BORDER, 305,
          "Unknown interpolation", -5},
-        {ozlResize, "ozlResize", 300, src, {1, 0, 1, 1}, 0, 306, "(xDst < 1 || xSrc < 1 || yDst < 1 || ySrc < 1)", -5},
-        {ozlResize, "ozlResize", 300, src, {1, 1, -2, 1}, 0, 306, "(xDst < 1 || xSrc < 1 || yDst < 1 || ySrc < 1)", -5},
-        {ozlResize, "ozlResize", 300, src, {65537, 2, 1, 1}, 0, 307, "Factor terms above 65536 after reduction", -5},
-        {ozlZoom, "ozlZoom", 100, src, {2, 3, 1, 1}, 0, 108, "Zoom factors below 1", -5},
-        {ozlZoom, "ozlZoom", 100, src, {1, 1, 4, 5}, 0, 108, "Zoom factors below 1", -5},
-        {ozlDecimate, "ozlDecimate", 200, src, {3, 2, 1, 1}, 0, 208, "Decimation factors above 1", -5},
-        {ozlDecimate, "ozlDecimate", 200, src, {1, 1, 1, 1}, 5, 205, "Unknown interpolation", -5},
+        {ozlResize, "ozlResize", src, {1, 0, 1, 1}, 0, 306, "(xDst < 1 || xSrc < 1 || yDst < 1 || ySrc < 1)", -5},
+        {ozlResize, "ozlResize", src, {1, 1, -2, 1}, 0, 306, "(xDst < 1 || xSrc < 1 || yDst < 1 || ySrc < 1)", -5},
+        {ozlResize, "ozlResize", src, {65537, 2, 1, 1}, 0, 307, "Factor terms above 65536 after reduction", -5},
+        {ozlZoom, "ozlZoom", src, {2, 3, 1, 1}, 0, 108, "Zoom factors below 1", -5},
+        {ozlZoom, "ozlZoom", src, {1, 1, 4, 5}, 0, 108, "Zoom factors below 1", -5},
+        {ozlDecimate, "ozlDecimate", src, {3, 2, 1, 1}, 0, 208, "Decimation factors above 1", -5},
+        {ozlDecimate, "ozlDecimate", src, {1, 1, 1, 1}, 5, 205, "Unknown interpolation", -5},
     };
     for (const Case& c : cases) {
         c.fn(c.s, dst, c.f[0], c.f[1], c.f[2], c.f[3], c.inter);

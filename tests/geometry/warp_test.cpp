@@ -1,9 +1,5 @@
-// Warps, rotation, shear and remapping against the direct per-pixel reference:
-// identity transforms, quarter turns as transposes and mirrors, affine
-// transforms whose positions are exact, remapping over random positions with
-// every border mode, perspective and bilinear warps against positions solved
-// independently, a warp and its inverse on a smooth picture, the helpers
-// against each other, masks, tiles, in place, and the refusals.
+// Warps, rotation, shear and remapping against the per-pixel reference, the
+// helpers against each other, masks, tiles, in place, and the refusals.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -52,6 +48,14 @@ void expectSampled(const TestImage& before, const OzlImage* dst, const OzlImage*
     }, tolerance);
 }
 
+// Checks dst (every channel, whole image) equals ref.
+void expectSame(const TestImage& dst, const TestImage& ref) {
+    geom::expectImage(dst.clone(), dst, [&](int x, int y, int c, double* v) {
+        *v = ref.at(x, y, c);
+        return true;
+    });
+}
+
 TEST(Warp, IdentityTransformsGiveTheSource) {
     ErrorCapture errors;
     const double affine[2][3] = {{1, 0, 0}, {0, 1, 0}};
@@ -76,12 +80,8 @@ TEST(Warp, IdentityTransformsGiveTheSource) {
                 };
                 for (const auto& call : calls) {
                     dst.fillRandom(1);
-                    const TestImage before = dst.clone();
                     call();
-                    geom::expectImage(before, dst, [&](int x, int y, int c, double* v) {
-                        *v = src.at(x, y, c);
-                        return true;
-                    });
+                    expectSame(dst, src);
                 }
             }
     EXPECT_TRUE(errors.empty()) << errors.last();
@@ -102,26 +102,17 @@ TEST(Warp, QuarterTurnsAreTransposesAndMirrors) {
                     for (int c = 0; c < nCh; ++c) transposed.put(y, x, c, src.at(x, y, c));
             ozlMirror(transposed, expected, OZL_MIRROR_HORIZONTAL);
             ozlRotate(src, turned, 90, 0, w - 1, OZL_INTER_NN);
-            geom::expectImage(turned.clone(), turned, [&](int x, int y, int c, double* v) {
-                *v = expected.at(x, y, c);
-                return true;
-            });
+            expectSame(turned, expected);
             // -90 degrees: the transpose mirrored left to right.
             ozlMirror(transposed, expected, OZL_MIRROR_VERTICAL);
             ozlRotate(src, turned, -90, h - 1, 0, OZL_INTER_NN);
-            geom::expectImage(turned.clone(), turned, [&](int x, int y, int c, double* v) {
-                *v = expected.at(x, y, c);
-                return true;
-            });
+            expectSame(turned, expected);
             TestImage half(depth, w, h, nCh), both(depth, w, h, nCh);
             double xs, ys;
             ozlGetRotateShift((w - 1) / 2.0, (h - 1) / 2.0, 180, &xs, &ys);
             ozlRotate(src, half, 180, xs, ys, OZL_INTER_LINEAR);
             ozlMirror(src, both, OZL_MIRROR_BOTH);
-            geom::expectImage(half.clone(), half, [&](int x, int y, int c, double* v) {
-                *v = both.at(x, y, c);
-                return true;
-            });
+            expectSame(half, both);
         }
     EXPECT_TRUE(errors.empty()) << errors.last();
 }

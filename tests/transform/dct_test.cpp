@@ -1,5 +1,5 @@
 // ozlDCT2D: coefficients against the directly summed transform, round trips,
-// energy, integer depths, channels and tiles.
+// integer depths, channels and tiles.
 #include <gtest/gtest.h>
 
 #include "ozl.h"
@@ -27,10 +27,6 @@ TEST(Dct, MatchesTheDirectSumAndComesBack) {
         const Grid c = dctOf(f, OZL_DCT_FORWARD);
         EXPECT_LT(relativeError(c, dct2(f)), 2e-6);
         EXPECT_LT(relativeError(dctOf(c, OZL_DCT_INVERSE), f), 2e-6);
-        // Orthonormal: the energy stays.
-        double e0 = 0, e1 = 0;
-        for (size_t i = 0; i < f.v.size(); ++i) e0 += f.v[i] * f.v[i], e1 += c.v[i] * c.v[i];
-        EXPECT_NEAR(e1, e0, e0 * 1e-5);
     }
     // A constant has its only coefficient at (0, 0): c * sqrt(N).
     Grid constant(6, 4);

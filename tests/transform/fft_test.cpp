@@ -139,22 +139,6 @@ TEST(RealFft, KnownSpectra) {
     expectCcs(wave, [&](int u, int v) { return Cd(u == 3 && v == 2 ? n / 2.0 : 0, 0); });
 }
 
-// Parseval over the full spectrum rebuilt from the CCS half.
-TEST(RealFft, Parseval) {
-    for (const Size s : {Size{32, 32}, Size{15, 7}, Size{20, 9}}) {
-        const Grid f = randomGrid(s.w, s.h, 11);
-        const Grid ccs = spectrumOf(ozlCcsFft2D, f);
-        double energy = 0, spectral = 0;
-        for (double x : f.v) energy += x * x;
-        for (int v = 0; v < s.h; ++v)
-            for (int u = 0; u < s.w; ++u) {
-                const int uu = u <= s.w / 2 ? u : s.w - u, vv = u <= s.w / 2 ? v : (s.h - v) % s.h;
-                spectral += std::norm(Cd(ccs.at(2 * uu, vv), ccs.at(2 * uu + 1, vv)));
-            }
-        EXPECT_NEAR(spectral / (s.w * s.h), energy, energy * 1e-5);
-    }
-}
-
 // 8- and 16-bit images come back exactly; 32S within float precision; the
 // inverse rounds to nearest (ties to even) and saturates.
 TEST(RealFft, IntegerDepths) {

@@ -1,7 +1,5 @@
-// Threads that transform and end give their cached tables and working memory
-// back: through the thread-exit path of the shared library (the sanitizer
-// build's leak check sees any block left), and on Windows through the DLL's
-// thread-detach notification, checked here by the process's private bytes.
+// Threads that transform and end give their cached tables back (thread exit;
+// on Windows the DLL's thread-detach, checked by private bytes).
 #include <gtest/gtest.h>
 
 #include <cstdint>
