@@ -238,44 +238,39 @@ TEST(ArithmeticRefusals, NullsDepthOrderChannelsAndHeaders) {
 
 TEST(ArithmeticRefusals, MultiplyScale) {
     ErrorCapture errors;
-    auto refused = [&](const TestImage& dst, const std::vector<uint8_t>& before, const char* message,
-                       int line) {
-        expectRefused(errors, dst, before, {-5, "ozlMultiplyScale", message, "ozlalpha", line});
-    };
-    TestImage fa(OZL_DEPTH_32F, 6, 3), fd(OZL_DEPTH_32F, 6, 3);
-    auto before = fd.bytes();
-    ozlMultiplyScale(fa, fa, fd);
-    refused(fd, before, "dstImage->depth != 8 && dstImage->depth != 16", 230);
-
-    TestImage a(OZL_DEPTH_8U, 6, 3, 3), b(OZL_DEPTH_8U, 6, 3, 3), d(OZL_DEPTH_8U, 6, 3, 3);
-    TestImage a16(OZL_DEPTH_16U, 6, 3, 3), grey(OZL_DEPTH_8U, 6, 3, 1);
+    const unsigned U8 = OZL_DEPTH_8U;
+    TestImage fa(OZL_DEPTH_32F, 6, 3), fd(OZL_DEPTH_32F, 6, 3), a(U8, 6, 3, 3), b(U8, 6, 3, 3);
+    TestImage d(U8, 6, 3, 3), a16(OZL_DEPTH_16U, 6, 3, 3), grey(U8, 6, 3, 1), aCoi(U8, 6, 3, 3);
+    TestImage dCoi(U8, 6, 3, 3), alphaOnly(U8, 6, 3, 1, OZL_DATA_ORDER_PIXEL, true);
+    TestImage alphaRoi(U8, 6, 3, 1, OZL_DATA_ORDER_PIXEL, true);
     d.fillRandom(9);
-    before = d.bytes();
-    ozlMultiplyScale(a, b, nullptr);
-    refused(d, before, "dstImage==0", 210);
-    ozlMultiplyScale(a, nullptr, d);
-    refused(d, before, "srcImageB==0", 210);
-    ozlMultiplyScale(a16, b, d);
-    refused(d, before, "srcImageA->depth != dstImage->depth", 231);
-    ozlMultiplyScale(grey, b, d);
-    refused(d, before, "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != "
-                       "(dstImage->nChannels - (dstImage->alphaChannel != 0))", 240);
-    d.setRoi(2, 0, 0, 6, 3);
-    ozlMultiplyScale(a, b, d);
-    refused(d, before,
-            "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != (dstImage->roi->coi > 0)", 240);
-    d.clearRoi();
-    a.setRoi(2, 0, 0, 6, 3);
-    ozlMultiplyScale(a, b, d);
-    refused(d, before,
-            "(dstImage->nChannels - (dstImage->alphaChannel != 0)) != (srcImageA->roi->coi > 0)", 240);
-    TestImage alphaOnly(OZL_DEPTH_8U, 6, 3, 1, OZL_DATA_ORDER_PIXEL, true);
-    before = alphaOnly.bytes();
-    ozlMultiplyScale(grey, grey, alphaOnly);
-    refused(alphaOnly, before, "dstImage->alphaChannel == 1 && dstImage->roi == 0", 220);
-    alphaOnly.setRoi(0, 0, 0, 6, 3);
-    ozlMultiplyScale(grey, grey, alphaOnly);
-    refused(alphaOnly, before, "dstImage->alphaChannel == 1 && dstImage->roi->coi != 1", 221);
+    dCoi.fillRandom(10);
+    dCoi.setRoi(2, 0, 0, 6, 3);
+    aCoi.setRoi(2, 0, 0, 6, 3);
+    alphaRoi.setRoi(0, 0, 0, 6, 3);
+    const std::string chA = "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != ";
+    const std::string chD = "(dstImage->nChannels - (dstImage->alphaChannel != 0))";
+    const struct {
+        OzlImage *a, *b, *d;
+        const TestImage& watched;
+        std::string message;
+        int line;
+    } cases[] = {
+        {fa, fa, fd, fd, "dstImage->depth != 8 && dstImage->depth != 16", 230},
+        {a, b, nullptr, d, "dstImage==0", 210},
+        {a, nullptr, d, d, "srcImageB==0", 210},
+        {a16, b, d, d, "srcImageA->depth != dstImage->depth", 231},
+        {grey, b, d, d, chA + chD, 240},
+        {a, b, dCoi, dCoi, chA + "(dstImage->roi->coi > 0)", 240},
+        {aCoi, b, d, d, chD + " != (srcImageA->roi->coi > 0)", 240},
+        {grey, grey, alphaOnly, alphaOnly, "dstImage->alphaChannel == 1 && dstImage->roi == 0", 220},
+        {grey, grey, alphaRoi, alphaRoi, "dstImage->alphaChannel == 1 && dstImage->roi->coi != 1", 221},
+    };
+    for (const auto& c : cases) {
+        const auto before = c.watched.bytes();
+        ozlMultiplyScale(c.a, c.b, c.d);
+        expectRefused(errors, c.watched, before, {-5, "ozlMultiplyScale", c.message, "ozlalpha", c.line});
+    }
 }
 
 // Alpha channels are skipped and never written; a COI selects one channel of

@@ -138,15 +138,9 @@ struct Span {
     double lo, hi;
 };
 Span spanOf(unsigned depth) {
-    switch (depth) {
-        case OZL_DEPTH_1U: return {0, 1};
-        case OZL_DEPTH_8U: return {0, 255};
-        case OZL_DEPTH_8S: return {-128, 127};
-        case OZL_DEPTH_16U: return {0, 65535};
-        case OZL_DEPTH_16S: return {-32768, 32767};
-        case OZL_DEPTH_32S: return {INT32_MIN, INT32_MAX};
-        default: return {-1000, 1000};
-    }
+    if (depth == OZL_DEPTH_32F) return {-1000, 1000};
+    const auto [lo, hi] = ozl::test::depthRange(depth);
+    return {lo, hi};
 }
 
 // b from a, pixel by pixel: all channels equal, all one step up, all one

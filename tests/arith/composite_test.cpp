@@ -7,6 +7,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "ozl.h"
@@ -242,32 +245,27 @@ TEST(Composite, Refusals) {
     bad->imageData = nullptr;
     d.fillRandom(1);
     const auto before = d.bytes();
-    auto refused = [&](const char* fn, int status, const char* message, int line) {
-        expectRefused(errors, d, before, {status, fn, message, "ozlalpha", line});
+    const char *kC = "ozlAlphaComposite", *kM = "ozlalpha";
+    const char* kType = "compositeType < OZL_COMPOSITE_CLEAR || compositeType > OZL_COMPOSITE_XOR";
+    const std::string chA = "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != ";
+    const std::string chD = "(dstImage->nChannels - (dstImage->alphaChannel != 0))";
+    const std::pair<std::function<void()>, ErrorReport> cases[] = {
+        {[&] { ozlAlphaComposite(a, nullptr, d, 3, nullptr, nullptr, nullptr, 1); }, {-5, kC, "srcImageB==0", kM, 410}},
+        {[&] { ozlAlphaComposite(a, b, d, 3, nullptr, bad, nullptr, 1); }, {-12, kC, "Incorrect Image", kM, 411}},
+        {[&] { ozlAlphaComposite(a16, b, d, 3, nullptr, nullptr, nullptr, 1); }, {-5, kC, "srcImageA->depth != dstImage->depth", kM, 431}},
+        {[&] { ozlAlphaComposite(a, b, d, 3, grey16, nullptr, nullptr, 1); }, {-5, kC, "alphaImageA->depth != dstImage->depth", kM, 433}},
+        {[&] { ozlAlphaComposite(a, b, d, 3, nullptr, rgb, nullptr, 1); }, {-5, kC, "(alphaImageB->nChannels - (alphaImageB->alphaChannel != 0)) != 1", kM, 440}},
+        {[&] { ozlAlphaComposite(grey, b, d, 3, nullptr, nullptr, nullptr, 1); }, {-5, kC, chA + chD, kM, 440}},
+        {[&] { ozlAlphaComposite(a, b, d, -1, nullptr, nullptr, nullptr, 1); }, {-5, kC, kType, kM, 445}},
+        {[&] { ozlAlphaComposite(a, b, d, 12, nullptr, nullptr, nullptr, 1); }, {-5, kC, kType, kM, 445}},
+        {[&] { ozlAlphaComposite(a, b, d, 3, nullptr, nullptr, grey, 1); }, {-5, kC, "dstImage->alphaChannel != 0 && alphaImageDst != 0", kM, 446}},
+        {[&] { ozlAlphaCompositeC(a, b, d, 13, 0, 0, 1); }, {-5, "ozlAlphaCompositeC", kType, kM, 645}},
+        {[&] { ozlPreMultiplyAlpha(grey, d, nullptr); }, {-5, "ozlPreMultiplyAlpha", "(srcImage->nChannels - (srcImage->alphaChannel != 0)) != " + chD, kM, 840}},
     };
-    const char* kC = "ozlAlphaComposite";
-    ozlAlphaComposite(a, nullptr, d, 3, nullptr, nullptr, nullptr, 1);
-    refused(kC, -5, "srcImageB==0", 410);
-    ozlAlphaComposite(a, b, d, 3, nullptr, bad, nullptr, 1);
-    refused(kC, -12, "Incorrect Image", 411);
-    ozlAlphaComposite(a16, b, d, 3, nullptr, nullptr, nullptr, 1);
-    refused(kC, -5, "srcImageA->depth != dstImage->depth", 431);
-    ozlAlphaComposite(a, b, d, 3, grey16, nullptr, nullptr, 1);
-    refused(kC, -5, "alphaImageA->depth != dstImage->depth", 433);
-    ozlAlphaComposite(a, b, d, 3, nullptr, rgb, nullptr, 1);
-    refused(kC, -5, "(alphaImageB->nChannels - (alphaImageB->alphaChannel != 0)) != 1", 440);
-    ozlAlphaComposite(grey, b, d, 3, nullptr, nullptr, nullptr, 1);
-    refused(kC, -5, "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != (dstImage->nChannels - (dstImage->alphaChannel != 0))", 440);
-    for (int type : {-1, 12}) {
-        ozlAlphaComposite(a, b, d, type, nullptr, nullptr, nullptr, 1);
-        refused(kC, -5, "compositeType < OZL_COMPOSITE_CLEAR || compositeType > OZL_COMPOSITE_XOR", 445);
+    for (const auto& [call, report] : cases) {
+        call();
+        expectRefused(errors, d, before, report);
     }
-    ozlAlphaComposite(a, b, d, 3, nullptr, nullptr, grey, 1);
-    refused(kC, -5, "dstImage->alphaChannel != 0 && alphaImageDst != 0", 446);
-    ozlAlphaCompositeC(a, b, d, 13, 0, 0, 1);
-    refused("ozlAlphaCompositeC", -5, "compositeType < OZL_COMPOSITE_CLEAR || compositeType > OZL_COMPOSITE_XOR", 645);
-    ozlPreMultiplyAlpha(grey, d, nullptr);
-    refused("ozlPreMultiplyAlpha", -5, "(srcImage->nChannels - (srcImage->alphaChannel != 0)) != (dstImage->nChannels - (dstImage->alphaChannel != 0))", 840);
     TestImage rgbOut(OZL_DEPTH_8U, 6, 3, 3);
     const auto outBefore = rgbOut.bytes();
     ozlPreMultiplyAlpha(rgb, rgbOut, nullptr);
@@ -278,7 +276,7 @@ TEST(Composite, Refusals) {
     expectRefused(errors, fd, fBefore, {-5, kC, "dstImage->depth != 8 && dstImage->depth != 16", "ozlalpha", 430});
     TestImage lone(OZL_DEPTH_8U, 6, 3, 1, OZL_DATA_ORDER_PIXEL, true);
     ozlAlphaComposite(a, b, d, 3, lone, nullptr, nullptr, 1);
-    refused(kC, -5, "alphaImageA->alphaChannel == 1 && alphaImageA->roi == 0", 420);
+    expectRefused(errors, d, before, {-5, kC, "alphaImageA->alphaChannel == 1 && alphaImageA->roi == 0", "ozlalpha", 420});
 }
 
 }  // namespace

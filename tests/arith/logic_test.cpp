@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ozl.h"
@@ -128,30 +130,26 @@ TEST(LogicRefusals, HeadersDepthOrderAndChannels) {
     TestImage three(U8, 9, 3, 3);
     d.fillRandom(4);
     const auto before = d.bytes();
-    // No NULL test of their own: the header check reports it.
-    ozlAnd(nullptr, a, d);
-    expectRefused(errors, d, before, {-9, "ozlAnd", "Incorrect Image", "ozland", 101});
-    ozlOr(a, nullptr, d);
-    expectRefused(errors, d, before, {-9, "ozlOr", "Incorrect Image", "ozlor", 101});
-    ozlXorS(nullptr, d, 1);
-    expectRefused(errors, d, before, {-9, "ozlXorS", "Incorrect Image", "ozlxors", 101});
-    // 8S and 8U share a kernel, but the depths must still agree.
-    ozlAnd(s8, s8, d);
-    expectRefused(errors, d, before, {-5, "ozlAnd", "(srcImageA->depth != dstImage->depth)", "ozland", 110});
-    ozlXor(a, s8, d);
-    expectRefused(errors, d, before, {-5, "ozlXor", "(srcImageB->depth != dstImage->depth)", "ozlxor", 111});
-    ozlOr(a, planar, d);
-    expectRefused(errors, d, before,
-                  {-5, "ozlOr", "(srcImageB->dataOrder != dstImage->dataOrder)", "ozlor", 121});
-    ozlAnd(three, a, d);
-    expectRefused(errors, d, before, {-5, "ozlAnd", "(nChSrcA != nChDst)", "ozland", 130});
-    ozlAndS(s8, d, 1);
-    expectRefused(errors, d, before, {-5, "ozlAndS", "(srcImage->depth != dstImage->depth)", "ozlands", 110});
-    ozlOrS(planar, d, 1);
-    expectRefused(errors, d, before,
-                  {-5, "ozlOrS", "(srcImage->dataOrder != dstImage->dataOrder)", "ozlors", 120});
-    ozlXorS(three, d, 1);
-    expectRefused(errors, d, before, {-5, "ozlXorS", "(nChSrc != nChDst)", "ozlxors", 130});
+    const char* depthsA = "(srcImageA->depth != dstImage->depth)";
+    const char* depthsS = "(srcImage->depth != dstImage->depth)";
+    // NULLs have no test of their own: the header check reports them. 8S and
+    // 8U share a kernel, but the depths must still agree.
+    const std::pair<std::function<void()>, ErrorReport> cases[] = {
+        {[&] { ozlAnd(nullptr, a, d); }, {-9, "ozlAnd", "Incorrect Image", "ozland", 101}},
+        {[&] { ozlOr(a, nullptr, d); }, {-9, "ozlOr", "Incorrect Image", "ozlor", 101}},
+        {[&] { ozlXorS(nullptr, d, 1); }, {-9, "ozlXorS", "Incorrect Image", "ozlxors", 101}},
+        {[&] { ozlAnd(s8, s8, d); }, {-5, "ozlAnd", depthsA, "ozland", 110}},
+        {[&] { ozlXor(a, s8, d); }, {-5, "ozlXor", "(srcImageB->depth != dstImage->depth)", "ozlxor", 111}},
+        {[&] { ozlOr(a, planar, d); }, {-5, "ozlOr", "(srcImageB->dataOrder != dstImage->dataOrder)", "ozlor", 121}},
+        {[&] { ozlAnd(three, a, d); }, {-5, "ozlAnd", "(nChSrcA != nChDst)", "ozland", 130}},
+        {[&] { ozlAndS(s8, d, 1); }, {-5, "ozlAndS", depthsS, "ozlands", 110}},
+        {[&] { ozlOrS(planar, d, 1); }, {-5, "ozlOrS", "(srcImage->dataOrder != dstImage->dataOrder)", "ozlors", 120}},
+        {[&] { ozlXorS(three, d, 1); }, {-5, "ozlXorS", "(nChSrc != nChDst)", "ozlxors", 130}},
+    };
+    for (const auto& [call, report] : cases) {
+        call();
+        expectRefused(errors, d, before, report);
+    }
 
     // 1-bit images skip the data-order check.
     TestImage bitsA(OZL_DEPTH_1U, 20, 2), bitsD(OZL_DEPTH_1U, 20, 2, 1, OZL_DATA_ORDER_PLANE);

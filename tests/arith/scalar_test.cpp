@@ -48,13 +48,6 @@ void call(Fn f, OzlImage* s, OzlImage* d, double v) {
     }
 }
 
-double limitOf(unsigned depth, bool high) {
-    const int bits = static_cast<int>(depth & 0xFF);
-    if (depth == U1) return high ? 1 : 0;
-    if (depth & OZL_DEPTH_SIGN) return high ? std::ldexp(1.0, bits - 1) - 1 : -std::ldexp(1.0, bits - 1);
-    return high ? std::ldexp(1.0, bits) - 1 : 0;
-}
-
 // The exact result, saturated to the depth (32F in single precision).
 double expected(Fn f, unsigned depth, double a, double v) {
     if (depth == F32) {
@@ -85,7 +78,7 @@ double expected(Fn f, unsigned depth, double a, double v) {
         case Fn::SubSFlip: r = v - a; break;
         case Fn::MulS: r = a * v; break;
         case Fn::MulSScale: {
-            const double c = std::clamp(v, 0.0, limitOf(depth, true));
+            const double c = std::clamp(v, 0.0, ozl::test::depthRange(depth).second);
             const uint32_t p = static_cast<uint32_t>(a) * static_cast<uint32_t>(c);
             const int bits = static_cast<int>(depth & 0xFF);
             return (p + (p >> bits) + 1) >> bits;
@@ -93,7 +86,7 @@ double expected(Fn f, unsigned depth, double a, double v) {
         case Fn::Abs: r = std::fabs(a); break;
         default: r = a * a;
     }
-    return std::clamp(r, limitOf(depth, false), limitOf(depth, true));
+    return std::clamp(r, ozl::test::depthRange(depth).first, ozl::test::depthRange(depth).second);
 }
 
 // Hand-checked values at the limits; every one of a 41-pixel row (vector

@@ -150,6 +150,13 @@ TestImage TestImage::clone() const {
 // ---------------------------------------------------------------------------
 // Reference values and checks
 
+std::pair<double, double> depthRange(unsigned depth) {
+    if (depth == OZL_DEPTH_32F) return {-3.4028234663852886e38, 3.4028234663852886e38};
+    const int bits = bitsOf(depth);
+    if (depth & OZL_DEPTH_SIGN) return {-std::ldexp(1.0, bits - 1), std::ldexp(1.0, bits - 1) - 1};
+    return {0, std::ldexp(1.0, bits) - 1};
+}
+
 double reference(Ref op, unsigned depth, double a, double b) {
     if (depth == OZL_DEPTH_32F) {
         const float fa = static_cast<float>(a), fb = static_cast<float>(b);
@@ -157,8 +164,7 @@ double reference(Ref op, unsigned depth, double a, double b) {
     }
     const int bits = bitsOf(depth);
     const bool sign = (depth & OZL_DEPTH_SIGN) != 0;
-    const double lo = sign ? -std::ldexp(1.0, bits - 1) : 0;
-    const double hi = sign ? std::ldexp(1.0, bits - 1) - 1 : std::ldexp(1.0, bits) - 1;
+    const auto [lo, hi] = depthRange(depth);
     const uint64_t mask = (uint64_t{1} << bits) - 1;
     auto toBits = [&](double v) { return static_cast<uint64_t>(static_cast<int64_t>(v)) & mask; };
     auto fromBits = [&](uint64_t u) {

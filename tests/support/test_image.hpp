@@ -64,6 +64,9 @@ private:
     OzlImage* image_;
 };
 
+// The lowest and highest value of a depth (1U: 0 and 1; 32F: the finite floats).
+std::pair<double, double> depthRange(unsigned depth);
+
 // One value of any untiled image at column x, row y (of the whole image,
 // not its ROI), 0-based channel.
 double valueOf(const OzlImage* image, int x, int y, int channel);
