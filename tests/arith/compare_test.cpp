@@ -353,9 +353,9 @@ TEST(Compare, MasksOfEveryOperand) {
         expectBits(before, res, a, nullptr, Rel::Equal, 1, 0, withoutB);
     }
     // Masks that share no pixel: nothing written, nothing reported.
-    TestImage far(OZL_DEPTH_1U, 45, 4);
-    far.setRoi(0, 45, 0, 8, 4);  // past the right edge: an empty region
-    a.setMask(&far);
+    TestImage beyondEdge(OZL_DEPTH_1U, 45, 4);
+    beyondEdge.setRoi(0, 45, 0, 8, 4);  // past the right edge: an empty region
+    a.setMask(&beyondEdge);
     res.setMask(&mr);
     const auto untouched = res.bytes();
     EXPECT_EQ(ozlLess(a, b, res), OZL_StsOk);

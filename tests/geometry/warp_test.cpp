@@ -205,10 +205,10 @@ TEST(Warp, RemapAgainstReference) {
 // positions its own way.
 bool clearOfJumps(double sx, double sy, int w, int h, int inter) {
     const double eps = 1e-6;
-    auto near = [&](double v, double edge) { return std::fabs(v - edge) < eps; };
-    if (near(sx, -0.5) || near(sx, w - 0.5) || near(sy, -0.5) || near(sy, h - 0.5)) return false;
+    auto within = [&](double v, double edge) { return std::fabs(v - edge) < eps; };
+    if (within(sx, -0.5) || within(sx, w - 0.5) || within(sy, -0.5) || within(sy, h - 0.5)) return false;
     if (inter == OZL_INTER_NN)
-        return !near(sx - std::floor(sx), 0.5) && !near(sy - std::floor(sy), 0.5);
+        return !within(sx - std::floor(sx), 0.5) && !within(sy - std::floor(sy), 0.5);
     return true;
 }
 
