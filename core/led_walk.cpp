@@ -96,7 +96,10 @@ LedResult walkLed(OzlImage* dst, const LedSource* sources, int nSources, const O
             for (int i = 0; i < nSources && ok; ++i) {
                 if (!sources[i].image) continue;
                 OzlImage* header = &headers[i];
-                if (i == leadSource) {
+                // The leading image given again as another source shares the
+                // leader's tile: a fetch of its own would release that tile.
+                if (i == leadSource || (sources[i].image == lead && lead != dst &&
+                                        noMargins(sources[i]))) {
                     image::makeTileStandIn(lead, (lo.x + x) % tw, (lo.y + y) % th, w, h, header,
                                            &rois[i]);
                 } else if (sources[i].image == dst && noMargins(sources[i]) && lead == dst) {

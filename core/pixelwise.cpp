@@ -293,6 +293,7 @@ bool pixelRow(const MapKernel& k, const RowView* src, const RowView& d, bool dst
         if (start == width) return true;
     }
     const size_t pixelBytes = dstBits ? 0 : d.channels * size;
+    if (!dstBits && pixelBytes == 0) return true;  // no channel to write (alpha only)
     // Computed chunk, and scratch of twice that plus one channel for the blend.
     size_t chunk = dstBits ? 8 * kChunkBytes : std::max<size_t>(1, kChunkBytes / pixelBytes);
     char* heap = nullptr;
