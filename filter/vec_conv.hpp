@@ -36,7 +36,7 @@ void narrowVec(const NarrowKernel& k, const void* const* rows, void* dst, size_t
     const uint8_t* p0[kMaxPairs];
     const uint8_t* p1[kMaxPairs];
     V c0[kMaxPairs], c1[kMaxPairs];
-    const bool bytePairs = Vx::kHasMaddubs && k.bytePairs;
+    const bool bytePairs = Vx::kHasByteMadd && k.bytePairs;
     for (int j = 0; j < np; ++j) {
         const TapPair& p = k.pairs[j];
         p0[j] = rowAt<uint8_t>(rows, p.row0, p.offset0);
@@ -84,8 +84,8 @@ void narrowVec(const NarrowKernel& k, const void* const* rows, void* dst, size_t
                 const V x0 = read(p0[j] + i);
                 const V x1 = read(p1[j] + i);
                 if constexpr (kPairs) {
-                    lo = Vx::add16(lo, Vx::maddubs(Vx::unpackLo8(x0, x1), c0[j]));
-                    hi = Vx::add16(hi, Vx::maddubs(Vx::unpackHi8(x0, x1), c0[j]));
+                    lo = Vx::add16(lo, Vx::maddUbs(Vx::unpackLo8(x0, x1), c0[j]));
+                    hi = Vx::add16(hi, Vx::maddUbs(Vx::unpackHi8(x0, x1), c0[j]));
                 } else {
                     lo = Vx::add16(lo, Vx::mullo16(Vx::unpackLo8(x0, zero), c0[j]));
                     hi = Vx::add16(hi, Vx::mullo16(Vx::unpackHi8(x0, zero), c0[j]));
@@ -101,7 +101,7 @@ void narrowVec(const NarrowKernel& k, const void* const* rows, void* dst, size_t
     };
     using Yes = std::true_type;
     using No = std::false_type;
-    if constexpr (Vx::kHasMaddubs) {
+    if constexpr (Vx::kHasByteMadd) {
         if (bytePairs) return k.signedIn ? run(Yes{}, Yes{}) : run(No{}, Yes{});
     }
     k.signedIn ? run(Yes{}, No{}) : run(No{}, No{});

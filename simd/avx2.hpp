@@ -22,7 +22,6 @@ struct Avx2 {
     // Runs shorter than one vector are handed to the 128-bit form.
     static constexpr bool kHasNarrower = true;
     using Narrower = Sse2;
-    static constexpr bool kHasMaddubs = true;
 
     static V load(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
     static VF loadF(const void* p) { return _mm256_loadu_ps(static_cast<const float*>(p)); }
@@ -98,9 +97,6 @@ struct Avx2 {
         out[1] = _mm256_unpackhi_epi8(x, ext);
     }
     static V mulhiS16(V a, V b) { return _mm256_mulhi_epi16(a, b); }
-    // Unsigned bytes of a times signed bytes of b, pairs summed into int16
-    // lanes with signed saturation.
-    static V maddubs(V a, V b) { return _mm256_maddubs_epi16(a, b); }
     static V mullo32(V a, V b) { return _mm256_mullo_epi32(a, b); }
     static V max16(V a, V b) { return _mm256_max_epi16(a, b); }
     static V min16(V a, V b) { return _mm256_min_epi16(a, b); }

@@ -290,9 +290,7 @@ struct Avx512 {
         return _mm512_movepi8_mask(reverseBytesIn8(_mm512_movm_epi8(bits)));
     }
 
-    static constexpr bool kHasMaddubs = true;
     static V mullo32(V a, V b) { return _mm512_mullo_epi32(a, b); }
-    static V maddubs(V a, V b) { return _mm512_maddubs_epi16(a, b); }
     static V max16(V a, V b) { return _mm512_max_epi16(a, b); }
     static V min16(V a, V b) { return _mm512_min_epi16(a, b); }
     static V minU16(V a, V b) { return _mm512_min_epu16(a, b); }

@@ -20,8 +20,6 @@ struct Sse2 {
     static constexpr size_t kBytes = 16;
     static constexpr bool kHasNarrower = false;
     using Narrower = Sse2;
-    // No byte-pair multiply (pmaddubsw) below SSSE3.
-    static constexpr bool kHasMaddubs = false;
 
     static V load(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
     static VF loadF(const void* p) { return _mm_loadu_ps(static_cast<const float*>(p)); }
