@@ -6,16 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
-#include <functional>
 #include <initializer_list>
 #include <limits>
 #include <random>
-#include <string>
 #include <tuple>
-#include <utility>
-#include <vector>
 
 #include "ozl.h"
 #include "support/error_capture.hpp"
@@ -34,11 +29,7 @@ inline void fillAll(std::initializer_list<TestImage*> images, uint32_t seed) {
 }
 
 // One refused call: the report it gives and the image that must stay as it was.
-struct Refusal {
-    std::function<void()> call;
-    const TestImage* dst;
-    ErrorReport want;
-};
+struct Refusal { std::function<void()> call; const TestImage* dst; ErrorReport want; };
 inline void expectRefusals(ErrorCapture& errors, const std::vector<Refusal>& cases) {
     for (const Refusal& c : cases) {
         const auto before = c.dst->bytes();

@@ -186,15 +186,10 @@ TEST(Compare, MasksOfEveryOperand) {
     a.fillRandom(1, 0, 2), b.fillRandom(2, 0, 2);
     fillAll({&ma, &mb, &mr}, 3);
     mb.setRoi(0, 3, 1, 40, 4), mr.setRoi(0, 5, 0, 45, 4), res.setRoi(0, 2, 0, 45, 4);  // the masks' own regions count
-    const TestImage* cases[][3] = {{&ma, nullptr, nullptr}, {nullptr, &mb, &mr}, {&ma, &mb, &mr}};
-    for (const auto& masks : cases) {
-        a.setMask(masks[0]), b.setMask(masks[1]), res.setMask(masks[2]);
-        std::vector<const OzlImage*> present, withoutB;  // the constant form has no second mask
-        for (int i = 0; i < 3; ++i)
-            if (masks[i]) {
-                present.push_back(masks[i]->get());
-                if (i != 1) withoutB.push_back(masks[i]->get());
-            }
+    for (bool all : {false, true}) {  // the result's mask alone, then a mask on every operand
+        a.setMask(all ? &ma : nullptr), b.setMask(all ? &mb : nullptr), res.setMask(&mr);
+        std::vector<const OzlImage*> withoutB = {mr}, present = {mr};  // the constant form has no second mask
+        if (all) withoutB.push_back(ma), present.insert(present.end(), {ma, mb});
         TestImage before = res.clone();
         EXPECT_EQ(ozlGreater(a, b, res), OZL_StsOk);
         expectBits(before, res, a, b, Rel::Greater, 0, 0, present);

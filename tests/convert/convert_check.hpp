@@ -5,15 +5,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <random>
-#include <string>
 #include <tuple>
-#include <utility>
-#include <vector>
 
 #include "ozl.h"
 #include "support/error_capture.hpp"
@@ -31,11 +26,7 @@ inline auto constant(double v) {
 }
 
 // One refused call: the report it gives and the image that must stay as it was.
-struct Refusal {
-    std::function<void()> call;
-    const TestImage* dst;
-    ErrorReport want;
-};
+struct Refusal { std::function<void()> call; const TestImage* dst; ErrorReport want; };
 inline void expectRefusals(ErrorCapture& errors, const std::vector<Refusal>& cases) {
     for (const Refusal& c : cases) {
         const auto before = c.dst->bytes();

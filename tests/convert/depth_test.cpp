@@ -102,8 +102,7 @@ TEST(Scale, EveryIntegerPairFullRange) {
     TestImage s(U8, 4, 1), d(S16, 4, 1), u(U16, 4, 1);
     const double in[] = {0, 255, 128, 1}, out16s[] = {-32768, 32767, 128, -32511}, out16u[] = {0, 65535, 32896, 257};
     for (int x = 0; x < 4; ++x) s.put(x, 0, 0, in[x]);
-    ozlScale(s, d);
-    ozlScale(s, u);
+    ozlScale(s, d), ozlScale(s, u);
     for (int x = 0; x < 4; ++x) EXPECT_TRUE(d.at(x, 0) == out16s[x] && u.at(x, 0) == out16u[x]) << x;
     EXPECT_TRUE(errors.empty()) << errors.last();
 }

@@ -17,8 +17,7 @@ TEST(Threshold, EveryDepthAroundTheThresholdAndBeyondTheRange) {
                 s.fillRandom(7);
                 const double around[] = {t - 1, t, t + 1, lo, hi}, high = to == U1 ? 1 : hi, level = t;
                 for (int x = 0; x < 70; ++x) s.put(x, 0, 0, std::clamp(around[x % 5], lo, hi));
-                d.fillRandom(8);
-                d.setRoi(0, 5, 0, 70, 3);
+                d.fillRandom(8), d.setRoi(0, 5, 0, 70, 3);
                 const TestImage before = d.clone();
                 ozlThreshold(s, d, static_cast<int>(t));
                 expectPixelwise(before, d, s, nullptr, [&](double a, double) { return a >= level ? high : 0; });
