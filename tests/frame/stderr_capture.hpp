@@ -14,8 +14,8 @@
 
 namespace ozl::test {
 
-// Runs body with standard error sent to a file and returns what it wrote. The
-// file is named per process: test processes may run side by side in one folder.
+// Runs body with standard error sent to a file (named per process: test
+// programs may run side by side in one folder) and returns what it wrote.
 template <class Body>
 std::string captureStderr(Body body) {
     std::fflush(stderr);
@@ -40,10 +40,10 @@ std::string captureStderr(Body body) {
 #if !defined(_WIN32)
 struct ChildOutcome {
     int exitCode = -1;  // -1 unless the child ended through exit
-    std::string err;    // everything written to standard error
+    std::string err;
 };
 
-// Runs body in a child process whose standard error is a pipe; the child ends
+// Runs body in a child process with standard error on a pipe; the child ends
 // with body's result unless body ends it first.
 template <class Body>
 ChildOutcome runInChild(Body body) {
@@ -53,22 +53,19 @@ ChildOutcome runInChild(Body body) {
     int fds[2];
     if (pipe(fds) != 0) return outcome;
     const pid_t pid = fork();
-    if (pid < 0) return outcome;
     if (pid == 0) {
-        close(fds[0]);
         dup2(fds[1], 2);
-        close(fds[1]);
+        close(fds[0]), close(fds[1]);
         const int rc = body();
         std::fflush(stderr);
         _exit(rc);
     }
     close(fds[1]);
     char chunk[512];
-    for (ssize_t n; (n = read(fds[0], chunk, sizeof chunk)) > 0;) outcome.err.append(chunk, static_cast<std::size_t>(n));
+    for (ssize_t n; pid > 0 && (n = read(fds[0], chunk, sizeof chunk)) > 0;) outcome.err.append(chunk, static_cast<std::size_t>(n));
     close(fds[0]);
     int status = 0;
-    waitpid(pid, &status, 0);
-    if (WIFEXITED(status)) outcome.exitCode = WEXITSTATUS(status);
+    if (pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) outcome.exitCode = WEXITSTATUS(status);
     return outcome;
 }
 #endif

@@ -3,7 +3,9 @@
 
 #include <chrono>
 #include <cstdint>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "ozl.h"
 
@@ -16,17 +18,11 @@ namespace {
 TEST(Version, OneStaticRecord) {
     const OzlLibVersion* v = ozlGetLibVersion();
     ASSERT_NE(v, nullptr);
-    EXPECT_EQ(v->major, 2);
-    EXPECT_EQ(v->minor, 1);
-    EXPECT_EQ(v->build, 58);
-    EXPECT_STREQ(v->name, "ozlA6.dll");
-    EXPECT_STREQ(v->version, "2.1");
-    EXPECT_STREQ(v->internalVersion, "[2.1.058, 02/02/99]");
-    EXPECT_STREQ(v->buildDate, "Feb  6 1999");
-    EXPECT_STREQ(v->callConv, "DLL");
+    EXPECT_EQ((std::vector<int>{v->major, v->minor, v->build}), (std::vector<int>{2, 1, 58}));
+    EXPECT_EQ((std::vector<std::string>{v->name, v->version, v->internalVersion, v->buildDate, v->callConv}),
+              (std::vector<std::string>{"ozlA6.dll", "2.1", "[2.1.058, 02/02/99]", "Feb  6 1999", "DLL"}));
     const OzlLibVersion* other = nullptr;
-    std::thread t([&] { other = ozlGetLibVersion(); });
-    t.join();
+    std::thread([&] { other = ozlGetLibVersion(); }).join();
     EXPECT_EQ(other, v);
 }
 

@@ -17,18 +17,10 @@ void OZL_CALL noTiles(const OzlImage*, int, int, int) {}
 
 // A valid 4x4 header over caller pixels: 8-bit with 3 channels, or a 1-bit mask.
 OzlImage validHeader(char* pixels, bool mask) {
-    OzlImage image;
-    std::memset(&image, 0, sizeof image);
-    image.nSize = static_cast<int32_t>(sizeof image);
-    image.nChannels = mask ? 1 : 3;
-    image.depth = mask ? OZL_DEPTH_1U : OZL_DEPTH_8U;
-    std::memcpy(image.colorModel, "RGB", 4);
-    std::memcpy(image.channelSeq, "BGR", 4);
-    image.align = 4;
-    image.width = 4;
-    image.height = 4;
-    image.widthStep = mask ? 4 : 12;
-    image.imageSize = image.widthStep * 4;
+    OzlImage* made = ozlCreateImageHeader(mask ? 1 : 3, 0, mask ? OZL_DEPTH_1U : OZL_DEPTH_8U, "RGB", "BGR", 0, 0, 4,
+                                          4, 4, nullptr, nullptr, nullptr, nullptr);
+    OzlImage image = *made;
+    ozlDeallocateHeader(made);
     image.imageData = pixels;
     return image;
 }
@@ -73,7 +65,6 @@ const Case kCases[] = {
     {"neither data nor tiles", SET(s.image.imageData = nullptr; s.image.width = 0), -12},
     {"imageSize", SET(s.image.imageSize = v; s.image.widthStep = 0), -10, {0, -48}},
     {"widthStep 0", SET(s.image.imageSize = 1; s.image.widthStep = 0), -13},
-    {"widthStep < 0", SET(s.image.imageSize = 1; s.image.widthStep = -1; s.image.width = 0), -13},
     // Neither is compared with the layout: any positive size and pitch will do.
     {"pitch", SET(s.image.imageSize = 1; s.image.widthStep = v), 0, {1, 1000}},
     {"tiled, no size or step", SET(s.tiled(); s.image.imageSize = s.image.widthStep = 0), 0},
@@ -82,7 +73,6 @@ const Case kCases[] = {
     {"channels", SET(s.image.nChannels = 0; s.image.depth = OZL_DEPTH_1U), -15},
     {"1-bit channels", SET(s.image.nChannels = 2; s.image.depth = OZL_DEPTH_1U;
                            s.image.alphaChannel = 1), -16},
-    {"1-bit image", SET(s.image.nChannels = 1; s.image.depth = OZL_DEPTH_1U), 0},
     {"depth", SET(s.image.depth = static_cast<uint32_t>(v); s.image.alphaChannel = 1), -17,
      {0, 2, 7, 24, 33, 64, 0x80000001, 0x80000040, 0x80000000, 0x40000008}},
     {"legal depth", SET(s.image.depth = static_cast<uint32_t>(v)), 0,
@@ -90,7 +80,6 @@ const Case kCases[] = {
     {"alpha", SET(s.image.alphaChannel = v; s.image.dataOrder = 5), -18, {-1, 1, 2, 4}},
     {"alpha last", SET(s.image.alphaChannel = 3), 0},
     {"order", SET(s.image.dataOrder = v; s.image.origin = 5), -19, {-1, 2}},
-    {"plane order, bottom-left", SET(s.image.dataOrder = s.image.origin = 1), 0},
     {"origin", SET(s.image.origin = v; s.image.align = 3), -20, {-1, 2}},
     {"align", SET(s.image.align = v), -21, {0, 1, 2, 3, 12, 64, -4}},
     {"legal align", SET(s.image.align = v), 0, {4, 8, 16, 32}},
@@ -101,7 +90,6 @@ const Case kCases[] = {
     {"untiled mask without data", SET(s.masked(); s.mask.imageData = nullptr), -112},
     {"mask widthStep", SET(s.masked(); s.mask.widthStep = 0), -113},
     {"mask align", SET(s.masked(); s.mask.align = 6), -121},
-    {"mask origin", SET(s.masked(); s.mask.origin = 3), -120},
     {"mask channels", SET(s.masked(); s.mask.nChannels = 2), -116},
     {"mask ROI offset", SET(s.masked(); s.mask.roi = &s.maskRoi; s.maskRoi.xOffset = -1), -111},
     {"mask ROI channel", SET(s.masked(); s.mask.roi = &s.maskRoi; s.maskRoi.coi = 2), -124},
@@ -117,7 +105,6 @@ const Case kCases[] = {
     {"inner imageSize", SET(s.twoMasks(); s.inner.imageSize = 0), -210},
     {"inner depth", SET(s.twoMasks(); s.inner.depth = OZL_DEPTH_8U), -217},
     {"inner tiled", SET(s.twoMasks(); s.inner.tileInfo = &s.tile), -126},
-    {"inner align", SET(s.twoMasks(); s.inner.align = 2), -221},
     {"third level", SET(s.twoMasks(); s.inner.maskROI = &s.innermost; s.innermost.height = 0),
      -310},
     {"the mask itself shifts one level less",

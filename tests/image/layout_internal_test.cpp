@@ -1,7 +1,5 @@
-// Row size of one tile of a tiled image.
+// Row size of one tile of a tiled image: the tile width under the row rule; 0 when untiled or invalid.
 #include <gtest/gtest.h>
-
-#include <cstring>
 
 #include "image/layout.hpp"
 #include "ozl.h"
@@ -10,47 +8,33 @@ namespace {
 
 void OZL_CALL noTiles(const OzlImage*, int, int, int) {}
 
-class TileRowSize : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::memset(&image_, 0, sizeof image_);
-        image_.nChannels = 3;
-        image_.depth = OZL_DEPTH_8U;
-        image_.align = 16;
-        image_.width = 100;
-        image_.height = 50;
-        image_.tileInfo = &tile_;
+TEST(TileRowSize, UsesTheTileWidth) {
+    OzlTileInfo tile{noTiles, nullptr, nullptr, 8, 16};
+    OzlImage image{};
+    image.nChannels = 3;
+    image.width = 100;
+    image.height = 50;
+    image.tileInfo = &tile;
+    const struct { unsigned depth; int nChannels, order, align, tileWidth, size; } cases[] = {
+        {OZL_DEPTH_8U, 3, 0, 16, 8, 32}, {OZL_DEPTH_8U, 3, 1, 16, 8, 16},  // 24 or 8 bytes, to 16
+        {OZL_DEPTH_16S, 3, 0, 16, 24, 144}, {OZL_DEPTH_1U, 1, 0, 4, 24, 4},  // 24 bits, to 32
+        {OZL_DEPTH_8U, 3, 0, 16, 12, 0}};                                    // tile width refused
+    for (const auto& c : cases) {
+        image.depth = c.depth;
+        image.nChannels = c.nChannels;
+        image.dataOrder = c.order;
+        image.align = c.align;
+        tile.width = c.tileWidth;
+        EXPECT_EQ(ozl::image::tileRowSize(&image), c.size) << c.depth << " " << c.tileWidth;
     }
-    OzlTileInfo tile_{noTiles, nullptr, nullptr, 8, 16};
-    OzlImage image_;
-};
-
-TEST_F(TileRowSize, UsesTheTileWidth) {
-    EXPECT_EQ(ozl::image::tileRowSize(&image_), 32);  // 8 x 3 bytes, to 16
-    image_.dataOrder = OZL_DATA_ORDER_PLANE;
-    EXPECT_EQ(ozl::image::tileRowSize(&image_), 16);  // 8 bytes, to 16
-    image_.dataOrder = OZL_DATA_ORDER_PIXEL;
-    image_.depth = OZL_DEPTH_16S;
-    tile_.width = 24;
-    EXPECT_EQ(ozl::image::tileRowSize(&image_), 144);
-    image_.depth = OZL_DEPTH_1U;
-    image_.nChannels = 1;
-    image_.align = 4;
-    EXPECT_EQ(ozl::image::tileRowSize(&image_), 4);  // 24 bits, to 32
-}
-
-TEST_F(TileRowSize, ZeroForUntiledOrInvalidImages) {
-    EXPECT_EQ(ozl::image::tileRowSize(nullptr), 0);
-    tile_.width = 12;
-    EXPECT_EQ(ozl::image::tileRowSize(&image_), 0);
     EXPECT_EQ(ozlGetErrStatus(), -23);
-    tile_.width = 8;
+    EXPECT_EQ(ozl::image::tileRowSize(nullptr), 0);
     char pixels[4];
-    image_.tileInfo = nullptr;
-    image_.imageData = pixels;
-    image_.imageSize = 4;
-    image_.widthStep = 4;
-    EXPECT_EQ(ozl::image::tileRowSize(&image_), 0);
+    tile.width = 8;
+    image.tileInfo = nullptr;
+    image.imageData = pixels;
+    image.imageSize = image.widthStep = 4;
+    EXPECT_EQ(ozl::image::tileRowSize(&image), 0);
 }
 
 }  // namespace

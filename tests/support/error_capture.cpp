@@ -1,5 +1,7 @@
 #include "support/error_capture.hpp"
 
+#include <tuple>
+
 namespace ozl::test {
 namespace {
 
@@ -10,15 +12,13 @@ std::string textOf(const char* s) { return s != nullptr ? std::string(s) : std::
 
 }  // namespace
 
-bool ErrorReport::operator==(const ErrorReport& other) const {
-    return status == other.status && func == other.func && context == other.context &&
-           file == other.file && line == other.line;
+bool ErrorReport::operator==(const ErrorReport& o) const {
+    return std::tie(status, func, context, file, line) == std::tie(o.status, o.func, o.context, o.file, o.line);
 }
 
 std::ostream& operator<<(std::ostream& os, const ErrorReport& report) {
-    return os << "{status " << report.status << ", func \"" << report.func << "\", context \""
-              << report.context << "\", file \"" << report.file << "\", line " << report.line
-              << "}";
+    return os << "{status " << report.status << ", func \"" << report.func << "\", context \"" << report.context
+              << "\", file \"" << report.file << "\", line " << report.line << "}";
 }
 
 ErrorCapture::ErrorCapture(int mode)
@@ -26,8 +26,7 @@ ErrorCapture::ErrorCapture(int mode)
       previousCallback_(ozlRedirectError(&ErrorCapture::record)),
       outer_(activeCapture) {
     ozlSetErrMode(mode);
-    // A refusal an earlier test left in the stored status would stop the
-    // operations that give up on a negative status: start from a clean one.
+    // A refusal left by an earlier test would stop operations that give up on a negative status.
     ozlSetErrStatus(OZL_StsOk);
     activeCapture = this;
 }

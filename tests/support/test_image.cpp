@@ -88,13 +88,24 @@ TestImage::TestImage(unsigned depth, int width, int height, int nChannels, int d
     if (!image_->imageData) ADD_FAILURE() << "no pixel data for the test image";
 }
 
+template <class Next>
+void fillWith(TestImage& im, Next next) {
+    for (int y = 0; y < im->height; ++y)
+        for (int x = 0; x < im->width; ++x)
+            for (int c = 0; c < im->nChannels; ++c) im.put(x, y, c, next());
+}
+
 TestImage::~TestImage() {
     if (image_) ozlDeallocate(image_, OZL_IMAGE_HEADER | OZL_IMAGE_DATA | OZL_IMAGE_ROI);
 }
 
+static void setRoiOf(OzlImage* image, int coi, int xOffset, int yOffset, int width, int height) {
+    if (!image->roi) image->roi = ozlCreateROI(0, 0, 0, 1, 1);
+    ozlSetROI(image->roi, coi, xOffset, yOffset, width, height);
+}
+
 void TestImage::setRoi(int coi, int xOffset, int yOffset, int width, int height) {
-    if (!image_->roi) image_->roi = ozlCreateROI(0, 0, 0, 1, 1);
-    ozlSetROI(image_->roi, coi, xOffset, yOffset, width, height);
+    setRoiOf(image_, coi, xOffset, yOffset, width, height);
 }
 
 void TestImage::clearRoi() {
@@ -123,16 +134,11 @@ void TestImage::fillRandom(uint32_t seed, double lo, double hi) {
     if (lo >= hi) return;
     std::uniform_real_distribution<double> reals(lo, hi);
     std::uniform_int_distribution<int64_t> ints(static_cast<int64_t>(lo), static_cast<int64_t>(hi));
-    for (int y = 0; y < image_->height; ++y)
-        for (int x = 0; x < image_->width; ++x)
-            for (int c = 0; c < image_->nChannels; ++c)
-                put(x, y, c, real ? static_cast<float>(reals(rng)) : static_cast<double>(ints(rng)));
+    fillWith(*this, [&] { return real ? static_cast<float>(reals(rng)) : static_cast<double>(ints(rng)); });
 }
 
 void TestImage::fill(double v) {
-    for (int y = 0; y < image_->height; ++y)
-        for (int x = 0; x < image_->width; ++x)
-            for (int c = 0; c < image_->nChannels; ++c) put(x, y, c, v);
+    fillWith(*this, [v] { return v; });
 }
 
 std::vector<uint8_t> TestImage::bytes() const {
@@ -206,6 +212,25 @@ Region regionOf(const OzlImage* im) {
 
 int coiOf(const OzlImage* im) { return im->roi ? im->roi->coi : 0; }
 
+// dst against `before`, except where processed(x, y, channel, want) (image
+// coordinates) returns true after setting the value wanted there. NaN matches NaN.
+void expectValues(const TestImage& before, const OzlImage* dst,
+                  const std::function<bool(int x, int y, int c, double& want)>& processed) {
+    int failures = 0;
+    for (int y = 0; y < dst->height; ++y)
+        for (int x = 0; x < dst->width; ++x)
+            for (int c = 0; c < dst->nChannels; ++c) {
+                double want = before.at(x, y, c);
+                const bool inside = processed(x, y, c, want);
+                const double got = valueOf(dst, x, y, c);
+                if (got != want && (got == got || want == want) && ++failures <= 5)
+                    ADD_FAILURE() << "at (" << x << ", " << y << ") channel " << c << (inside ? " (processed)" : " (untouched)")
+                                  << ": " << got << ", expected " << want;
+            }
+    EXPECT_EQ(failures, 0);
+}
+
+
 }  // namespace
 
 void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImage* a,
@@ -219,27 +244,15 @@ void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImag
     const int nCh = coiOf(dst) > 0 ? 1 : dst->nChannels - (dst->alphaChannel ? 1 : 0);
     auto channelIn = [](const OzlImage* im, int k) { return coiOf(im) > 0 ? coiOf(im) - 1 : k; };
 
-    int failures = 0;
-    for (int y = 0; y < dst->height; ++y)
-        for (int x = 0; x < dst->width; ++x)
-            for (int c = 0; c < dst->nChannels; ++c) {
-                const int rx = x - rd.x, ry = y - rd.y;
-                const int k = coiOf(dst) > 0 ? (c == coiOf(dst) - 1 ? 0 : nCh) : c;
-                double expected = before.at(x, y, c);
-                if (rx >= 0 && ry >= 0 && rx < w && ry < h && k < nCh &&
-                    (!selected || selected(rx, ry))) {
-                    const double va = a ? valueOf(a, ra.x + rx, ra.y + ry, channelIn(a, k)) : 0;
-                    const double vb = b ? valueOf(b, rb.x + rx, rb.y + ry, channelIn(b, k)) : 0;
-                    expected = f(va, vb);
-                }
-                const double actual = valueOf(dst, x, y, c);
-                const bool same = actual == expected || (actual != actual && expected != expected);
-                if (!same && ++failures <= 5)
-                    ADD_FAILURE() << "at (" << x << ", " << y << ") channel " << c << ": "
-                                  << actual << ", expected " << expected;
-            }
-    EXPECT_EQ(failures, 0);
+    expectValues(before, dst, [&](int x, int y, int c, double& want) {
+        const int rx = x - rd.x, ry = y - rd.y;
+        const int k = coiOf(dst) > 0 ? (c == coiOf(dst) - 1 ? 0 : nCh) : c;
+        if (rx < 0 || ry < 0 || rx >= w || ry >= h || k >= nCh || (selected && !selected(rx, ry))) return false;
+        want = f(a ? valueOf(a, ra.x + rx, ra.y + ry, channelIn(a, k)) : 0, b ? valueOf(b, rb.x + rx, rb.y + ry, channelIn(b, k)) : 0);
+        return true;
+    });
 }
+
 
 void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImage* a,
                      const OzlImage* b, Ref op, double constant) {
@@ -285,8 +298,7 @@ TiledImage::~TiledImage() {
 }
 
 void TiledImage::setRoi(int coi, int xOffset, int yOffset, int width, int height) {
-    if (!image_->roi) image_->roi = ozlCreateROI(0, 0, 0, 1, 1);
-    ozlSetROI(image_->roi, coi, xOffset, yOffset, width, height);
+    setRoiOf(image_, coi, xOffset, yOffset, width, height);
 }
 
 // Copies the part of tile (xIndex, yIndex) that lies inside the image.
