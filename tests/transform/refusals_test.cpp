@@ -6,9 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "ozl.h"
-#include "support/error_capture.hpp"
-#include "support/test_image.hpp"
+#include "transform/reference.hpp"
 
 namespace {
 
@@ -17,30 +15,20 @@ using namespace ozl::test;
 // The images of one call: a source or two and a destination; a case changes
 // them before the call.
 struct Operands {
-    TestImage a{OZL_DEPTH_32F, 8, 6};
-    TestImage b{OZL_DEPTH_32F, 8, 6};
-    TestImage d{OZL_DEPTH_32F, 8, 6};
-    TestImage bits{OZL_DEPTH_1U, 8, 6};
-    OzlImage* src = a;
-    OzlImage* srcB = b;
-    OzlImage* dst = d;
+    TestImage a{OZL_DEPTH_32F, 8, 6}, b{OZL_DEPTH_32F, 8, 6}, d{OZL_DEPTH_32F, 8, 6}, bits{OZL_DEPTH_1U, 8, 6};
+    OzlImage *src = a, *srcB = b, *dst = d;
     std::unique_ptr<TiledImage> tiled;
     TestImage* watched = &d;
 };
 
 enum class Fn { Real, Ccs, Dct, Mpy };
 const char* nameOf(Fn fn) {
-    return fn == Fn::Real ? "ozlRealFft2D" : fn == Fn::Ccs ? "ozlCcsFft2D"
-                                           : fn == Fn::Dct ? "ozlDCT2D" : "ozlMpyRCPack2D";
+    return fn == Fn::Real ? "ozlRealFft2D" : fn == Fn::Ccs ? "ozlCcsFft2D" : fn == Fn::Dct ? "ozlDCT2D" : "ozlMpyRCPack2D";
 }
 
 void call(Fn fn, Operands& o, int flags) {
-    switch (fn) {
-        case Fn::Real: ozlRealFft2D(o.src, o.dst, flags); break;
-        case Fn::Ccs: ozlCcsFft2D(o.src, o.dst, flags); break;
-        case Fn::Dct: ozlDCT2D(o.src, o.dst, flags); break;
-        case Fn::Mpy: ozlMpyRCPack2D(o.src, o.srcB, o.dst, flags); break;
-    }
+    if (fn == Fn::Mpy) return ozlMpyRCPack2D(o.src, o.srcB, o.dst, flags);
+    (fn == Fn::Real ? ozlRealFft2D : fn == Fn::Ccs ? ozlCcsFft2D : ozlDCT2D)(o.src, o.dst, flags);
 }
 
 struct Case {
@@ -120,9 +108,7 @@ const Case kCases[] = {
 void expectCase(const Case& c, Fn fn, int line) {
     SCOPED_TRACE(testing::Message() << nameOf(fn) << " line " << line);
     Operands o;
-    o.a.fillRandom(1, -1, 1);
-    o.b.fillRandom(2, -1, 1);
-    o.d.fillRandom(3, -1, 1);
+    o.a.fillRandom(1, -1, 1), o.b.fillRandom(2, -1, 1), o.d.fillRandom(3, -1, 1);
     if (c.setUp) c.setUp(o);
     const std::vector<uint8_t> before = o.watched->bytes();
     ErrorCapture errors;
