@@ -15,6 +15,13 @@
 
 namespace ozl::test {
 
+// A test that must report nothing to the error handler.
+class ColorTest : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_TRUE(errors.empty()) << errors.last(); }
+    ErrorCapture errors;
+};
+
 inline void setNames(OzlImage* im, const char* model, const char* seq) {
     std::memset(im->colorModel, 0, 4), std::memset(im->channelSeq, 0, 4);
     std::memcpy(im->colorModel, model, std::min<size_t>(4, std::strlen(model)));

@@ -13,6 +13,7 @@
 namespace {
 
 using namespace ozl::test;
+using ColorTwist = ColorTest;
 
 constexpr unsigned k8U = OZL_DEPTH_8U, k16U = OZL_DEPTH_16U, k32F = OZL_DEPTH_32F;
 
@@ -29,8 +30,7 @@ struct TwistRecord {
     ~TwistRecord() { ozlDeleteColorTwist(t); }
 };
 
-TEST(ColorTwist, RecordChecksItsArguments) {
-    ErrorCapture errors;
+TEST_F(ColorTwist, RecordChecksItsArguments) {
     const int data[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}, other[16] = {9};
     for (int bad : {-1, 32, 3}) {
         EXPECT_EQ(ozlCreateColorTwist(bad == 3 ? nullptr : data, bad), nullptr);
@@ -56,13 +56,12 @@ TEST(ColorTwist, RecordChecksItsArguments) {
     EXPECT_EQ(ozlSetColorTwist(r.t, other, 0), 0);
     EXPECT_TRUE(r.t->data[0] == 9 && r.t->scalingValue == 0);
     ozlDeleteColorTwist(nullptr);
-    EXPECT_TRUE(errors.empty());
 }
 
 OzlImage* gMask;  // a 1-bit mask with origin BL, for the mask origin checks
 
 // Both forms, on changed copies of valid headers (8U, and 32F for the float form).
-TEST(ColorTwist, RefusesInTheDocumentedOrder) {
+TEST_F(ColorTwist, RefusesInTheDocumentedOrder) {
     const int data[16] = {128, 0, 0, 0, 0, 128, 0, 0, 0, 0, 128, 0};
     const float m[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
     TwistRecord r(data, 7);
@@ -123,9 +122,8 @@ TEST(ColorTwist, RefusesInTheDocumentedOrder) {
 // every value against the exact statement; the
 // fourth channel and the alpha channel of the destination keep their values;
 // in place gives the same.
-TEST(ColorTwist, ComputesTheScaledRoundedSumOnBothPaths) {
+TEST_F(ColorTwist, ComputesTheScaledRoundedSumOnBothPaths) {
     std::mt19937 rng(3);
-    ErrorCapture errors;
     for (unsigned depth : {k8U, k16U})
         for (int trial = 0; trial < 40; ++trial) {
             const int s = trial % 4 == 0 ? static_cast<int>(rng() % 32) : static_cast<int>(rng() % 9);
@@ -151,13 +149,12 @@ TEST(ColorTwist, ComputesTheScaledRoundedSumOnBothPaths) {
                     if (nCh == 4) ASSERT_EQ(dst.at(x, y, 3), before.at(x, y, 3));
                 }
         }
-    EXPECT_TRUE(errors.empty());
 }
 
 // Masks of both images combine; the region of interest is honoured, its
 // channel of interest is not (a twist needs three channels); tiles give the
 // untiled result.
-TEST(ColorTwist, HonoursMasksRegionsAndTilesButNotTheChannelOfInterest) {
+TEST_F(ColorTwist, HonoursMasksRegionsAndTilesButNotTheChannelOfInterest) {
     const int data[16] = {100, 20, 8, 300, -30, 90, 60, 0, 10, 0, 118, -500, 0, 0, 0, 0};
     TwistRecord r(data, 7);
     ErrorCapture errors;
@@ -186,7 +183,7 @@ TEST(ColorTwist, HonoursMasksRegionsAndTilesButNotTheChannelOfInterest) {
             }
 }
 
-TEST(ColorTwist, FloatFormComputesSinglePrecisionSums) {
+TEST_F(ColorTwist, FloatFormComputesSinglePrecisionSums) {
     const float m[16] = {0.5f, 0.25f, -1.5f, 2.0f, 1e20f, 0, 0, 0, 0, -1, 0, -0.125f, 9, 9, 9, 9};
     TestImage src(k32F, 21, 2, 3, OZL_DATA_ORDER_PLANE), dst(k32F, 21, 2, 4, OZL_DATA_ORDER_PLANE);
     src.fillRandom(8), dst.fillRandom(9);

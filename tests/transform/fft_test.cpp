@@ -12,6 +12,9 @@ namespace {
 using namespace ozl::test;
 
 using Fft = void(OZL_CALL*)(OzlImage*, OzlImage*, int);
+using RealFft = TransformTest;
+using Dct = TransformTest;
+using MpyRCPack = TransformTest;
 
 // The transform of a grid of values into a grid of width w (the spectrum's or the image's).
 Grid transformed(Fft fft, const Grid& f, int w, int flags) {
@@ -28,8 +31,7 @@ constexpr double kTolerance = 2e-6;
 
 // Powers of two, 3s and 5s, odd and prime lengths (the chirp path), lines, and
 // widths that leave partial strips at every vector width.
-TEST(RealFft, SpectraMatchTheReferenceAndComeBack) {
-    ErrorCapture errors;
+TEST_F(RealFft, SpectraMatchTheReferenceAndComeBack) {
     const int sizes[][2] = {{1, 1}, {2, 1}, {1, 5}, {3, 3}, {4, 4}, {6, 10}, {16, 12}, {15, 9}, {7, 11},
                             {13, 4}, {30, 18}, {97, 33}, {100, 20}, {64, 1}, {17, 1}, {37, 40}};
     for (const auto& s : sizes) {
@@ -43,15 +45,13 @@ TEST(RealFft, SpectraMatchTheReferenceAndComeBack) {
         EXPECT_LT(relativeError(transformed(ozlRealFft2D, packed, s[0], OZL_FFT_INVERSE), f), kTolerance);
         EXPECT_LT(relativeError(transformed(ozlCcsFft2D, ccs, s[0], OZL_FFT_INVERSE), f), kTolerance);
     }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
 // The stated accuracy on large sizes (powers of two, primes, a long line):
 // every spectrum value within 2e-6 sqrt(sum f^2) of the exact one, every value
 // of a round trip within 2e-6 of the image's largest; cosine coefficients
 // within 2e-6 sqrt(sum f^2 / N). Measured errors stay below half of that.
-TEST(RealFft, StatedAccuracyOnLargerSizes) {
-    ErrorCapture errors;
+TEST_F(RealFft, StatedAccuracyOnLargerSizes) {
     for (const auto& s : {std::pair{256, 256}, {1009, 3}, {4096, 1}, {3, 1009}}) {
         const auto [w, h] = s;
         SCOPED_TRACE(testing::Message() << w << "x" << h);
@@ -64,12 +64,11 @@ TEST(RealFft, StatedAccuracyOnLargerSizes) {
         EXPECT_LT(maxDifference(c, dct2(f)), 2e-6 * norm2(f) / std::sqrt(w * h));
         EXPECT_LT(maxDifference(transformed(ozlDCT2D, c, w, OZL_DCT_INVERSE), f), 2e-6 * maxAbs(f));
     }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
 // Each scaling divides its direction(s) by N or sqrt(N); the pairs that
 // multiply to 1/N give the image back, "none" gives N times it.
-TEST(RealFft, Scalings) {
+TEST_F(RealFft, Scalings) {
     const Grid f = randomGrid(12, 10, 5);
     const double n = 120;
     const Grid plain = transformed(ozlRealFft2D, f, 12, OZL_FFT_FORWARD | OZL_FFT_SCALE_NONE);
@@ -92,8 +91,7 @@ TEST(RealFft, Scalings) {
 
 // 8- and 16-bit images come back exactly; the inverse rounds to nearest (ties
 // to even) and saturates.
-TEST(RealFft, IntegerDepths) {
-    ErrorCapture errors;
+TEST_F(RealFft, IntegerDepths) {
     for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U, OZL_DEPTH_16S}) {
         TestImage src(depth, 33, 17), spec(OZL_DEPTH_32F, 33, 17), back(depth, 33, 17);
         src.fillRandom(depth);
@@ -115,14 +113,12 @@ TEST(RealFft, IntegerDepths) {
         ozlRealFft2D(spec, dst, OZL_FFT_INVERSE);
         EXPECT_EQ(gridOf(dst, 4, 2).v, std::vector<double>(8, r.want)) << r.depth << " " << r.dc;
     }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
 // Every processed channel is transformed as a one-channel image would be, bit
 // for bit, in either data order; alpha and the values outside the regions
 // stay; a channel of interest picks one channel.
-TEST(RealFft, ChannelsRegionsAndOrders) {
-    ErrorCapture errors;
+TEST_F(RealFft, ChannelsRegionsAndOrders) {
     const int w = 20, h = 12;
     for (Fft fft : {ozlRealFft2D, ozlCcsFft2D})
         for (int order : {OZL_DATA_ORDER_PIXEL, OZL_DATA_ORDER_PLANE}) {
@@ -153,14 +149,12 @@ TEST(RealFft, ChannelsRegionsAndOrders) {
             EXPECT_EQ(gridOf(back, w, h, 2).v, want.v);
             EXPECT_EQ(gridOf(back, w, h, 0).v, std::vector<double>(w * h, 9));
         }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
 // Tiled sources and destinations, and calls in place (the same header, or two
 // headers over one buffer sharing their origin), give the plain call's values
 // bit for bit.
-TEST(RealFft, TilesAndCallsInPlace) {
-    ErrorCapture errors;
+TEST_F(RealFft, TilesAndCallsInPlace) {
     const int w = 40, h = 24;
     TestImage src(OZL_DEPTH_32F, w, h);
     src.fillRandom(8, -1, 1);
@@ -189,14 +183,12 @@ TEST(RealFft, TilesAndCallsInPlace) {
         fft(&view, shared, OZL_FFT_INVERSE);
         EXPECT_EQ(gridOf(shared, w, h).v, wantBack);
     }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
 // The cosine transform against the direct sum and back; 8U and 16S images
 // come back exactly through 32F coefficients, from plain, multi-channel and
 // tiled images alike.
-TEST(Dct, MatchesTheDirectSumAndComesBack) {
-    ErrorCapture errors;
+TEST_F(Dct, MatchesTheDirectSumAndComesBack) {
     for (const auto& s : {std::pair{1, 1}, {2, 2}, {3, 5}, {8, 8}, {7, 13}, {16, 9}, {17, 3}, {1, 6}, {22, 1}, {33, 20}}) {
         const Grid f = randomGrid(s.first, s.second, 3 + s.first * 7 + s.second);
         const Grid c = transformed(ozlDCT2D, f, f.w, OZL_DCT_FORWARD);
@@ -218,13 +210,11 @@ TEST(Dct, MatchesTheDirectSumAndComesBack) {
             EXPECT_EQ(gridOf(tiledCoef.pixels(), w, h, c).v, gridOf(coef, w, h, c).v);
         }
     }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
 // The packed product of two spectra: every real entry and pair of the layout,
 // in place on a source too.
-TEST(MpyRCPack, ProductsOfPackedSpectra) {
-    ErrorCapture errors;
+TEST_F(MpyRCPack, ProductsOfPackedSpectra) {
     for (const auto& [w, h] : {std::pair{1, 1}, {2, 2}, {5, 4}, {8, 8}, {7, 5}, {16, 9}, {30, 20}, {1, 6}, {6, 1}, {41, 3}})
         for (int flags : {0, OZL_MPY_CONJUGATE}) {
             SCOPED_TRACE(testing::Message() << w << "x" << h << " flags " << flags);
@@ -237,13 +227,11 @@ TEST(MpyRCPack, ProductsOfPackedSpectra) {
             ozlMpyRCPack2D(a, b, a, flags);
             EXPECT_EQ(gridOf(a, w, h).v, gridOf(d, w, h).v);
         }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
 // Forward, product, inverse: the circular convolution (correlation with the
 // conjugate), through a plane-order tiled destination.
-TEST(MpyRCPack, ConvolutionAndCorrelation) {
-    ErrorCapture errors;
+TEST_F(MpyRCPack, ConvolutionAndCorrelation) {
     for (const auto& [w, h] : {std::pair{16, 12}, {9, 7}, {20, 1}})
         for (int flags : {0, OZL_MPY_CONJUGATE}) {
             const Grid f = randomGrid(w, h, 4), g = randomGrid(w, h, 5);
@@ -263,7 +251,6 @@ TEST(MpyRCPack, ConvolutionAndCorrelation) {
                                                                flags ? (j - y + h) % h : (y - j + h) % h);
             EXPECT_LT(relativeError(gridOf(a, w, h), want), 2e-6) << w << "x" << h << " " << flags;
         }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
 }  // namespace

@@ -9,10 +9,19 @@
 #include <random>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "support/error_capture.hpp"
 #include "support/test_image.hpp"
 
 namespace ozl::test {
+
+// A test that must report nothing to the error handler.
+class TransformTest : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_TRUE(errors.empty()) << errors.last(); }
+    ErrorCapture errors;
+};
 
 using Cd = std::complex<double>;
 constexpr double kPi = 3.14159265358979323846;
