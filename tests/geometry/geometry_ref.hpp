@@ -85,19 +85,12 @@ struct Source {
     // Processed channel k of region pixel (x, y), anywhere.
     double pixel(long long x, long long y, int k) const {
         const long long w = r.width, h = r.height;
+        if ((x < 0 || y < 0 || x >= w || y >= h) && !fill) x = std::clamp(x, 0LL, w - 1), y = std::clamp(y, 0LL, h - 1);
         if (x < 0 || y < 0 || x >= w || y >= h) {
-            if (!fill) {
-                x = std::clamp(x, 0LL, w - 1);
-                y = std::clamp(y, 0LL, h - 1);
-            } else {
-                const int side = y < 0 ? 0 : y >= h ? 1 : x < 0 ? 2 : 3;
-                const int mode = im->borderMode[side] & 3;
-                if (mode == 0)
-                    return im->depth == OZL_DEPTH_32F ? static_cast<float>(im->borderConst[0])
-                                                      : im->borderConst[side];
-                x = borderOf(x, w, mode);
-                y = borderOf(y, h, mode);
-            }
+            const int side = y < 0 ? 0 : y >= h ? 1 : x < 0 ? 2 : 3, mode = im->borderMode[side] & 3;
+            if (mode == 0)
+                return im->depth == OZL_DEPTH_32F ? static_cast<float>(im->borderConst[0]) : im->borderConst[side];
+            x = borderOf(x, w, mode), y = borderOf(y, h, mode);
         }
         return valueOf(im, r.x + static_cast<int>(x), r.y + static_cast<int>(y), channels[k]);
     }
@@ -108,12 +101,17 @@ inline Source sourceOf(const OzlImage* im, bool fill = false) {
 }
 
 inline void cubicWeights(double f, double w[4]) {
-    auto k = [](double t) {
-        t = std::fabs(t);
-        return t <= 1 ? 1.5 * t * t * t - 2.5 * t * t + 1
-                      : t < 2 ? -0.5 * t * t * t + 2.5 * t * t - 4 * t + 2 : 0.0;
-    };
-    for (int i = 0; i < 4; ++i) w[i] = k(f + 1 - i);
+    for (int i = 0; i < 4; ++i) {
+        const double t = std::fabs(f + 1 - i);
+        w[i] = t <= 1 ? 1.5 * t * t * t - 2.5 * t * t + 1 : t < 2 ? -0.5 * t * t * t + 2.5 * t * t - 4 * t + 2 : 0.0;
+    }
+}
+
+// The 8U bilinear value of four pixels with weights in 1/2048.
+inline double linear8u(double p00, double p10, double p01, double p11, long long wx, long long wy) {
+    const long long h0 = ((long long)p00 * (2048 - wx) + (long long)p10 * wx + 8) >> 4,
+                    h1 = ((long long)p01 * (2048 - wx) + (long long)p11 * wx + 8) >> 4;
+    return static_cast<double>((h0 * (2048 - wy) + h1 * wy + 131072) >> 18);
 }
 
 // The cubic value of processed channel k with (x0, y0) the pixel at or left of
@@ -146,15 +144,10 @@ inline bool sampleAt(const Source& s, int inter, double sx, double sy, int k, do
     if (inter == OZL_INTER_LINEAR) {
         const double p00 = s.pixel(x0, y0, k), p10 = s.pixel(x0 + 1, y0, k);
         const double p01 = s.pixel(x0, y0 + 1, k), p11 = s.pixel(x0 + 1, y0 + 1, k);
-        if (depth == OZL_DEPTH_8U) {
-            const int wx = static_cast<int>(std::floor(fx * 2048 + 0.5));
-            const int wy = static_cast<int>(std::floor(fy * 2048 + 0.5));
-            const int h0 = (int(p00) * (2048 - wx) + int(p10) * wx + 8) >> 4, h1 = (int(p01) * (2048 - wx) + int(p11) * wx + 8) >> 4;
-            *v = (h0 * (2048 - wy) + h1 * wy + 131072) >> 18;
-            return true;
-        }
         const double h0 = (1 - fx) * p00 + fx * p10, h1 = (1 - fx) * p01 + fx * p11;
-        *v = stored(depth, (1 - fy) * h0 + fy * h1);
+        *v = depth == OZL_DEPTH_8U ? linear8u(p00, p10, p01, p11, std::llround(std::floor(fx * 2048 + 0.5)),
+                                              std::llround(std::floor(fy * 2048 + 0.5)))
+                                   : stored(depth, (1 - fy) * h0 + fy * h1);
         return true;
     }
     *v = cubicAt(s, x0, y0, fx, fy, k);
@@ -176,22 +169,16 @@ inline void expectImage(const TestImage& before, const OzlImage* dst, const Expe
     for (int y = 0; y < dst->height; ++y)
         for (int x = 0; x < dst->width; ++x)
             for (int c = 0; c < dst->nChannels; ++c) {
-                double want = before.at(x, y, c);
                 const auto k = std::find(channels.begin(), channels.end(), c) - channels.begin();
                 const int rx = x - rd.x, ry = y - rd.y;
-                double v;
-                const bool inRegion = rx >= 0 && ry >= 0 && rx < rd.width && ry < rd.height;
-                if (inRegion && k < static_cast<long>(channels.size()) &&
+                double want = before.at(x, y, c), v;
+                if (rx >= 0 && ry >= 0 && rx < rd.width && ry < rd.height && k < static_cast<long>(channels.size()) &&
                     expected(rx, ry, static_cast<int>(k), &v))
                     want = v;
                 const double got = valueOf(dst, x, y, c);
-                const double allowed =
-                    dst->depth == OZL_DEPTH_32F ? tolerance * std::max(1.0, std::fabs(want)) : tolerance;
-                const bool same = got == want || std::fabs(got - want) <= allowed ||
-                                  (got != got && want != want);
-                if (!same && ++failures <= 5)
-                    ADD_FAILURE() << "at (" << x << ", " << y << ") channel " << c << ": " << got
-                                  << ", expected " << want;
+                const double allowed = dst->depth == OZL_DEPTH_32F ? tolerance * std::max(1.0, std::fabs(want)) : tolerance;
+                if (!(got == want || std::fabs(got - want) <= allowed || (got != got && want != want)) && ++failures <= 5)
+                    ADD_FAILURE() << "at (" << x << ", " << y << ") channel " << c << ": " << got << ", expected " << want;
             }
     EXPECT_EQ(failures, 0);
 }

@@ -51,15 +51,9 @@ double resizeRef(const geom::Source& s, int inter, const Factors& f, int x, int 
     }
     const long long x0 = ax.x0(x), y0 = ay.x0(y);
     if (inter == OZL_INTER_LINEAR) {
-        if (depth == OZL_DEPTH_8U) {
-            const long long wx = (ax.rem(x) * 4096 + 2 * ax.num) / (4 * ax.num);
-            const long long wy = (ay.rem(y) * 4096 + 2 * ay.num) / (4 * ay.num);
-            auto h = [&](long long r) {
-                return (static_cast<long long>(s.pixel(x0, r, k)) * (2048 - wx) +
-                        static_cast<long long>(s.pixel(x0 + 1, r, k)) * wx + 8) >> 4;
-            };
-            return static_cast<double>((h(y0) * (2048 - wy) + h(y0 + 1) * wy + 131072) >> 18);
-        }
+        if (depth == OZL_DEPTH_8U)
+            return geom::linear8u(s.pixel(x0, y0, k), s.pixel(x0 + 1, y0, k), s.pixel(x0, y0 + 1, k), s.pixel(x0 + 1, y0 + 1, k),
+                                  (ax.rem(x) * 4096 + 2 * ax.num) / (4 * ax.num), (ay.rem(y) * 4096 + 2 * ay.num) / (4 * ay.num));
         const double fx = ax.frac(x), fy = ay.frac(y);
         const double h0 = (1 - fx) * s.pixel(x0, y0, k) + fx * s.pixel(x0 + 1, y0, k);
         const double h1 = (1 - fx) * s.pixel(x0, y0 + 1, k) + fx * s.pixel(x0 + 1, y0 + 1, k);

@@ -230,16 +230,6 @@ TEST_F(Warp, HelpersAgreeWithEachOther) {
     const double t = 37 * 3.14159265358979323846 / 180;
     EXPECT_NEAR(7.5 * std::cos(t) - 3.25 * std::sin(t) + xs, 7.5, 1e-12);
     EXPECT_NEAR(-7.5 * std::sin(t) - 3.25 * std::cos(t) + ys, -3.25, 1e-12);
-    // The corner pixels of the source land on the quadrangle's vertices.
-    TestImage s(OZL_DEPTH_8U, 31, 21), d(OZL_DEPTH_8U, 60, 40);
-    s.fill(200);
-    const double q[4][2] = {{4, 6}, {50, 2}, {55, 35}, {2, 30}};
-    for (int persp = 0; persp < 2; ++persp) {
-        d.fill(0);
-        persp ? ozlWarpPerspectiveQ(s, d, q, OZL_INTER_NN) : ozlWarpBilinearQ(s, d, q, OZL_INTER_NN);
-        for (const auto& v : q) EXPECT_EQ(d.at(static_cast<int>(v[0]), static_cast<int>(v[1])), 200) << persp;
-        EXPECT_EQ(d.at(0, 39), 0);
-    }
 }
 
 // A rotation whose walk blocks cross the image: masked only where the bit is

@@ -44,6 +44,15 @@ struct Case {
 const std::string kSize = "Regions of srcImage and dstImage differ in size";
 const std::string kCcsSize = "The spectrum region must be 2*(width/2+1) x height of the image region";
 
+// Operand 'a', 'b' or 'd' replaced by an image of another depth, size or channel count.
+auto as(char which, unsigned depth, int w = 8, int h = 6, int nCh = 1) {
+    return [=](Operands& o) {
+        TestImage& im = which == 'a' ? o.a : which == 'b' ? o.b : o.d;
+        im = TestImage(depth, w, h, nCh);
+        (which == 'a' ? o.src : which == 'b' ? o.srcB : o.dst) = im;
+    };
+}
+
 // A tiled source or destination whose first fetch fails.
 auto tiled(bool destination) {
     return [destination](Operands& o) {
@@ -64,40 +73,30 @@ const Case kCases[] = {
     {Fn::Real, F | 16, nullptr, OZL_StsBadArg, "Incorrect flags", 61},
     {Fn::Real, F, [](Operands& o) { o.a.setMask(&o.bits); }, OZL_StsBadArg, "Masks are not supported", 64},
     {Fn::Real, F, [](Operands& o) { o.src = o.bits; }, OZL_StsBadDepth, "(srcImage->depth == OZL_DEPTH_1U)", 67},
-    {Fn::Real, F, [](Operands& o) { o.d = TestImage(OZL_DEPTH_16S, 8, 6); o.dst = o.d; },
-     OZL_StsBadDepth, "(dstImage->depth != OZL_DEPTH_32F)", 69},
-    {Fn::Real, I, [](Operands& o) { o.a = TestImage(OZL_DEPTH_8U, 8, 6); o.src = o.a; },
-     OZL_StsBadDepth, "(srcImage->depth != OZL_DEPTH_32F)", 72},
-    {Fn::Real, I, [](Operands& o) { o.d = TestImage(OZL_DEPTH_1U, 8, 6); o.dst = o.d; },
-     OZL_StsBadDepth, "(dstImage->depth == OZL_DEPTH_1U)", 74},
-    {Fn::Real, F, [](Operands& o) { o.a = TestImage(OZL_DEPTH_32F, 8, 6, 3); o.src = o.a; },
-     OZL_StsBadNumChannels, "Different numbers of channels to transform", 77},
+    {Fn::Real, F, as('d', OZL_DEPTH_16S), OZL_StsBadDepth, "(dstImage->depth != OZL_DEPTH_32F)", 69},
+    {Fn::Real, I, as('a', OZL_DEPTH_8U), OZL_StsBadDepth, "(srcImage->depth != OZL_DEPTH_32F)", 72},
+    {Fn::Real, I, as('d', OZL_DEPTH_1U), OZL_StsBadDepth, "(dstImage->depth == OZL_DEPTH_1U)", 74},
+    {Fn::Real, F, as('a', OZL_DEPTH_32F, 8, 6, 3), OZL_StsBadNumChannels, "Different numbers of channels to transform", 77},
     {Fn::Real, F, [](Operands& o) { o.d.setRoi(0, 0, 0, 7, 6); }, OZL_StsBadROISize, kSize, 80},
     {Fn::Real, I, [](Operands& o) { o.a.setRoi(0, 0, 1, 8, 5); }, OZL_StsBadROISize, kSize, 80},
     {Fn::Real, F, tiled(false), OZL_StsError, "Error get tile to read", 99},
     {Fn::Real, F, tiled(true), OZL_StsError, "Error get tile to write", 101},
     // ozlCcsFft2D, "ozlfft": the spectrum is 2 (w/2 + 1) wide. The checks it
     // shares with ozlRealFft2D are replayed below.
-    {Fn::Ccs, I, [](Operands& o) { o.a = TestImage(OZL_DEPTH_32F, 10, 5); o.src = o.a; },
-     OZL_StsBadROISize, kCcsSize, 180},
+    {Fn::Ccs, I, as('a', OZL_DEPTH_32F, 10, 5), OZL_StsBadROISize, kCcsSize, 180},
     {Fn::Ccs, F, nullptr, OZL_StsBadROISize, kCcsSize, 180},
     // ozlDCT2D, "ozldct": flags are a direction alone.
-    {Fn::Dct, OZL_DCT_FORWARD | OZL_FFT_SCALE_NONE, [](Operands& o) { o.d.setMask(&o.bits); },
-     OZL_StsBadArg, "Incorrect flags", 49},
+    {Fn::Dct, OZL_DCT_FORWARD | OZL_FFT_SCALE_NONE, [](Operands& o) { o.d.setMask(&o.bits); }, OZL_StsBadArg, "Incorrect flags", 49},
     {Fn::Dct, OZL_DCT_FORWARD, [](Operands& o) { o.d.setRoi(0, 1, 0, 7, 6); }, OZL_StsBadROISize, kSize, 68},
     // ozlMpyRCPack2D, "ozlmpyrc"
     {Fn::Mpy, 0, [](Operands& o) { o.srcB = nullptr; }, OZL_StsHeaderIsNull, "Incorrect Image", 41},
     {Fn::Mpy, 2, nullptr, OZL_StsBadArg, "Incorrect flags", 44},
     {Fn::Mpy, 0, [](Operands& o) { o.b.setMask(&o.bits); }, OZL_StsBadArg, "Masks are not supported", 47},
     {Fn::Mpy, 0, [](Operands& o) { o.src = o.bits; }, OZL_StsBadDepth, "(srcImageA->depth != OZL_DEPTH_32F)", 50},
-    {Fn::Mpy, 0, [](Operands& o) { o.b = TestImage(OZL_DEPTH_8U, 8, 6); o.srcB = o.b; },
-     OZL_StsBadDepth, "(srcImageB->depth != OZL_DEPTH_32F)", 51},
-    {Fn::Mpy, 0, [](Operands& o) { o.d = TestImage(OZL_DEPTH_16U, 8, 6); o.dst = o.d; },
-     OZL_StsBadDepth, "(dstImage->depth != OZL_DEPTH_32F)", 52},
-    {Fn::Mpy, 0, [](Operands& o) { o.b = TestImage(OZL_DEPTH_32F, 8, 6, 2); o.srcB = o.b; },
-     OZL_StsBadNumChannels, "Different numbers of channels to multiply", 55},
-    {Fn::Mpy, 0, [](Operands& o) { o.b.setRoi(0, 0, 0, 8, 5); }, OZL_StsBadROISize,
-     "Regions of the images differ in size", 58},
+    {Fn::Mpy, 0, as('b', OZL_DEPTH_8U), OZL_StsBadDepth, "(srcImageB->depth != OZL_DEPTH_32F)", 51},
+    {Fn::Mpy, 0, as('d', OZL_DEPTH_16U), OZL_StsBadDepth, "(dstImage->depth != OZL_DEPTH_32F)", 52},
+    {Fn::Mpy, 0, as('b', OZL_DEPTH_32F, 8, 6, 2), OZL_StsBadNumChannels, "Different numbers of channels to multiply", 55},
+    {Fn::Mpy, 0, [](Operands& o) { o.b.setRoi(0, 0, 0, 8, 5); }, OZL_StsBadROISize, "Regions of the images differ in size", 58},
     {Fn::Mpy, 0, tiled(false), OZL_StsError, "Error get tile to read", 72},
     {Fn::Mpy, 0, tiled(true), OZL_StsError, "Error get tile to write", 74},
 };
