@@ -205,10 +205,8 @@ TEST_F(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
             SCOPED_TRACE(testing::Message() << c.name << " depth 0x" << std::hex << depth);
             const char *srcModel = c.fromRgb ? "RGB" : c.model, *dstModel = c.fromRgb ? c.model : "RGB";
             Pair plain = pairFor(c, depth, w, h), bgr = pairFor(c, depth, w, h);
-            if (depth == k32F)
-                plain.src.fillRandom(++seed, c.fromRgb || c.model[0] != 'L' ? 0.0 : -50.0, c.fromRgb ? 1.0 : 100.0);
-            else
-                plain.src.fillRandom(++seed);
+            const bool f = depth == k32F;  // floats: RGB on 0..1, L*u*v* on -50..100, other models on 0..100
+            plain.src.fillRandom(++seed, f && !c.fromRgb && c.model[0] == 'L' ? -50.0 : 0, f ? (c.fromRgb ? 1.0 : 100.0) : 0);
             c.fn(plain.src, plain.dst);
             setNames(c.fromRgb ? bgr.src : bgr.dst, "RGB", "BGR");  // first and third channels trade places
             Pair planes = pairFor(c, depth, w, h, OZL_DATA_ORDER_PLANE);
@@ -217,8 +215,7 @@ TEST_F(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
                       smallDst = namedImage(dstModel, depth, w, h), fromTiles = namedImage(dstModel, depth, w, h);
             four.fillRandom(seed + 100), smallDst.fillRandom(seed + 200);
             const TestImage smallBefore = smallDst.clone();
-            TiledImage tiledSrc(depth, w, h, 3, OZL_DATA_ORDER_PIXEL, 8, 8);
-            TiledImage tiledDst(depth, w, h, 3, OZL_DATA_ORDER_PIXEL, 16, 8);
+            TiledImage tiledSrc(depth, w, h, 3, OZL_DATA_ORDER_PIXEL, 8, 8), tiledDst(depth, w, h, 3, OZL_DATA_ORDER_PIXEL, 16, 8);
             setNames(tiledSrc, srcModel, srcModel), setNames(tiledDst, dstModel, dstModel);
             forEachValue(plain.src, [&](int x, int y, int ch) {
                 const double v = plain.src.at(x, y, ch);
@@ -226,12 +223,9 @@ TEST_F(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
                 four.put(x, y, ch, v), tiledSrc.pixels().put(x, y, ch, v);
                 if (x < w - 6 && y < h - 2) small.put(x, y, ch, v);
             });
-            c.fn(bgr.src, bgr.dst);
-            c.fn(planes.src, planes.dst);
-            c.fn(four, fourDst);
-            c.fn(small, smallDst);
-            c.fn(tiledSrc, fromTiles);
-            c.fn(plain.src, tiledDst);
+            for (auto [s, d] : {std::pair<OzlImage*, OzlImage*>{bgr.src, bgr.dst}, {planes.src, planes.dst}, {four, fourDst},
+                                {small, smallDst}, {tiledSrc, fromTiles}, {plain.src, tiledDst}})
+                c.fn(s, d);
             forEachValue(plain.dst, [&](int x, int y, int ch) {
                 const double v = plain.dst.at(x, y, ch);
                 ASSERT_EQ(bgr.dst.at(x, y, c.fromRgb ? ch : 2 - ch), v) << "BGR " << x << "," << y;

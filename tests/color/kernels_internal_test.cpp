@@ -121,8 +121,7 @@ TEST_P(ColorKernel, MatchesScalarTableOnRandomRows) {
                 outR.view.data = reinterpret_cast<char*>(outR.bytes.data()) + (outV.view.data - (char*)outV.bytes.data());
                 const void* context = contexts.make(kc.kind, rng);
                 const RowView srcRows[ozl::core::kMaxSources] = {src.view};
-                vec(srcRows, outV.view, n, context);
-                ref(srcRows, outR.view, n, context);
+                vec(srcRows, outV.view, n, context), ref(srcRows, outR.view, n, context);
                 ASSERT_EQ(outV.bytes, outR.bytes) << kc.name << " n=" << n << " src stride " << ss << " dst stride "
                                                   << ds << " first differing byte "
                                                   << ozl::test::firstDifference(outV.bytes, outR.bytes);
