@@ -4,47 +4,23 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <string>
 #include <vector>
 
-#include "ozl.h"
-#include "support/error_capture.hpp"
-#include "support/test_image.hpp"
+#include "color/color_check.hpp"
 
 namespace {
 
-using ozl::test::ErrorCapture;
-using ozl::test::ErrorReport;
-using ozl::test::expectRefused;
-using ozl::test::TestImage;
-using ozl::test::TiledImage;
+using namespace ozl::test;
+using ColorConvert = ColorTest;
 
 using Convert = void(OZL_CALL*)(OzlImage*, OzlImage*);
-
 constexpr unsigned k8U = OZL_DEPTH_8U, k16U = OZL_DEPTH_16U, k32S = OZL_DEPTH_32S,
                    k32F = OZL_DEPTH_32F, k8S = OZL_DEPTH_8S, k16S = OZL_DEPTH_16S;
 
-void setNames(OzlImage* im, const char* model, const char* seq) {
-    std::memset(im->colorModel, 0, 4);
-    std::memset(im->channelSeq, 0, 4);
-    std::memcpy(im->colorModel, model, std::min<size_t>(4, std::strlen(model)));
-    std::memcpy(im->channelSeq, seq, std::min<size_t>(4, std::strlen(seq)));
-}
-
-// An image of the given model ("RGB" with channelSeq "RGB" for the RGB side).
-TestImage imageOf(const char* model, unsigned depth, int w, int h, int nCh = 3,
-                  int order = OZL_DATA_ORDER_PIXEL, bool alpha = false) {
-    TestImage im(depth, w, h, nCh, order, alpha);
-    setNames(im, model, model);
-    return im;
-}
-
 struct Conversion {
     Convert fn;
-    const char* name;
-    const char* model;  // the other side's name
+    const char *name, *model;  // model: the other side's name
     bool fromRgb;
     const char* module;
     std::vector<unsigned> depths;
@@ -54,20 +30,19 @@ struct Conversion {
 const char* const kFour = "Error input depth. 32F, 32S ,16U,8U are valid now";
 const char* const kHue = "Error input depth. 32S,16U,8U are valid now";
 const char* const kF32 = "Error input depth. 32F is valid now";
-const std::vector<unsigned> kAllFour = {k8U, k16U, k32S, k32F};
-const std::vector<unsigned> kHueDepths = {k8U, k16U, k32S};
+const std::vector<unsigned> kAll = {k8U, k16U, k32S, k32F}, kHueDepths = {k8U, k16U, k32S};
 
 const Conversion kConversions[] = {
     {ozlRGB2HSV, "ozlRGB2HSV", "HSV", true, "ownhsv", kHueDepths, kHue},
     {ozlHSV2RGB, "ozlHSV2RGB", "HSV", false, "ownhsv", kHueDepths, kHue},
     {ozlRGB2HLS, "ozlRGB2HLS", "HLS", true, "ownhls", kHueDepths, kHue},
     {ozlHLS2RGB, "ozlHLS2RGB", "HLS", false, "ownhls", kHueDepths, kHue},
-    {ozlRGB2XYZ, "ozlRGB2XYZ", "XYZ", true, "ownxyz", kAllFour, kFour},
-    {ozlXYZ2RGB, "ozlXYZ2RGB", "XYZ", false, "ownxyz", kAllFour, kFour},
-    {ozlRGB2YUV, "ozlRGB2YUV", "YUV", true, "ownyuv", kAllFour, kFour},
-    {ozlYUV2RGB, "ozlYUV2RGB", "YUV", false, "ownyuv", kAllFour, kFour},
-    {ozlRGB2YCrCb, "ozlRGB2YCrCb", "YCr", true, "ownycrcb", kAllFour, kFour},
-    {ozlYCrCb2RGB, "ozlYCrCb2RGB", "YCr", false, "ownycrcb", kAllFour, kFour},
+    {ozlRGB2XYZ, "ozlRGB2XYZ", "XYZ", true, "ownxyz", kAll, kFour},
+    {ozlXYZ2RGB, "ozlXYZ2RGB", "XYZ", false, "ownxyz", kAll, kFour},
+    {ozlRGB2YUV, "ozlRGB2YUV", "YUV", true, "ownyuv", kAll, kFour},
+    {ozlYUV2RGB, "ozlYUV2RGB", "YUV", false, "ownyuv", kAll, kFour},
+    {ozlRGB2YCrCb, "ozlRGB2YCrCb", "YCr", true, "ownycrcb", kAll, kFour},
+    {ozlYCrCb2RGB, "ozlYCrCb2RGB", "YCr", false, "ownycrcb", kAll, kFour},
     {ozlYCC2RGB, "ozlYCC2RGB", "YCC", false, "ownycc", {k8U}, "Error input depth. 8U is valid now"},
     {ozlRGB2LUV, "ozlRGB2LUV", "LUV", true, "ownluv", {k32F}, kF32},
     {ozlLUV2RGB, "ozlLUV2RGB", "LUV", false, "ownluv", {k32F}, kF32},
@@ -85,92 +60,48 @@ const Conversion& conversion(const char* name) {
 struct Pair {
     TestImage src, dst;
 };
-Pair pairFor(const Conversion& c, unsigned depth, int w = 7, int h = 3,
-             int order = OZL_DATA_ORDER_PIXEL) {
-    return {imageOf(c.fromRgb ? "RGB" : c.model, depth, w, h, 3, order),
-            imageOf(c.fromRgb ? c.model : "RGB", depth, w, h, 3, order)};
+Pair pairFor(const Conversion& c, unsigned depth, int w = 7, int h = 3, int order = OZL_DATA_ORDER_PIXEL) {
+    return {namedImage(c.fromRgb ? "RGB" : c.model, depth, w, h, 3, order),
+            namedImage(c.fromRgb ? c.model : "RGB", depth, w, h, 3, order)};
 }
 
-// ---------------------------------------------------------------------------
 // Values: RGB sides in R, G, B order, computed by a separate implementation of
-// the formulas (the documented ones and the choices stated in the header).
-
+// the formulas (a sample of each path, the saturating ones kept), over a vector
+// block and a tail.
 struct Golden {
-    const char* fn;  // the conversion's name
+    const char* fn;
     unsigned depth;
     double in[3], out[3];
 };
 
-TEST(ColorConvert, GivesTheFormulasValuesAtEveryIntegerDepth) {
+TEST_F(ColorConvert, GivesTheFormulasValues) {
     const Golden cases[] = {
-        {"ozlRGB2YUV", k8U, {10, 200, 30}, {123, 80, 26}},
-        {"ozlYUV2RGB", k8U, {10, 200, 30}, {0, 37, 159}},
-        {"ozlRGB2YCrCb", k8U, {10, 200, 30}, {124, 74, 46}},
-        {"ozlYCrCb2RGB", k8U, {10, 200, 30}, {0, 55, 138}},
-        {"ozlRGB2XYZ", k8U, {10, 200, 30}, {81, 147, 53}},
-        {"ozlXYZ2RGB", k8U, {10, 200, 30}, {0, 255, 0}},
-        {"ozlRGB2HSV", k8U, {10, 200, 30}, {63, 242, 200}},
-        {"ozlRGB2HLS", k8U, {10, 200, 30}, {63, 105, 230}},
-        {"ozlRGB2YUV", k8U, {40, 90, 250}, {93, 203, 80}},
-        {"ozlYUV2RGB", k8U, {40, 90, 250}, {179, 0, 0}},
-        {"ozlRGB2YCrCb", k8U, {40, 90, 250}, {93, 216, 90}},
-        {"ozlYCrCb2RGB", k8U, {40, 90, 250}, {211, 0, 0}},
-        {"ozlRGB2XYZ", k8U, {40, 90, 250}, {94, 91, 249}},
-        {"ozlXYZ2RGB", k8U, {40, 90, 250}, {0, 140, 248}},
-        {"ozlRGB2HSV", k8U, {40, 90, 250}, {112, 214, 250}},
-        {"ozlRGB2HLS", k8U, {40, 90, 250}, {112, 145, 243}},
-        {"ozlHSV2RGB", k8U, {45, 128, 255}, {192, 255, 128}},
-        {"ozlHLS2RGB", k8U, {45, 128, 255}, {129, 255, 1}},
-        {"ozlHSV2RGB", k8U, {200, 255, 255}, {255, 1, 87}},
-        {"ozlHLS2RGB", k8U, {200, 255, 255}, {255, 255, 255}},
+        {"ozlRGB2YUV", k8U, {10, 200, 30}, {123, 80, 26}}, {"ozlYUV2RGB", k8U, {10, 200, 30}, {0, 37, 159}},
+        {"ozlRGB2YCrCb", k8U, {10, 200, 30}, {124, 74, 46}}, {"ozlYCrCb2RGB", k8U, {10, 200, 30}, {0, 55, 138}},
+        {"ozlRGB2XYZ", k8U, {10, 200, 30}, {81, 147, 53}}, {"ozlXYZ2RGB", k8U, {10, 200, 30}, {0, 255, 0}},
+        {"ozlRGB2HSV", k8U, {10, 200, 30}, {63, 242, 200}}, {"ozlRGB2HLS", k8U, {10, 200, 30}, {63, 105, 230}},
+        {"ozlYUV2RGB", k8U, {40, 90, 250}, {179, 0, 0}}, {"ozlYCrCb2RGB", k8U, {40, 90, 250}, {211, 0, 0}},
+        {"ozlHSV2RGB", k8U, {45, 128, 255}, {192, 255, 128}}, {"ozlHLS2RGB", k8U, {45, 128, 255}, {129, 255, 1}},
+        {"ozlHSV2RGB", k8U, {200, 255, 255}, {255, 1, 87}}, {"ozlHLS2RGB", k8U, {200, 255, 255}, {255, 255, 255}},
         {"ozlYCC2RGB", k8U, {100, 156, 137}, {136, 136, 136}},
+        {"ozlRGB2YUV", k8U, {93, 93, 93}, {93, 127, 127}},  // greys: centred chroma, no hue or saturation
+        {"ozlRGB2HSV", k8U, {93, 93, 93}, {0, 0, 93}}, {"ozlHSV2RGB", k8U, {0, 0, 93}, {93, 93, 93}},
+        {"ozlHSV2RGB", k8U, {0, 200, 200}, {200, 45, 44}},
+        {"ozlHSV2RGB", k8U, {180, 200, 200}, {200, 45, 44}},  // hue 180 is red like hue 0
         {"ozlYCC2RGB", k8U, {180, 60, 200}, {255, 227, 32}},
-        {"ozlRGB2YUV", k16U, {2570, 51400, 7710}, {31819, 20934, 7007}},
-        {"ozlYUV2RGB", k16U, {2570, 51400, 7710}, {0, 9682, 40642}},
-        {"ozlRGB2YCrCb", k16U, {2570, 51400, 7710}, {31818, 19163, 11904}},
         {"ozlYCrCb2RGB", k16U, {2570, 51400, 7710}, {0, 14053, 35585}},
-        {"ozlRGB2XYZ", k16U, {2570, 51400, 7710}, {20831, 37862, 13502}},
         {"ozlXYZ2RGB", k16U, {10280, 23130, 64250}, {0, 36098, 63785}},
         {"ozlRGB2HSV", k16U, {10280, 23130, 64250}, {112, 55049, 64250}},
         {"ozlRGB2HLS", k16U, {2570, 51400, 7710}, {63, 26985, 59293}},
         {"ozlHSV2RGB", k16U, {45, 32896, 65535}, {49152, 65535, 32640}},
         {"ozlHLS2RGB", k16U, {45, 32896, 65535}, {33024, 65535, 257}},
-        {"ozlRGB2YUV", k32S, {83886080, 1677721600, 251658240}, {1038593556, -386211512, -840790180}},
         {"ozlYUV2RGB", k32S, {83886080, 1677721600, 251658240}, {368172612, -725887047, 2147483647}},
-        {"ozlRGB2YCrCb",
-         k32S,
-         {335544320, 754974720, 2097152000},
-         {782573240, 741861682, -318850869}},
-        {"ozlYCrCb2RGB",
-         k32S,
-         {83886080, 1677721600, 251658240},
-         {436710932, -673197108, 2147483647}},
-        {"ozlRGB2XYZ", k32S, {335544320, 754974720, 2097152000}, {786734577, 762637630, 2089245569}},
+        {"ozlYCrCb2RGB", k32S, {83886080, 1677721600, 251658240}, {436710932, -673197108, 2147483647}},
         {"ozlXYZ2RGB", k32S, {83886080, 1677721600, 251658240}, {-2147483648, 2147483647, -71578230}},
         {"ozlRGB2HSV", k32S, {335544320, 754974720, 2097152000}, {112, 1803886263, 2097152000}},
         {"ozlRGB2HLS", k32S, {83886080, 1677721600, 251658240}, {63, 880803840, 1942961394}},
         {"ozlHSV2RGB", k32S, {200, 2139095040, 2139095040}, {2139095040, 8355840, 724151040}},
         {"ozlHLS2RGB", k32S, {45, 1073741824, 2139095040}, {1077919745, 2143289344, 4194305}},
-    };
-    ErrorCapture errors;
-    for (const Golden& g : cases) {
-        const Conversion& c = conversion(g.fn);
-        SCOPED_TRACE(testing::Message() << c.name << " depth 0x" << std::hex << g.depth);
-        Pair p = pairFor(c, g.depth, 37, 2);  // a vector block and a tail
-        for (int y = 0; y < 2; ++y)
-            for (int x = 0; x < 37; ++x)
-                for (int ch = 0; ch < 3; ++ch) p.src.put(x, y, ch, g.in[ch]);
-        c.fn(p.src, p.dst);
-        for (int y = 0; y < 2; ++y)
-            for (int x = 0; x < 37; ++x)
-                for (int ch = 0; ch < 3; ++ch)
-                    ASSERT_EQ(p.dst.at(x, y, ch), g.out[ch]) << x << "," << y;
-    }
-    EXPECT_TRUE(errors.empty());
-}
-
-TEST(ColorConvert, GivesTheFormulasValuesOnFloats) {
-    const Golden cases[] = {
         {"ozlRGB2YUV", k32F, {0.25, 0.5, 1}, {0.48225, 0.2535, -0.20425}},
         {"ozlYUV2RGB", k32F, {0.48225, 0.2538, -0.20275}, {0.25170, 0.49901, 1.00061}},
         {"ozlRGB2YCrCb", k32F, {0.25, 0.5, 1}, {0.48225, 0.29218, -0.16566}},
@@ -178,134 +109,80 @@ TEST(ColorConvert, GivesTheFormulasValuesOnFloats) {
         {"ozlRGB2XYZ", k32F, {0.25, 0.5, 1}, {0.46233, 0.48292, 1.01466}},
         {"ozlXYZ2RGB", k32F, {0.950456, 1, 1.088754}, {1, 1, 1}},
         {"ozlRGB2LUV", k32F, {1, 0, 0}, {53.2406, 175.0213, 37.7675}},
-        {"ozlRGB2LUV", k32F, {0.2, 0.5, 0.9}, {73.8731, -29.7352, -53.9483}},
         {"ozlRGB2LUV", k32F, {0.005, 0.005, 0.005}, {4.5165, 0.0006, 0.0013}},  // the linear segment
-        {"ozlRGB2LUV", k32F, {0, 0, 0}, {0, 0, 0}},
-        {"ozlLUV2RGB", k32F, {53.2406, 175.0213, 37.7675}, {1, 0, 0}},
+        {"ozlRGB2LUV", k32F, {0, 0, 0}, {0, 0, 0}}, {"ozlLUV2RGB", k32F, {53.2406, 175.0213, 37.7675}, {1, 0, 0}},
         {"ozlLUV2RGB", k32F, {0, 10, 10}, {0, 0, 0}},
     };
     for (const Golden& g : cases) {
         const Conversion& c = conversion(g.fn);
-        Pair p = pairFor(c, k32F, 19, 1);
-        for (int x = 0; x < 19; ++x)
-            for (int ch = 0; ch < 3; ++ch) p.src.put(x, 0, ch, g.in[ch]);
+        SCOPED_TRACE(testing::Message() << c.name << " depth 0x" << std::hex << g.depth);
+        Pair p = pairFor(c, g.depth, 37, 2);
+        forEachValue(p.src, [&](int x, int y, int ch) { p.src.put(x, y, ch, g.in[ch]); });
         c.fn(p.src, p.dst);
-        for (int x = 0; x < 19; ++x)
-            for (int ch = 0; ch < 3; ++ch)
-                ASSERT_NEAR(p.dst.at(x, 0, ch), g.out[ch], 2e-4) << c.name << " channel " << ch;
+        forEachValue(p.dst, [&](int x, int y, int ch) {
+            if (g.depth == k32F) ASSERT_NEAR(p.dst.at(x, y, ch), g.out[ch], 2e-4) << x << "," << y;
+            else ASSERT_EQ(p.dst.at(x, y, ch), g.out[ch]) << x << "," << y;
+        });
     }
 }
-
-// YUV of a grey is centred on 127; HSV of a grey has no saturation or hue and
-// comes back grey; hue 180 is red like hue 0.
-TEST(ColorConvert, KeepsTheDocumentedEdgeCases) {
-    Pair yuv = pairFor(conversion("ozlRGB2YUV"), k8U, 70, 1);
-    Pair hsv = pairFor(conversion("ozlRGB2HSV"), k8U, 70, 1);
-    for (int x = 0; x < 70; ++x)
-        for (int ch = 0; ch < 3; ++ch) yuv.src.put(x, 0, ch, x * 3), hsv.src.put(x, 0, ch, x * 3);
-    ozlRGB2YUV(yuv.src, yuv.dst);
-    ozlRGB2HSV(hsv.src, hsv.dst);
-    TestImage back = imageOf("RGB", k8U, 70, 1);
-    ozlHSV2RGB(hsv.dst, back);
-    for (int x = 0; x < 70; ++x) {
-        EXPECT_EQ(yuv.dst.at(x, 0, 1), 127);
-        EXPECT_EQ(yuv.dst.at(x, 0, 2), 127);
-        EXPECT_EQ(hsv.dst.at(x, 0, 0), 0);
-        EXPECT_EQ(hsv.dst.at(x, 0, 1), 0);
-        for (int ch = 0; ch < 3; ++ch) EXPECT_EQ(back.at(x, 0, ch), x * 3);
-    }
-    Pair red = pairFor(conversion("ozlHSV2RGB"), k8U, 2, 1);
-    for (int ch = 0; ch < 3; ++ch)
-        red.src.put(0, 0, ch, ch ? 200 : 0), red.src.put(1, 0, ch, ch ? 200 : 180);
-    ozlHSV2RGB(red.src, red.dst);
-    for (int ch = 0; ch < 3; ++ch) EXPECT_EQ(red.dst.at(1, 0, ch), red.dst.at(0, 0, ch));
-    EXPECT_EQ(red.dst.at(0, 0, 0), 200);
-}
-
-// ---------------------------------------------------------------------------
-// Refusals.
-
-using Change = void (*)(OzlImage* src, OzlImage* dst);
-
-struct Refusal {
-    const char* fn;  // the conversion's name
-    Change setup;
-    OzlStatus status;
-    const char* message;
-    const char* module;
-    int line;
-};
 
 OzlROI gWholeRoi{0, 0, 0, 7, 3};
 
-TEST(ColorConvert, RefusesInTheDocumentedOrder) {
-    const Refusal cases[] = {
-        {"ozlRGB2HSV", [](OzlImage* s, OzlImage*) { s->nChannels = 0; }, -15, "Incorrect Image",
-         "ozlcolor", 51},
-        {"ozlRGB2HSV", [](OzlImage*, OzlImage* d) { d->align = 3; }, -21, "Incorrect Image",
-         "ozlcolor", 52},
+TEST_F(ColorConvert, RefusesInTheDocumentedOrder) {
+    const struct {
+        const char* fn;
+        Change setup;
+        OzlStatus status;
+        const char *message, *module;
+        int line;
+    } cases[] = {
+        {"ozlRGB2HSV", [](OzlImage* s, OzlImage*) { s->nChannels = 0; }, -15, "Incorrect Image", "ozlcolor", 51},
+        {"ozlRGB2HSV", [](OzlImage*, OzlImage* d) { d->align = 3; }, -21, "Incorrect Image", "ozlcolor", 52},
         {"ozlRGB2HSV", [](OzlImage* s, OzlImage*) { setNames(s, "HSV", "RGB"); }, -5,
          "colorModel must be RGB instead of HSV ", "owncolor", 58},
         {"ozlRGB2HSV", [](OzlImage* s, OzlImage*) { setNames(s, "rgbA", "RGB"); }, -5,
          "colorModel must be RGB instead of rgbA ", "owncolor", 58},
         {"ozlRGB2YUV", [](OzlImage* s, OzlImage*) { setNames(s, "RGB", "GRB"); }, -5,
          "channelSeq must be RGB or BGR instead of GRB ", "owncolor", 61},
-        {"ozlHSV2RGB",
-         [](OzlImage*, OzlImage* d) {
-             setNames(d, "RGBA", "RGBA");
-             setNames(d, "RGB ", "RBG");
-         },
-         -5, "channelSeq must be RGB or BGR instead of RBG ", "owncolor", 61},
-        {"ozlHSV2RGB",
-         [](OzlImage* s, OzlImage* d) {
-             setNames(d, "XYZ", "BGR");
-             setNames(s, "XYZ", "XYZ");
-         },
-         -5, "colorModel must be RGB instead of XYZ ", "owncolor", 58},
+        {"ozlHSV2RGB", [](OzlImage*, OzlImage* d) { setNames(d, "RGBA", "RGBA"), setNames(d, "RGB ", "RBG"); }, -5,
+         "channelSeq must be RGB or BGR instead of RBG ", "owncolor", 61},
+        {"ozlHSV2RGB", [](OzlImage* s, OzlImage* d) { setNames(d, "XYZ", "BGR"), setNames(s, "XYZ", "XYZ"); }, -5,
+         "colorModel must be RGB instead of XYZ ", "owncolor", 58},
         {"ozlHSV2RGB", [](OzlImage* s, OzlImage*) { setNames(s, "HSL", "HSV"); }, -5,
          "src-> colorModel must be HSV instead of HSL", "owncolor", 78},
         {"ozlYCrCb2RGB", [](OzlImage* s, OzlImage*) { setNames(s, "YCrCb", "YCbC"); }, -5,
          "src-> channelSeq must be YCr instead of YCbC", "owncolor", 81},
-        {"ozlRGB2XYZ", [](OzlImage* s, OzlImage*) { s->roi = &gWholeRoi; }, -5,
-         "src & dst roi must be NULL", "owncolor", 120},
-        {"ozlXYZ2RGB", [](OzlImage*, OzlImage* d) { d->roi = &gWholeRoi; }, -5,
-         "src & dst roi must be NULL", "owncolor", 120},
+        {"ozlRGB2XYZ", [](OzlImage* s, OzlImage*) { s->roi = &gWholeRoi; }, -5, "src & dst roi must be NULL",
+         "owncolor", 120},
+        {"ozlXYZ2RGB", [](OzlImage*, OzlImage* d) { d->roi = &gWholeRoi; }, -5, "src & dst roi must be NULL",
+         "owncolor", 120},
         {"ozlYUV2RGB", [](OzlImage* s, OzlImage* d) { s->depth = k16U, d->nChannels = 4; }, -5,
          "src1->depth != src2->depth", "owncolor", 134},
-        {"ozlRGB2HSV", [](OzlImage* s, OzlImage*) { s->nChannels = 2; }, -5, nullptr, "owncolor",
-         138},
-        {"ozlRGB2HSV", [](OzlImage*, OzlImage* d) { d->nChannels = 4; }, -5, nullptr, "owncolor",
-         138},
+        {"ozlRGB2HSV", [](OzlImage* s, OzlImage*) { s->nChannels = 2; }, -5, nullptr, "owncolor", 138},
+        {"ozlRGB2HSV", [](OzlImage*, OzlImage* d) { d->nChannels = 4; }, -5, nullptr, "owncolor", 138},
         {"ozlRGB2HLS", [](OzlImage* s, OzlImage*) { s->depth = k16U; }, -5, nullptr, "owncolor", 138},
-        {"ozlRGB2YCrCb", [](OzlImage* s, OzlImage*) { s->dataOrder = 1; }, -5, nullptr, "owncolor",
-         138},
+        {"ozlRGB2YCrCb", [](OzlImage* s, OzlImage*) { s->dataOrder = 1; }, -5, nullptr, "owncolor", 138},
         {"ozlLUV2RGB", [](OzlImage* s, OzlImage*) { s->origin = 1; }, -5, nullptr, "owncolor", 138},
-        {"ozlRGB2HSV", [](OzlImage* s, OzlImage* d) { s->depth = d->depth = k8S; }, -5, kHue,
-         "ownhsv", 41},
+        {"ozlRGB2HSV", [](OzlImage* s, OzlImage* d) { s->depth = d->depth = k8S; }, -5, kHue, "ownhsv", 41},
     };
     const char* shape =
         "(src->nChannels < 3 ) || (dst->nChannels != 3 ) || (src->depth != dst->depth) || "
         "(src->dataOrder != dst->dataOrder) || (src->origin != dst->origin)";
     ErrorCapture errors;
-    for (const Refusal& r : cases) {
+    for (const auto& r : cases) {
         const Conversion& c = conversion(r.fn);
-        const unsigned depth = c.depths.front();
-        Pair p = pairFor(c, depth);
+        Pair p = pairFor(c, c.depths.front());
         p.dst.fillRandom(3);
-        const auto before = p.dst.bytes();
-        OzlImage src = *p.src.get(), dst = *p.dst.get();  // changed copies over the same pixels
-        r.setup(&src, &dst);
-        c.fn(&src, &dst);
-        expectRefused(errors, p.dst, before,
-                      {r.status, c.name, r.message ? r.message : shape, r.module, r.line});
+        refuseOnCopies(errors, p.src, p.dst, r.setup, [&](OzlImage* s, OzlImage* d) { c.fn(s, d); },
+                       {r.status, c.name, r.message ? r.message : shape, r.module, r.line});
     }
     ozlRGB2HSV(nullptr, nullptr);
     EXPECT_EQ(errors.last(), (ErrorReport{-9, "ozlRGB2HSV", "Incorrect Image", "ozlcolor", 51}));
 }
 
-// Each conversion reports the depths it does not take from its own module,
-// at its direction's line, before writing anything.
-TEST(ColorConvert, ReportsEveryDepthItDoesNotTake) {
+// Each conversion reports the depths it does not take from its own module, at
+// its direction's line.
+TEST_F(ColorConvert, ReportsEveryDepthItDoesNotTake) {
     ErrorCapture errors;
     for (const Conversion& c : kConversions)
         for (unsigned depth : {k8U, k8S, k16U, k16S, k32S, k32F}) {
@@ -313,108 +190,64 @@ TEST(ColorConvert, ReportsEveryDepthItDoesNotTake) {
             Pair p = pairFor(c, depth);
             const auto before = p.dst.bytes();
             c.fn(p.src, p.dst);
-            expectRefused(errors, p.dst, before,
-                          {-5, c.name, c.depthMessage, c.module, c.fromRgb ? 41 : 97});
+            expectRefused(errors, p.dst, before, {-5, c.name, c.depthMessage, c.module, c.fromRgb ? 41 : 97});
         }
 }
 
-// ---------------------------------------------------------------------------
-// Layouts, channel order, overlap, tiles: every conversion at every depth it
-// takes, against the plain pixel-order result.
-
-void fillSource(TestImage& im, const Conversion& c, unsigned depth, uint32_t seed) {
-    if (depth == k32F)
-        return im.fillRandom(seed, c.fromRgb || c.model[0] != 'L' ? 0.0 : -50.0,
-                             c.fromRgb ? 1.0 : 100.0);
-    im.fillRandom(seed);
-}
-
-TEST(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
-    ErrorCapture errors;
+// Every conversion at every depth it takes, against the plain pixel-order
+// result: BGR, plane order, a four-channel source with alpha, a smaller source
+// (only the overlap converts), a tiled source and a tiled destination.
+TEST_F(ColorConvert, AgreesAcrossChannelOrdersLayoutsAndTiles) {
     uint32_t seed = 0;
+    const int w = 45, h = 5;
     for (const Conversion& c : kConversions)
         for (unsigned depth : c.depths) {
             SCOPED_TRACE(testing::Message() << c.name << " depth 0x" << std::hex << depth);
-            const int w = 45, h = 5;
-            Pair plain = pairFor(c, depth, w, h);
-            fillSource(plain.src, c, depth, ++seed);
+            const char *srcModel = c.fromRgb ? "RGB" : c.model, *dstModel = c.fromRgb ? c.model : "RGB";
+            Pair plain = pairFor(c, depth, w, h), bgr = pairFor(c, depth, w, h);
+            const bool f = depth == k32F;  // floats: RGB on 0..1, L*u*v* on -50..100, other models on 0..100
+            plain.src.fillRandom(++seed, f && !c.fromRgb && c.model[0] == 'L' ? -50.0 : 0, f ? (c.fromRgb ? 1.0 : 100.0) : 0);
             c.fn(plain.src, plain.dst);
-
-            // BGR on the RGB side: first and third channels trade places.
-            Pair bgr = pairFor(c, depth, w, h);
-            TestImage& rgbSide = c.fromRgb ? bgr.src : bgr.dst;
-            setNames(rgbSide, "RGB", "BGR");
-            // v(x, y, ch) for every source value of the plain image.
-            auto each = [&](auto&& v) {
-                for (int y = 0; y < h; ++y)
-                    for (int x = 0; x < w; ++x)
-                        for (int ch = 0; ch < 3; ++ch) v(x, y, ch, plain.src.at(x, y, ch));
-            };
-            each([&](int x, int y, int ch, double v) { bgr.src.put(x, y, c.fromRgb ? 2 - ch : ch, v); });
-            c.fn(bgr.src, bgr.dst);
-
-            // Plane order; a four-channel source with alpha (skipped); a
-            // smaller source (only the overlap converts).
+            setNames(c.fromRgb ? bgr.src : bgr.dst, "RGB", "BGR");  // first and third channels trade places
             Pair planes = pairFor(c, depth, w, h, OZL_DATA_ORDER_PLANE);
-            TestImage four =
-                imageOf(c.fromRgb ? "RGB" : c.model, depth, w, h, 4, OZL_DATA_ORDER_PIXEL, true);
-            four.fillRandom(seed + 100);
-            TestImage small = imageOf(c.fromRgb ? "RGB" : c.model, depth, w - 6, h - 2);
-            TestImage fourDst = imageOf(c.fromRgb ? c.model : "RGB", depth, w, h);
-            TestImage smallDst = imageOf(c.fromRgb ? c.model : "RGB", depth, w, h);
-            smallDst.fillRandom(seed + 200);
+            TestImage four = namedImage(srcModel, depth, w, h, 4, OZL_DATA_ORDER_PIXEL, true),
+                      small = namedImage(srcModel, depth, w - 6, h - 2), fourDst = namedImage(dstModel, depth, w, h),
+                      smallDst = namedImage(dstModel, depth, w, h), fromTiles = namedImage(dstModel, depth, w, h);
+            four.fillRandom(seed + 100), smallDst.fillRandom(seed + 200);
             const TestImage smallBefore = smallDst.clone();
-            each([&](int x, int y, int ch, double v) {
-                planes.src.put(x, y, ch, v), four.put(x, y, ch, v);
+            TiledImage tiledSrc(depth, w, h, 3, OZL_DATA_ORDER_PIXEL, 8, 8), tiledDst(depth, w, h, 3, OZL_DATA_ORDER_PIXEL, 16, 8);
+            setNames(tiledSrc, srcModel, srcModel), setNames(tiledDst, dstModel, dstModel);
+            forEachValue(plain.src, [&](int x, int y, int ch) {
+                const double v = plain.src.at(x, y, ch);
+                bgr.src.put(x, y, c.fromRgb ? 2 - ch : ch, v), planes.src.put(x, y, ch, v);
+                four.put(x, y, ch, v), tiledSrc.pixels().put(x, y, ch, v);
                 if (x < w - 6 && y < h - 2) small.put(x, y, ch, v);
             });
-            c.fn(planes.src, planes.dst);
-            c.fn(four, fourDst);
-            c.fn(small, smallDst);
-
-            // Tiles of 8 x 8: a tiled source, then a tiled destination.
-            TiledImage tiledSrc(depth, w, h, 3, OZL_DATA_ORDER_PIXEL, 8, 8);
-            TiledImage tiledDst(depth, w, h, 3, OZL_DATA_ORDER_PIXEL, 16, 8);
-            setNames(tiledSrc, c.fromRgb ? "RGB" : c.model, c.fromRgb ? "RGB" : c.model);
-            setNames(tiledDst, c.fromRgb ? c.model : "RGB", c.fromRgb ? c.model : "RGB");
-            TestImage fromTiles = imageOf(c.fromRgb ? c.model : "RGB", depth, w, h);
-            each([&](int x, int y, int ch, double v) { tiledSrc.pixels().put(x, y, ch, v); });
-            c.fn(tiledSrc, fromTiles);
-            c.fn(plain.src, tiledDst);
-
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    for (int ch = 0; ch < 3; ++ch) {
-                        const double v = plain.dst.at(x, y, ch);
-                        ASSERT_EQ(bgr.dst.at(x, y, c.fromRgb ? ch : 2 - ch), v)
-                            << "BGR " << x << "," << y;
-                        ASSERT_EQ(planes.dst.at(x, y, ch), v) << "planes";
-                        ASSERT_EQ(fourDst.at(x, y, ch), v) << "four channels";
-                        ASSERT_EQ(fromTiles.at(x, y, ch), v) << "tiled source";
-                        ASSERT_EQ(tiledDst.pixels().at(x, y, ch), v) << "tiled destination";
-                        const bool inside = x < w - 6 && y < h - 2;
-                        ASSERT_EQ(smallDst.at(x, y, ch), inside ? v : smallBefore.at(x, y, ch))
-                            << "overlap";
-                    }
+            for (auto [s, d] : {std::pair<OzlImage*, OzlImage*>{bgr.src, bgr.dst}, {planes.src, planes.dst}, {four, fourDst},
+                                {small, smallDst}, {tiledSrc, fromTiles}, {plain.src, tiledDst}})
+                c.fn(s, d);
+            forEachValue(plain.dst, [&](int x, int y, int ch) {
+                const double v = plain.dst.at(x, y, ch);
+                ASSERT_EQ(bgr.dst.at(x, y, c.fromRgb ? ch : 2 - ch), v) << "BGR " << x << "," << y;
+                ASSERT_EQ(planes.dst.at(x, y, ch), v) << "planes";
+                ASSERT_EQ(fourDst.at(x, y, ch), v) << "four channels";
+                ASSERT_EQ(fromTiles.at(x, y, ch), v) << "tiled source";
+                ASSERT_EQ(tiledDst.pixels().at(x, y, ch), v) << "tiled destination";
+                ASSERT_EQ(smallDst.at(x, y, ch), x < w - 6 && y < h - 2 ? v : smallBefore.at(x, y, ch)) << "overlap";
+            });
         }
-    EXPECT_TRUE(errors.empty());
 }
 
-TEST(ColorConvert, ReportsATileTheCallbackDoesNotProvide) {
+TEST_F(ColorConvert, ReportsATileTheCallbackDoesNotProvide) {
     ErrorCapture errors;
-    TiledImage src(k8U, 20, 10, 3, OZL_DATA_ORDER_PIXEL, 8, 8);
-    TestImage dst = imageOf("YUV", k8U, 20, 10);
-    src.failFetch(2);
-    ozlRGB2YUV(src, dst);
-    EXPECT_EQ(errors.last(),
-              (ErrorReport{-2, "ozlRGB2YUV", "Error get tile to read", "owncolor", 214}));
-    TestImage from = imageOf("RGB", k8U, 20, 10);
-    TiledImage to(k8U, 20, 10, 3, OZL_DATA_ORDER_PIXEL, 8, 8);
+    TiledImage src(k8U, 20, 10, 3, OZL_DATA_ORDER_PIXEL, 8, 8), to(k8U, 20, 10, 3, OZL_DATA_ORDER_PIXEL, 8, 8);
+    TestImage dst = namedImage("YUV", k8U, 20, 10), from = namedImage("RGB", k8U, 20, 10);
     setNames(to, "YUV", "YUV");
-    to.failFetch(1);
+    src.failFetch(2), to.failFetch(1);
+    ozlRGB2YUV(src, dst);
+    EXPECT_EQ(errors.last(), (ErrorReport{-2, "ozlRGB2YUV", "Error get tile to read", "owncolor", 214}));
     ozlRGB2YUV(from, to);
-    EXPECT_EQ(errors.last(),
-              (ErrorReport{-2, "ozlRGB2YUV", "Error get tile to write", "owncolor", 216}));
+    EXPECT_EQ(errors.last(), (ErrorReport{-2, "ozlRGB2YUV", "Error get tile to write", "owncolor", 216}));
 }
 
 }  // namespace

@@ -10,9 +10,35 @@
 #include <vector>
 
 #include "ozl.h"
+#include "support/error_capture.hpp"
 #include "support/test_image.hpp"
 
 namespace ozl::test::geom {
+
+// A test that must report nothing to the error handler.
+class GeomTest : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_TRUE(errors.empty()) << errors.last(); }
+    ErrorCapture errors;
+};
+
+const unsigned kDepths[] = {OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U, OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F};
+
+// One image layout per row: channels, data order, alpha, channel of interest.
+struct Layout {
+    int nCh, order;
+    bool alpha;
+    int coi;
+};
+const Layout kLayouts[] = {{3, OZL_DATA_ORDER_PIXEL, false, 0}, {1, OZL_DATA_ORDER_PIXEL, false, 0},
+                           {4, OZL_DATA_ORDER_PIXEL, true, 0},  {3, OZL_DATA_ORDER_PLANE, false, 0},
+                           {4, OZL_DATA_ORDER_PIXEL, false, 0}, {3, OZL_DATA_ORDER_PIXEL, false, 2}};
+
+// Random values; 32S within +-1e9 so that sums of neighbours stay exact in doubles.
+inline void fillFor(TestImage& im, uint32_t seed) {
+    const bool wide = im->depth == OZL_DEPTH_32S;
+    im.fillRandom(seed, wide ? -1e9 : 0, wide ? 1e9 : 0);
+}
 
 struct Region {
     int x = 0, y = 0, width = 0, height = 0;
@@ -34,28 +60,10 @@ inline std::vector<int> channelsOf(const OzlImage* im) {
     return c;
 }
 
-inline double depthMin(unsigned depth) {
-    switch (depth) {
-        case OZL_DEPTH_8S: return -128;
-        case OZL_DEPTH_16S: return -32768;
-        case OZL_DEPTH_32S: return -2147483648.0;
-        default: return 0;
-    }
-}
-inline double depthMax(unsigned depth) {
-    switch (depth) {
-        case OZL_DEPTH_8U: return 255;
-        case OZL_DEPTH_8S: return 127;
-        case OZL_DEPTH_16U: return 65535;
-        case OZL_DEPTH_16S: return 32767;
-        default: return 2147483647.0;
-    }
-}
-
 // A double stored in the depth: rounded half up and saturated, or a float.
 inline double stored(unsigned depth, double v) {
     if (depth == OZL_DEPTH_32F) return static_cast<float>(v);
-    return std::clamp(std::floor(v + 0.5), depthMin(depth), depthMax(depth));
+    return std::clamp(std::floor(v + 0.5), depthRange(depth).first, depthRange(depth).second);
 }
 
 // Border index of mode 1 (edge), 2 (mirror with the edge repeated) or 3 (wrap).
@@ -77,19 +85,12 @@ struct Source {
     // Processed channel k of region pixel (x, y), anywhere.
     double pixel(long long x, long long y, int k) const {
         const long long w = r.width, h = r.height;
+        if ((x < 0 || y < 0 || x >= w || y >= h) && !fill) x = std::clamp(x, 0LL, w - 1), y = std::clamp(y, 0LL, h - 1);
         if (x < 0 || y < 0 || x >= w || y >= h) {
-            if (!fill) {
-                x = std::clamp(x, 0LL, w - 1);
-                y = std::clamp(y, 0LL, h - 1);
-            } else {
-                const int side = y < 0 ? 0 : y >= h ? 1 : x < 0 ? 2 : 3;
-                const int mode = im->borderMode[side] & 3;
-                if (mode == 0)
-                    return im->depth == OZL_DEPTH_32F ? static_cast<float>(im->borderConst[0])
-                                                      : im->borderConst[side];
-                x = borderOf(x, w, mode);
-                y = borderOf(y, h, mode);
-            }
+            const int side = y < 0 ? 0 : y >= h ? 1 : x < 0 ? 2 : 3, mode = im->borderMode[side] & 3;
+            if (mode == 0)
+                return im->depth == OZL_DEPTH_32F ? static_cast<float>(im->borderConst[0]) : im->borderConst[side];
+            x = borderOf(x, w, mode), y = borderOf(y, h, mode);
         }
         return valueOf(im, r.x + static_cast<int>(x), r.y + static_cast<int>(y), channels[k]);
     }
@@ -100,12 +101,30 @@ inline Source sourceOf(const OzlImage* im, bool fill = false) {
 }
 
 inline void cubicWeights(double f, double w[4]) {
-    auto k = [](double t) {
-        t = std::fabs(t);
-        return t <= 1 ? 1.5 * t * t * t - 2.5 * t * t + 1
-                      : t < 2 ? -0.5 * t * t * t + 2.5 * t * t - 4 * t + 2 : 0.0;
-    };
-    for (int i = 0; i < 4; ++i) w[i] = k(f + 1 - i);
+    for (int i = 0; i < 4; ++i) {
+        const double t = std::fabs(f + 1 - i);
+        w[i] = t <= 1 ? 1.5 * t * t * t - 2.5 * t * t + 1 : t < 2 ? -0.5 * t * t * t + 2.5 * t * t - 4 * t + 2 : 0.0;
+    }
+}
+
+// The 8U bilinear value of four pixels with weights in 1/2048.
+inline double linear8u(double p00, double p10, double p01, double p11, long long wx, long long wy) {
+    const long long h0 = ((long long)p00 * (2048 - wx) + (long long)p10 * wx + 8) >> 4,
+                    h1 = ((long long)p01 * (2048 - wx) + (long long)p11 * wx + 8) >> 4;
+    return static_cast<double>((h0 * (2048 - wy) + h1 * wy + 131072) >> 18);
+}
+
+// The cubic value of processed channel k with (x0, y0) the pixel at or left of
+// and above the position and (fx, fy) the position's fraction past it.
+inline double cubicAt(const Source& s, long long x0, long long y0, double fx, double fy, int k) {
+    double wx[4], wy[4], sum = 0;
+    cubicWeights(fx, wx), cubicWeights(fy, wy);
+    for (int j = 0; j < 4; ++j) {
+        double h = 0;
+        for (int i = 0; i < 4; ++i) h += wx[i] * s.pixel(x0 - 1 + i, y0 - 1 + j, k);
+        sum += wy[j] * h;
+    }
+    return stored(s.im->depth, sum);
 }
 
 // The value of processed channel k at source position (sx, sy); false when
@@ -113,47 +132,25 @@ inline void cubicWeights(double f, double w[4]) {
 inline bool sampleAt(const Source& s, int inter, double sx, double sy, int k, double* v) {
     const bool inside = sx >= -0.5 && sx < s.r.width - 0.5 && sy >= -0.5 && sy < s.r.height - 0.5;
     if (!inside && (!s.fill || std::isnan(sx) || std::isnan(sy))) return false;
-    sx = std::clamp(sx, -1e15, 1e15);
-    sy = std::clamp(sy, -1e15, 1e15);
+    sx = std::clamp(sx, -1e15, 1e15), sy = std::clamp(sy, -1e15, 1e15);
     const unsigned depth = s.im->depth;
     if (inter == OZL_INTER_NN) {
-        long long x = static_cast<long long>(std::floor(sx + 0.5));
-        long long y = static_cast<long long>(std::floor(sy + 0.5));
-        if (inside) {
-            x = std::min<long long>(x, s.r.width - 1);
-            y = std::min<long long>(y, s.r.height - 1);
-        }
-        *v = s.pixel(x, y, k);
+        const long long x = static_cast<long long>(std::floor(sx + 0.5)), y = static_cast<long long>(std::floor(sy + 0.5));
+        *v = inside ? s.pixel(std::min<long long>(x, s.r.width - 1), std::min<long long>(y, s.r.height - 1), k) : s.pixel(x, y, k);
         return true;
     }
-    const long long x0 = static_cast<long long>(std::floor(sx));
-    const long long y0 = static_cast<long long>(std::floor(sy));
+    const long long x0 = static_cast<long long>(std::floor(sx)), y0 = static_cast<long long>(std::floor(sy));
     const double fx = sx - std::floor(sx), fy = sy - std::floor(sy);
     if (inter == OZL_INTER_LINEAR) {
         const double p00 = s.pixel(x0, y0, k), p10 = s.pixel(x0 + 1, y0, k);
         const double p01 = s.pixel(x0, y0 + 1, k), p11 = s.pixel(x0 + 1, y0 + 1, k);
-        if (depth == OZL_DEPTH_8U) {
-            const int wx = static_cast<int>(std::floor(fx * 2048 + 0.5));
-            const int wy = static_cast<int>(std::floor(fy * 2048 + 0.5));
-            const int h0 = (static_cast<int>(p00) * (2048 - wx) + static_cast<int>(p10) * wx + 8) >> 4;
-            const int h1 = (static_cast<int>(p01) * (2048 - wx) + static_cast<int>(p11) * wx + 8) >> 4;
-            *v = (h0 * (2048 - wy) + h1 * wy + 131072) >> 18;
-            return true;
-        }
         const double h0 = (1 - fx) * p00 + fx * p10, h1 = (1 - fx) * p01 + fx * p11;
-        *v = stored(depth, (1 - fy) * h0 + fy * h1);
+        *v = depth == OZL_DEPTH_8U ? linear8u(p00, p10, p01, p11, std::llround(std::floor(fx * 2048 + 0.5)),
+                                              std::llround(std::floor(fy * 2048 + 0.5)))
+                                   : stored(depth, (1 - fy) * h0 + fy * h1);
         return true;
     }
-    double wx[4], wy[4];
-    cubicWeights(fx, wx);
-    cubicWeights(fy, wy);
-    double sum = 0;
-    for (int j = 0; j < 4; ++j) {
-        double h = 0;
-        for (int i = 0; i < 4; ++i) h += wx[i] * s.pixel(x0 - 1 + i, y0 - 1 + j, k);
-        sum += wy[j] * h;
-    }
-    *v = stored(depth, sum);
+    *v = cubicAt(s, x0, y0, fx, fy, k);
     return true;
 }
 
@@ -172,24 +169,23 @@ inline void expectImage(const TestImage& before, const OzlImage* dst, const Expe
     for (int y = 0; y < dst->height; ++y)
         for (int x = 0; x < dst->width; ++x)
             for (int c = 0; c < dst->nChannels; ++c) {
-                double want = before.at(x, y, c);
                 const auto k = std::find(channels.begin(), channels.end(), c) - channels.begin();
                 const int rx = x - rd.x, ry = y - rd.y;
-                double v;
-                const bool inRegion = rx >= 0 && ry >= 0 && rx < rd.width && ry < rd.height;
-                if (inRegion && k < static_cast<long>(channels.size()) &&
+                double want = before.at(x, y, c), v;
+                if (rx >= 0 && ry >= 0 && rx < rd.width && ry < rd.height && k < static_cast<long>(channels.size()) &&
                     expected(rx, ry, static_cast<int>(k), &v))
                     want = v;
                 const double got = valueOf(dst, x, y, c);
-                const double allowed =
-                    dst->depth == OZL_DEPTH_32F ? tolerance * std::max(1.0, std::fabs(want)) : tolerance;
-                const bool same = got == want || std::fabs(got - want) <= allowed ||
-                                  (got != got && want != want);
-                if (!same && ++failures <= 5)
-                    ADD_FAILURE() << "at (" << x << ", " << y << ") channel " << c << ": " << got
-                                  << ", expected " << want;
+                const double allowed = dst->depth == OZL_DEPTH_32F ? tolerance * std::max(1.0, std::fabs(want)) : tolerance;
+                if (!(got == want || std::fabs(got - want) <= allowed || (got != got && want != want)) && ++failures <= 5)
+                    ADD_FAILURE() << "at (" << x << ", " << y << ") channel " << c << ": " << got << ", expected " << want;
             }
     EXPECT_EQ(failures, 0);
+}
+
+// Every value of got equals the one of want (images of one geometry).
+inline void expectSameValues(const TestImage& got, const TestImage& want) {
+    expectImage(got.clone(), got, [&](int x, int y, int c, double* v) { return *v = want.at(x, y, c), true; });
 }
 
 }  // namespace ozl::test::geom

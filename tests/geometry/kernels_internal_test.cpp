@@ -41,23 +41,17 @@ TEST_P(GeometryKernels, HorizontalLinearPass) {
                 const std::vector<uint8_t> row = bytes(static_cast<size_t>(width) * cn);
                 std::vector<int32_t> ofs(n), coef(n);
                 LinearTaps8u t;
-                t.cn = cn;
-                t.pairStep = width > 1 ? cn : 0;
+                t.cn = cn, t.pairStep = width > 1 ? cn : 0, t.ofs = ofs.data(), t.coef = coef.data();
                 for (int i = 0; i < n; ++i) {
                     const int x0 = width > 1 ? static_cast<int>(rng() % (width - 1)) : 0;
                     const int w = width > 1 ? static_cast<int>(rng() % 2049) : 0;
-                    ofs[i] = x0 * cn;
-                    coef[i] = (2048 - w) | (w << 16);
+                    ofs[i] = x0 * cn, coef[i] = (2048 - w) | (w << 16);
                     if (ofs[i] + 8 <= width * cn && t.vecCount == i) t.vecCount = i + 1;
                 }
-                t.ofs = ofs.data();
-                t.coef = coef.data();
                 std::vector<int16_t> a(n * cn + kGuard, 77), b(n * cn + kGuard, 77);
                 vec().hLinear8u(row.data(), a.data(), t, n);
                 ref().hLinear8u(row.data(), b.data(), t, n);
-                // Values past the row are the kernels' margin; the row must agree.
-                a.resize(n * cn);
-                b.resize(n * cn);
+                a.resize(n * cn), b.resize(n * cn);  // values past the row are the kernels' margin
                 ASSERT_EQ(a, b) << "cn " << cn << " width " << width << " n " << n;
             }
 }
@@ -66,10 +60,8 @@ TEST_P(GeometryKernels, VerticalLinearPass) {
     for (size_t n : ozl::test::runWidths())
         for (size_t off : {0, 1, 3}) {
             std::vector<int16_t> h0(n + off), h1(n + off);
-            for (size_t i = 0; i < n + off; ++i) {
-                h0[i] = static_cast<int16_t>(rng() % 4 == 0 ? 32640 : rng() % 32641);
-                h1[i] = static_cast<int16_t>(rng() % 32641);
-            }
+            for (size_t i = 0; i < n + off; ++i)
+                h0[i] = static_cast<int16_t>(rng() % 4 == 0 ? 32640 : rng() % 32641), h1[i] = static_cast<int16_t>(rng() % 32641);
             const int w = static_cast<int>(rng() % 2049);
             std::vector<uint8_t> a(n + off + kGuard, 5), b(n + off + kGuard, 5);
             vec().vLinear8u(h0.data() + off, h1.data() + off, a.data() + off, w, n);
@@ -95,34 +87,22 @@ TEST_P(GeometryKernels, LinearSamplingAtPositions) {
         for (int w : {1, 2, 3, 4, 9, 30})
             for (int h : {1, 2, 5, 17})
                 for (bool fill : {false, true}) {
-                    // The source's rows with a pitch of their own, the last row
-                    // ending the buffer.
+                    // Rows with a pitch of their own, the last one ending the buffer.
                     const int step = w * cn + 3;
                     const std::vector<uint8_t> data = bytes(static_cast<size_t>(step) * (h - 1) + w * cn);
                     ozl::core::SampledSource s;
                     s.data = reinterpret_cast<const char*>(data.data());
-                    s.rowStep = step;
-                    s.pixelStep = cn;
-                    s.channelStep = 1;
-                    s.channels = cn;
-                    s.width = w;
-                    s.height = h;
+                    s.rowStep = step, s.pixelStep = cn, s.channelStep = 1, s.channels = cn, s.width = w, s.height = h;
                     Edges e;
                     e.fill = fill;
-                    for (int side = 0; side < 4; ++side) {
-                        e.mode[side] = static_cast<int>(rng() % 4);
-                        e.constant[side] = rng() % 256;
-                    }
+                    for (int side = 0; side < 4; ++side) e.mode[side] = static_cast<int>(rng() % 4), e.constant[side] = rng() % 256;
+                    // Mostly inside, runs of eight inside, some at the edges, outside and not numbers.
                     const int n = 8 * 9 + 5;
                     std::vector<double> sx(n), sy(n);
                     for (int i = 0; i < n; ++i) {
-                        // Mostly inside, runs of eight inside, some at the
-                        // edges, outside and not numbers.
                         const bool inside = (i / 8) % 3 != 2;
-                        sx[i] = inside ? std::uniform_real_distribution<double>(0, w - 1)(rng)
-                                       : std::uniform_real_distribution<double>(-2, w + 1)(rng);
-                        sy[i] = inside ? std::uniform_real_distribution<double>(0, h - 1)(rng)
-                                       : std::uniform_real_distribution<double>(-2, h + 1)(rng);
+                        sx[i] = std::uniform_real_distribution<double>(inside ? 0 : -2, inside ? w - 1 : w + 1)(rng);
+                        sy[i] = std::uniform_real_distribution<double>(inside ? 0 : -2, inside ? h - 1 : h + 1)(rng);
                         if (i % 29 == 28) sx[i] = NAN;
                         if (i % 31 == 30) sy[i] = std::floor(sy[i]) + 0.5;
                     }

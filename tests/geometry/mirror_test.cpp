@@ -2,20 +2,13 @@
 // row width, in place, masks, tiles and the refusals.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "geometry/geometry_ref.hpp"
-#include "ozl.h"
-#include "support/error_capture.hpp"
-#include "support/test_image.hpp"
 
 namespace {
 
-using ozl::test::ErrorCapture;
-using ozl::test::ErrorReport;
-using ozl::test::expectRefused;
-using ozl::test::TestImage;
-using ozl::test::TiledImage;
+using Mirror = ozl::test::geom::GeomTest;
+
+using namespace ozl::test;
 namespace geom = ozl::test::geom;
 
 const int kAxes[] = {OZL_MIRROR_HORIZONTAL, OZL_MIRROR_VERTICAL, OZL_MIRROR_BOTH};
@@ -28,79 +21,54 @@ void expectMirrored(const TestImage& before, const OzlImage* dst, const OzlImage
     const int w = std::min(s.r.width, rd.width), h = std::min(s.r.height, rd.height);
     geom::expectImage(before, dst, [&](int x, int y, int k, double* v) {
         if (x >= w || y >= h || (mask && !mask->at(x, y))) return false;
-        *v = s.pixel(axis != OZL_MIRROR_HORIZONTAL ? w - 1 - x : x,
-                     axis != OZL_MIRROR_VERTICAL ? h - 1 - y : y, k);
+        *v = s.pixel(axis != OZL_MIRROR_HORIZONTAL ? w - 1 - x : x, axis != OZL_MIRROR_VERTICAL ? h - 1 - y : y, k);
         return true;
     });
 }
 
-TEST(Mirror, EveryAxisDepthAndLayout) {
-    ErrorCapture errors;
-    struct Layout {
-        int nCh, order;
-        bool alpha;
-        int coi;
-    };
-    const Layout layouts[] = {{1, OZL_DATA_ORDER_PIXEL, false, 0}, {3, OZL_DATA_ORDER_PIXEL, false, 0},
-                              {4, OZL_DATA_ORDER_PIXEL, true, 0},  {3, OZL_DATA_ORDER_PLANE, false, 0},
-                              {2, OZL_DATA_ORDER_PIXEL, false, 2}, {4, OZL_DATA_ORDER_PIXEL, false, 0}};
+TEST_F(Mirror, EveryAxisDepthAndLayout) {
     uint32_t seed = 1;
-    for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U, OZL_DEPTH_16S, OZL_DEPTH_32S,
-                           OZL_DEPTH_32F})
-        for (const auto& l : layouts)
+    for (unsigned depth : geom::kDepths)
+        for (const auto& l : geom::kLayouts)
             for (int axis : kAxes) {
-                SCOPED_TRACE(testing::Message() << "depth " << depth << " nCh " << l.nCh << " order "
-                                                << l.order << " axis " << axis);
+                SCOPED_TRACE(testing::Message() << "depth " << depth << " nCh " << l.nCh << " order " << l.order << " axis " << axis);
                 TestImage src(depth, 45, 9, l.nCh, l.order, l.alpha), dst(depth, 40, 12, l.nCh, l.order, l.alpha);
-                src.fillRandom(++seed);
-                dst.fillRandom(++seed);
-                src.setRoi(l.coi, 2, 1, 43, 7);  // the common size is 39 x 7
-                dst.setRoi(l.coi, 1, 3, 39, 9);
+                src.fillRandom(++seed), dst.fillRandom(++seed);
+                src.setRoi(l.coi, 2, 1, 43, 7), dst.setRoi(l.coi, 1, 3, 39, 9);  // the common size is 39 x 7
                 const TestImage before = dst.clone();
                 ozlMirror(src, dst, axis);
                 expectMirrored(before, dst, src, axis);
             }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
-TEST(Mirror, RowsOfEveryWidthAndInPlace) {
-    ErrorCapture errors;
+// Widths that reach every head and tail of the reversal, to another image and
+// in place (the source as it was before the call).
+TEST_F(Mirror, RowsOfEveryWidthAndInPlace) {
     for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_16U, OZL_DEPTH_32F})
         for (int nCh : {1, 2, 3, 4})
             for (int w = 1; w <= 80; w += (w < 40 ? 1 : 13))
                 for (int axis : kAxes) {
-                    SCOPED_TRACE(testing::Message() << "depth " << depth << " nCh " << nCh << " w " << w
-                                                    << " axis " << axis);
+                    SCOPED_TRACE(testing::Message() << "depth " << depth << " nCh " << nCh << " w " << w << " axis " << axis);
                     TestImage src(depth, w, 3, nCh), dst(depth, w, 3, nCh);
-                    src.fillRandom(w + nCh);
-                    dst.fillRandom(3);
-                    TestImage before = dst.clone();
+                    src.fillRandom(w + nCh), dst.fillRandom(3);
+                    const TestImage before = dst.clone(), copy = src.clone();
                     ozlMirror(src, dst, axis);
                     expectMirrored(before, dst, src, axis);
-                    // In place: the source as it was before the call.
-                    const TestImage copy = src.clone();
-                    before = src.clone();
                     ozlMirror(src, src, axis);
-                    expectMirrored(before, src, copy, axis);
+                    expectMirrored(copy, src, copy, axis);
                 }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
-TEST(Mirror, MaskAndTiles) {
-    ErrorCapture errors;
+TEST_F(Mirror, MaskAndTiles) {
     TestImage src(OZL_DEPTH_8U, 37, 21, 3), dst(OZL_DEPTH_8U, 37, 21, 3), mask(OZL_DEPTH_1U, 37, 21);
-    src.fillRandom(1);
-    dst.fillRandom(2);
-    mask.fillRandom(3);
+    src.fillRandom(1), dst.fillRandom(2), mask.fillRandom(3);
     dst.setMask(&mask);
     const TestImage before = dst.clone();
     ozlMirror(src, dst, OZL_MIRROR_BOTH);
     expectMirrored(before, dst, src, OZL_MIRROR_BOTH, &mask);
     for (int axis : kAxes) {
-        TiledImage ts(OZL_DEPTH_16S, 37, 21, 3, OZL_DATA_ORDER_PLANE, 16, 8);
-        TiledImage td(OZL_DEPTH_16S, 37, 21, 3, OZL_DATA_ORDER_PLANE, 8, 16);
-        ts.pixels().fillRandom(4);
-        td.pixels().fillRandom(5);
+        TiledImage ts(OZL_DEPTH_16S, 37, 21, 3, OZL_DATA_ORDER_PLANE, 16, 8), td(OZL_DEPTH_16S, 37, 21, 3, OZL_DATA_ORDER_PLANE, 8, 16);
+        ts.pixels().fillRandom(4), td.pixels().fillRandom(5);
         td.setRoi(0, 3, 2, 30, 17);
         const TestImage tdBefore = td.pixels().clone();
         ozlMirror(ts, td, axis);
@@ -108,30 +76,32 @@ TEST(Mirror, MaskAndTiles) {
         expectMirrored(tdBefore, td.pixels(), ts.pixels(), axis);
         td.pixels().clearRoi();
     }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
-TEST(Mirror, Refusals) {
+TEST_F(Mirror, Refusals) {
     ErrorCapture errors;
-    TestImage src(OZL_DEPTH_8U, 8, 8, 3), dst(OZL_DEPTH_8U, 8, 8, 3), gray(OZL_DEPTH_8U, 8, 8);
-    TestImage wide(OZL_DEPTH_32F, 8, 8, 3), bits(OZL_DEPTH_1U, 8, 8), bad(OZL_DEPTH_8U, 8, 8, 3);
+    TestImage src(OZL_DEPTH_8U, 8, 8, 3), dst(OZL_DEPTH_8U, 8, 8, 3), gray(OZL_DEPTH_8U, 8, 8), wide(OZL_DEPTH_32F, 8, 8, 3),
+        bits(OZL_DEPTH_1U, 8, 8), bad(OZL_DEPTH_8U, 8, 8, 3);
     bad->imageData = nullptr;
     dst.fillRandom(1);
     const auto before = dst.bytes();
-    ozlMirror(bad, dst, 0);
-    expectRefused(errors, dst, before, {-12, "ozlMirror", "Incorrect Image", "ozlmirror", 40});
-    ozlMirror(src, bad, 0);
-    expectRefused(errors, dst, before, {-12, "ozlMirror", "Incorrect Image", "ozlmirror", 41});
-    ozlMirror(wide, dst, 0);
-    expectRefused(errors, dst, before, {-5, "ozlMirror", "(srcImage->depth != dstImage->depth)", "ozlmirror", 42});
+    const struct {
+        OzlImage *s, *d;
+        int axis;
+        ErrorReport report;
+    } cases[] = {
+        {bad, dst, 0, {-12, "ozlMirror", "Incorrect Image", "ozlmirror", 40}},
+        {src, bad, 0, {-12, "ozlMirror", "Incorrect Image", "ozlmirror", 41}},
+        {wide, dst, 0, {-5, "ozlMirror", "(srcImage->depth != dstImage->depth)", "ozlmirror", 42}},
+        {gray, dst, 1, {-5, "ozlMirror", "(nChSrc != nChDst)", "ozlmirror", 44}},
+        {src, dst, 2, {-5, "ozlMirror", "(flipAxis != 0 && flipAxis != 1 && flipAxis != -1)", "ozlmirror", 46}},
+    };
+    for (const auto& c : cases) {
+        ozlMirror(c.s, c.d, c.axis);
+        expectRefused(errors, dst, before, c.report);
+    }
     ozlMirror(bits, bits, 0);
     EXPECT_EQ(errors.last(), (ErrorReport{-5, "ozlMirror", "1-bit images are not supported", "ozlmirror", 43}));
-    errors.clear();
-    ozlMirror(gray, dst, 1);
-    expectRefused(errors, dst, before, {-5, "ozlMirror", "(nChSrc != nChDst)", "ozlmirror", 44});
-    ozlMirror(src, dst, 2);
-    expectRefused(errors, dst, before,
-                  {-5, "ozlMirror", "(flipAxis != 0 && flipAxis != 1 && flipAxis != -1)", "ozlmirror", 46});
 }
 
 }  // namespace

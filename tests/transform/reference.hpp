@@ -3,14 +3,25 @@
 // transform summed term by term, and moves between images and value arrays.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <random>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include "support/error_capture.hpp"
 #include "support/test_image.hpp"
 
 namespace ozl::test {
+
+// A test that must report nothing to the error handler.
+class TransformTest : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_TRUE(errors.empty()) << errors.last(); }
+    ErrorCapture errors;
+};
 
 using Cd = std::complex<double>;
 constexpr double kPi = 3.14159265358979323846;
@@ -32,46 +43,38 @@ inline Grid randomGrid(int w, int h, uint32_t seed, double lo = -1, double hi = 
     return g;
 }
 
-// X(u, v) = sum f(x, y) e^(sign 2 pi i (ux/w + vy/h)), row-major u fastest;
-// rows, then columns, with the unit roots tabulated.
-inline std::vector<Cd> dft2(const std::vector<Cd>& f, int w, int h, int sign = -1) {
-    auto roots = [sign](int n) {
+// X(u, v) = sum f(x, y) e^(-2 pi i (ux/w + vy/h)), row-major u fastest; rows,
+// then columns, with the unit roots tabulated.
+inline std::vector<Cd> dft2(const Grid& g) {
+    const int w = g.w, h = g.h;
+    auto roots = [](int n) {
         std::vector<Cd> r(static_cast<size_t>(n));
-        for (int k = 0; k < n; ++k) r[k] = std::polar(1.0, sign * 2 * kPi * k / n);
+        for (int k = 0; k < n; ++k) r[k] = std::polar(1.0, -2 * kPi * k / n);
         return r;
     };
     const std::vector<Cd> rw = roots(w), rh = roots(h);
-    std::vector<Cd> rows(f.size()), out(f.size());
+    std::vector<Cd> rows(g.v.size()), out(g.v.size());
     for (int y = 0; y < h; ++y)
         for (int u = 0; u < w; ++u)
-            for (int x = 0; x < w; ++x) rows[y * w + u] += f[y * w + x] * rw[(u * x) % w];
+            for (int x = 0; x < w; ++x) rows[y * w + u] += g.v[y * w + x] * rw[(u * x) % w];
     for (int v = 0; v < h; ++v)
         for (int y = 0; y < h; ++y)
             for (int u = 0; u < w; ++u) out[v * w + u] += rows[y * w + u] * rh[(v * y) % h];
     return out;
 }
 
-inline std::vector<Cd> dft2(const Grid& f) {
-    return dft2(std::vector<Cd>(f.v.begin(), f.v.end()), f.w, f.h);
-}
-
-// The packed layout of a full spectrum (see ozl.h).
+// The packed layout of a full spectrum (see ozl.h), and the CCS one.
 inline Grid packedOf(const std::vector<Cd>& X, int w, int h) {
     Grid g(w, h);
     auto x = [&](int u, int v) { return X[static_cast<size_t>(v) * w + u]; };
     for (int v = 0; v < h; ++v)
-        for (int u = 1; 2 * u - 1 < w - (w % 2 == 0 ? 1 : 0); ++u) {
-            g.at(2 * u - 1, v) = x(u, v).real();
-            g.at(2 * u, v) = x(u, v).imag();
-        }
+        for (int u = 1; 2 * u - 1 < w - (w % 2 == 0 ? 1 : 0); ++u)
+            g.at(2 * u - 1, v) = x(u, v).real(), g.at(2 * u, v) = x(u, v).imag();
     for (int u : {0, w / 2}) {
         if (u > 0 && w % 2 != 0) continue;
         const int col = u == 0 ? 0 : w - 1;
         g.at(col, 0) = x(u, 0).real();
-        for (int v = 1; 2 * v < h; ++v) {
-            g.at(col, 2 * v - 1) = x(u, v).real();
-            g.at(col, 2 * v) = x(u, v).imag();
-        }
+        for (int v = 1; 2 * v < h; ++v) g.at(col, 2 * v - 1) = x(u, v).real(), g.at(col, 2 * v) = x(u, v).imag();
         if (h % 2 == 0 && h > 1) g.at(col, h - 1) = x(u, h / 2).real();
     }
     return g;
@@ -80,22 +83,18 @@ inline Grid packedOf(const std::vector<Cd>& X, int w, int h) {
 inline Grid ccsOf(const std::vector<Cd>& X, int w, int h) {
     Grid g(2 * (w / 2 + 1), h);
     for (int v = 0; v < h; ++v)
-        for (int u = 0; u <= w / 2; ++u) {
-            g.at(2 * u, v) = X[static_cast<size_t>(v) * w + u].real();
-            g.at(2 * u + 1, v) = X[static_cast<size_t>(v) * w + u].imag();
-        }
+        for (int u = 0; u <= w / 2; ++u)
+            g.at(2 * u, v) = X[size_t(v) * w + u].real(), g.at(2 * u + 1, v) = X[size_t(v) * w + u].imag();
     return g;
 }
 
-// The orthonormal 2-D cosine transform, every coefficient summed directly
-// over every value (the cosines tabulated).
+// The orthonormal 2-D cosine transform, every coefficient summed directly.
 inline Grid dct2(const Grid& f) {
     auto basis = [](int n) {
         Grid b(n, n);  // b(x, u) = a(u) cos(pi (2x + 1) u / 2n)
         for (int u = 0; u < n; ++u)
             for (int x = 0; x < n; ++x)
-                b.at(x, u) = std::sqrt((u == 0 ? 1.0 : 2.0) / n) *
-                             std::cos(kPi * (2 * x + 1) * u / (2.0 * n));
+                b.at(x, u) = std::sqrt((u == 0 ? 1.0 : 2.0) / n) * std::cos(kPi * (2 * x + 1) * u / (2.0 * n));
         return b;
     };
     const Grid bw = basis(f.w), bh = basis(f.h);
@@ -103,8 +102,7 @@ inline Grid dct2(const Grid& f) {
     for (int v = 0; v < f.h; ++v)
         for (int u = 0; u < f.w; ++u)
             for (int y = 0; y < f.h; ++y)
-                for (int x = 0; x < f.w; ++x)
-                    c.at(u, v) += f.at(x, y) * bw.at(x, u) * bh.at(y, v);
+                for (int x = 0; x < f.w; ++x) c.at(u, v) += f.at(x, y) * bw.at(x, u) * bh.at(y, v);
     return c;
 }
 
@@ -116,9 +114,9 @@ inline Grid gridOf(const TestImage& im, int w, int h, int channel = 0, int x0 = 
     return g;
 }
 
-inline void putGrid(TestImage& im, const Grid& g, int channel = 0, int x0 = 0, int y0 = 0) {
+inline void putGrid(TestImage& im, const Grid& g, int channel = 0) {
     for (int y = 0; y < g.h; ++y)
-        for (int x = 0; x < g.w; ++x) im.put(x0 + x, y0 + y, channel, g.at(x, y));
+        for (int x = 0; x < g.w; ++x) im.put(x, y, channel, g.at(x, y));
 }
 
 inline double maxAbs(const Grid& g) {
@@ -142,9 +140,8 @@ inline double maxDifference(const Grid& got, const Grid& want) {
 
 // Largest difference, relative to the reference's largest value.
 inline double relativeError(const Grid& got, const Grid& want) {
-    const double m = maxDifference(got, want);
     const double scale = maxAbs(want);
-    return scale > 0 ? m / scale : m;
+    return scale > 0 ? maxDifference(got, want) / scale : maxDifference(got, want);
 }
 
 }  // namespace ozl::test

@@ -1,16 +1,15 @@
-// Threads that transform and end give their cached tables back (thread exit;
-// on Windows the DLL's thread-detach, checked by private bytes).
+// Threads keep transform tables of their own, and threads that transform and
+// end give them back (thread exit; on Windows the DLL's thread-detach, checked
+// by private bytes).
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <atomic>
+#include <cstdint>
 #include <cstring>
 #include <thread>
 #include <vector>
 
-#include "ozl.h"
-#include "support/error_capture.hpp"
-#include "support/test_image.hpp"
+#include "transform/reference.hpp"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -19,18 +18,7 @@
 
 namespace {
 
-using ozl::test::ErrorCapture;
-using ozl::test::TestImage;
-
-// A long row: about 2 MB of tables and working memory kept by the thread.
-void transformOnce() {
-    ErrorCapture errors;
-    TestImage a(OZL_DEPTH_32F, 1 << 13, 1), d(OZL_DEPTH_32F, 1 << 13, 1);
-    a.fillRandom(1, -1, 1);
-    ozlRealFft2D(a, d, OZL_FFT_FORWARD);
-    ozlDCT2D(a, d, OZL_DCT_FORWARD);
-    EXPECT_TRUE(errors.empty()) << errors.last();
-}
+using namespace ozl::test;
 
 // A spectrum and the cosine transform of it, as bytes.
 std::vector<uint8_t> transformed(int w, int h) {
@@ -41,10 +29,9 @@ std::vector<uint8_t> transformed(int w, int h) {
     return d.bytes();
 }
 
-// Threads transforming at once each use tables of their own: two keep
-// reusing a few sizes while two others also cycle through more lengths than
-// a cache holds, replacing tables all the time. Shared tables would show as
-// wrong values here or as freed memory read in the sanitizer build.
+// Two threads keep reusing a few sizes while two others also cycle through
+// more lengths than a cache holds. Shared tables would show as wrong values
+// here or as freed memory read in the sanitizer build.
 TEST(TransformThreads, ConcurrentThreadsKeepTheirOwnTables) {
     const int sizes[][2] = {{64, 48}, {30, 25}, {100, 9}, {7, 77}};
     std::vector<std::vector<uint8_t>> want;
@@ -55,8 +42,7 @@ TEST(TransformThreads, ConcurrentThreadsKeepTheirOwnTables) {
         for (int round = 0; round < 8; ++round)
             for (size_t i = 0; i < want.size(); ++i) {
                 if (transformed(sizes[i][0], sizes[i][1]) != want[i]) ++wrong;
-                if (churn)
-                    for (int n = 0; n < 12; ++n) transformed(2 * (100 + round * 12 + n), 1);
+                for (int n = 0; churn && n < 12; ++n) transformed(2 * (100 + round * 12 + n), 1);
             }
         reported += static_cast<int>(errors.count());
     };
@@ -71,17 +57,17 @@ TEST(TransformThreads, ConcurrentThreadsKeepTheirOwnTables) {
 int64_t privateBytes() {
     PROCESS_MEMORY_COUNTERS_EX counters{};
     counters.cb = sizeof counters;
-    K32GetProcessMemoryInfo(GetCurrentProcess(),
-                            reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters), sizeof counters);
+    K32GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters), sizeof counters);
     return static_cast<int64_t>(counters.PrivateUsage);
 }
 #endif
 
+// A long row: about 2 MB of tables and working memory kept by each thread.
 TEST(TransformThreads, ThreadsThatTransformAndEndLeaveNothing) {
-    std::thread(transformOnce).join();  // the process's own first-use allocations
+    auto once = [] { transformed(1 << 13, 1); };
+    std::thread(once).join();  // the process's own first-use allocations
 #if defined(_WIN32)
-    // The measure must see blocks of this size at all.
-    const int64_t start = privateBytes();
+    const int64_t start = privateBytes();  // the measure must see blocks of this size at all
     void* probe = ozlMalloc(64 << 20);
     ASSERT_NE(probe, nullptr);
     std::memset(probe, 1, 64 << 20);
@@ -90,10 +76,9 @@ TEST(TransformThreads, ThreadsThatTransformAndEndLeaveNothing) {
     if (!measurable) GTEST_SKIP() << "private bytes do not follow allocations here";
     const int64_t before = privateBytes();
 #endif
-    for (int i = 0; i < 12; ++i) std::thread(transformOnce).join();
+    for (int i = 0; i < 12; ++i) std::thread(once).join();
 #if defined(_WIN32)
-    // Twelve threads keeping theirs would hold some 20 MB.
-    EXPECT_LT(privateBytes() - before, int64_t{8} << 20);
+    EXPECT_LT(privateBytes() - before, int64_t{8} << 20);  // twelve threads keeping theirs: some 20 MB
 #endif
 }
 
