@@ -1,12 +1,11 @@
-// The fuzz driver: image headers built through the library with random, mostly
-// valid arguments, pixel buffers of exactly imageSize bytes, tiles served in
-// buffers of exactly one tile, and every exported operation called on random
-// picks of them in error mode Silent. A sanitizer build turns any access
-// outside those buffers, and any undefined arithmetic, into a failure naming
-// the case's seed; `ozl_fuzz --seed=N --cases=1 --trace` replays it.
+// The fuzz driver: image headers built through the library with random, mostly valid arguments, pixel buffers
+// of exactly imageSize bytes, tiles served in buffers of exactly one tile, and every exported operation
+// called on random picks of them in error mode Silent. A sanitizer build turns any access outside those
+// buffers, and any undefined arithmetic, into a failure naming the case's seed; `ozl_fuzz --seed=N --cases=1
+// --trace` replays it.
 //
-// Each family registers its calls from its own file; `call<F>` fills every
-// argument from its type, so most entries are one table row:
+// Each family registers its calls from its own file; `call<F>` fills every argument from its type, so most
+// entries are one table row:
 //
 //   const ozl::fuzz::Registrar calls("logic", {{"ozlNot", call<ozlNot>}});
 #pragma once
@@ -47,31 +46,28 @@ struct HeaderArgs {
     int width = 1, height = 1;
 };
 
-// Image bytes by the row rule, computed apart from the library in 64 bits; -1
-// when a row's bit count exceeds 63 bits.
+// Image bytes by the row rule, computed apart from the library in 64 bits; -1 when a row's bit count exceeds
+// 63 bits.
 int64_t layoutBytes(const OzlImage* image);
-// Stops the run unless `image`, made by the library, has the widthStep and
-// imageSize its layout gives and those fit their 32-bit fields.
+// Stops the run unless `image`, made by the library, has the widthStep and imageSize its layout gives and
+// those fit their 32-bit fields.
 void expectRowRule(const OzlImage* image, const char* function);
 
 constexpr int64_t kMaxBufferBytes = int64_t{1} << 22;  // largest pixel or tile buffer
-// Images larger than this either way always keep a ROI of bounded size, or one
-// call could walk billions of pixels.
+// Images larger than this either way always keep a ROI of bounded size, or one call could walk billions of
+// pixels.
 constexpr int kLargeSide = 4096;
 
 class Case;
-struct Call {
-    const char* name;
-    void (*run)(Case&);
-};
+struct Call { const char* name; void (*run)(Case&); };
 
 // Adds a family's calls to the driver; one static instance per family file.
 struct Registrar {
     Registrar(const char* family, std::initializer_list<Call> calls);
 };
 
-// Stops the run with the case's seed and call (a fault the sanitizers cannot
-// see, such as header fields that do not describe the image).
+// Stops the run with the case's seed and call (a fault the sanitizers cannot see, such as header fields that
+// do not describe the image).
 [[noreturn]] void fail(const char* what);
 
 // A window or kernel shape: mostly valid, now and then refused.
@@ -80,8 +76,8 @@ struct Window {
     size_t cells() const { return nCols > 0 && nRows > 0 ? size_t(nCols) * size_t(nRows) : 1; }
 };
 
-// Everything one case owns: the images with their buffers, ROI and tile
-// records, and the random source of its calls.
+// Everything one case owns: the images with their buffers, ROI and tile records, and the random source of its
+// calls.
 class Case {
 public:
     Case(uint64_t seed, bool trace);
@@ -91,10 +87,8 @@ public:
 
     Rng& rng() { return rng_; }
 
-    // A random image of the pool, now and then NULL.
-    OzlImage* pick();
-    // NULL only when every header of the case was refused.
-    OzlImage* pickPresent();
+    OzlImage* pick();         // an image of the pool, now and then NULL
+    OzlImage* pickPresent();  // NULL only when every header was refused
     // n picks in order (a trace must list them as the call receives them).
     template <size_t N>
     std::array<OzlImage*, N> picks() {
@@ -111,11 +105,9 @@ public:
     int mostly(int lo, int hi, unsigned pct);   // in [lo, hi] pct% of the time, else anyInt
     Window window(int maxCols, int maxRows);
 
-    // Arguments for a new header: mostly the theme's and valid, now and then
-    // huge or illegal.
+    // Arguments for a new header: mostly the theme's and valid, now and then huge or illegal; a ROI with far
+    // edges past the image or offsets near INT_MAX (of bounded area on huge images).
     HeaderArgs randomHeaderArgs(bool mask);
-    // A ROI for `image` (far edges may lie past the image, offsets near
-    // INT_MAX); huge images get regions of bounded area.
     void setRandomRoi(OzlImage* image);
 
     void note(const std::string& text);  // an argument, for the trace
@@ -131,8 +123,8 @@ private:
 
     Rng rng_;
     bool trace_;
-    // The shape most images of a case share, so that operations get past
-    // their agreement checks as often as they are refused by them.
+    // The shape most images of a case share, so that operations get past their agreement checks as often as
+    // they are refused by them.
     struct { uint32_t depth; int nChannels; bool alpha; int dataOrder; } theme_{};
     std::vector<Owned*> owned_;
     std::vector<OzlImage*> images_;
@@ -146,9 +138,7 @@ template <> inline int arg<int>(Case& c) { return c.anyInt(); }
 template <> inline unsigned arg<unsigned>(Case& c) { return static_cast<unsigned>(c.mostly(0, 39, 85)); }
 template <> inline float arg<float>(Case& c) { return c.anyFloat(); }
 template <> inline double arg<double>(Case& c) { return c.anyDouble(); }
-template <> inline const char* arg<const char*>(Case& c) {
-    return c.rng().of<const char*>({nullptr, "", "x", "(a == b)"});
-}
+template <> inline const char* arg<const char*>(Case& c) { return c.rng().of<const char*>({nullptr, "", "x", "(a == b)"}); }
 
 template <class R, class... A>
 R callWith(Case& c, R (*f)(A...)) {

@@ -1,5 +1,4 @@
-// Pixel-wise arithmetic, logic, shifts and comparisons: images and constants
-// drawn from the argument types.
+// Pixel-wise arithmetic, logic, shifts and comparisons: images and constants drawn from the argument types.
 #include "fuzz/fuzz.hpp"
 
 namespace {

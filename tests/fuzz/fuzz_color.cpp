@@ -1,7 +1,6 @@
-// Colour conversions, colour twists, colour to grey and back. The pool's
-// images are "RGB"; a call mostly renames its model side for the duration of
-// the call (and drops its ROI, which the conversions refuse), so that the
-// calls reach their kernels as often as their checks.
+// Colour conversions, colour twists, colour to grey and back. The pool's images are "RGB"; a call mostly
+// renames its model side for the duration of the call (and drops its ROI, which the conversions refuse), so
+// that the calls reach their kernels as often as their checks.
 #include <algorithm>
 #include <cstring>
 
@@ -11,9 +10,8 @@ namespace {
 
 using ozl::fuzz::Case;
 
-// Renames an image's colour model and channel sequence (up to four
-// characters, NUL-padded) and now and then takes its ROI away, until the end
-// of the call. In place, not on a copy: a copy would not be the same image
+// Renames an image's colour model and channel sequence (up to four characters, NUL-padded) and now and then
+// takes its ROI away, until the end of the call. In place, not on a copy: a copy would not be the same image
 // when a call gets one image twice.
 class Renamed {
 public:

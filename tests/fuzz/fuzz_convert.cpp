@@ -1,5 +1,5 @@
-// Fills, copies, exchange, depth conversions, threshold and bit reduction,
-// compositing, pixel access and bitmaps.
+// Fills, copies, exchange, depth conversions, threshold and bit reduction, compositing, pixel access and
+// bitmaps.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -12,8 +12,8 @@ namespace {
 using ozl::fuzz::call;
 using ozl::fuzz::Case;
 
-// The bytes a pixel of `image` takes (all channels, or the channel of
-// interest's), computed from the header as a caller would; at least 1.
+// The bytes a pixel of `image` takes (all channels, or the channel of interest's), computed from the header
+// as a caller would; at least 1.
 size_t pixelBytes(const OzlImage* image) {
     if (!image) return 1;
     const int channels = image->roi && image->roi->coi > 0 ? 1 : std::clamp(image->nChannels, 1, 64);
@@ -33,9 +33,9 @@ void pixel(Case& c) {
     else ozlGetPixel(image, x, y, p);
 }
 
-// A bitmap of random, mostly valid fields in storage of exactly the size its
-// header describes: header (40 bytes, or longer with zeros), colour masks,
-// colour table, rows; with `separate`, the rows in a buffer of their own.
+// A bitmap of random, mostly valid fields in storage of exactly the size its header describes: header (40
+// bytes, or longer with zeros), colour masks, colour table, rows; with `separate`, the rows in a buffer of
+// their own.
 struct Bitmap {
     std::vector<uint32_t> record;  // 4-byte aligned as bitmaps are
     std::vector<char> rows;
@@ -73,8 +73,8 @@ struct Bitmap {
     char* bits(Case& c) { return c.rng().percent(3) ? nullptr : rows.data(); }
 };
 
-// The bitmap calls on one random bitmap (the odd ones with its rows apart);
-// NULL headers and rows now and then.
+// The bitmap calls on one random bitmap (the odd ones with its rows apart); NULL headers and rows now and
+// then.
 template <int which>
 void dib(Case& c) {
     Bitmap b(c, which % 2 == 1);

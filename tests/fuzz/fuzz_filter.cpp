@@ -1,7 +1,8 @@
-// Convolution kernels and the 2-D and separable convolutions: kernels of
-// random sizes, anchors, weights and shifts (now and then an argument the
-// checks must refuse, or a record altered behind the library's back), on
-// random picks of the case's images.
+// Neighbourhood operations. Convolution kernels and the 2-D and separable convolutions: kernels of random
+// sizes, anchors, weights and shifts (now and then an argument the checks must refuse, or a record altered
+// behind the library's back). The rank, morphological and fixed filters: windows of random sizes and anchors,
+// structuring elements (empty, without values, anchored outside), iteration counts, filter codes. In place
+// now and then.
 #include <type_traits>
 #include <vector>
 
@@ -11,8 +12,8 @@ namespace {
 
 using ozl::fuzz::Case;
 
-// The integer kernel (from ints or from bytes) or the float one, with their
-// creators, deleters and queries behind one name each.
+// The integer kernel (from ints or from bytes) or the float one, with their creators, deleters and queries
+// behind one name each.
 struct Int {
     using Record = OzlConvKernel;
     static Record* make(Case& c, int maxCols, int maxRows) {
@@ -44,8 +45,8 @@ struct Real {
     static constexpr auto separable = ozlConvolveSep2DFP;
 };
 
-// Alters a record's shape for one call (the checks must catch it), then puts
-// it back so that it can be deleted.
+// Alters a record's shape for one call (the checks must catch it), then puts it back so that it can be
+// deleted.
 template <class Record>
 struct Tamper {
     Record* k;
@@ -88,8 +89,8 @@ void separable(Case& c) {
         if (k) K::destroy(k);
 }
 
-// A kernel made, queried into buffers sized for it (now and then NULL out
-// pointers; the integer queries also give the shift), deleted.
+// A kernel made, queried into buffers sized for it (now and then NULL out pointers; the integer queries also
+// give the shift), deleted.
 template <class K, class Value, auto F>
 void query(Case& c) {
     auto* k = K::make(c, 6, 6);
@@ -119,6 +120,37 @@ const ozl::fuzz::Registrar calls("filter", {
          const ozl::fuzz::Window s = c.window(5, 5);
          std::vector<signed char> w(36, static_cast<signed char>(c.anyInt()));
          ozlDeleteConvKernel(ozlCreateConvKernelChar(s.nCols, s.nRows, s.anchorX, s.anchorY, w.data(), c.anyInt()));
+     }},
+});
+
+template <void (*F)(OzlImage*, OzlImage*, int, int, int, int), int maxCols, int maxRows>
+void windowed(Case& c) {
+    const auto [s, d] = c.picks<2>();
+    const ozl::fuzz::Window w = c.window(maxCols, maxRows);
+    F(s, c.rng().percent(20) ? s : d, w.nCols, w.nRows, w.anchorX, w.anchorY);
+}
+
+template <void (*F)(OzlImage*, OzlImage*, const OzlStructElement*, int)>
+void morphology(Case& c) {
+    const auto [s, d] = c.picks<2>();
+    const ozl::fuzz::Window w = c.window(6, 6);
+    std::vector<uint8_t> values(w.cells());
+    for (uint8_t& v : values) v = c.rng().percent(30) ? 0 : static_cast<uint8_t>(c.rng().between(1, 255));
+    const OzlStructElement e{w.nCols, w.nRows, w.anchorX, w.anchorY,
+                             c.rng().percent(3) ? nullptr : values.data()};
+    const int iterations = c.rng().percent(90) ? c.small(1, 3) : c.small(-2, 0);
+    F(s, c.rng().percent(20) ? s : d, c.rng().percent(30) ? nullptr : &e, iterations);
+}
+
+const ozl::fuzz::Registrar rankCalls("rank", {
+    {"ozlMinFilter", windowed<ozlMinFilter, 12, 8>}, {"ozlMaxFilter", windowed<ozlMaxFilter, 40, 5>},
+    {"ozlBlur", windowed<ozlBlur, 20, 20>}, {"ozlMedianFilter", windowed<ozlMedianFilter, 9, 9>},
+    {"ozlColorMedianFilter", windowed<ozlColorMedianFilter, 4, 4>},
+    {"ozlErode", morphology<ozlErode>}, {"ozlDilate", morphology<ozlDilate>},
+    {"ozlOpen", morphology<ozlOpen>}, {"ozlClose", morphology<ozlClose>},
+    {"ozlFixedFilter", [](Case& c) {
+         const auto [s, d] = c.picks<2>();
+         ozlFixedFilter(s, c.rng().percent(20) ? s : d, c.mostly(0, 10, 90));
      }},
 });
 

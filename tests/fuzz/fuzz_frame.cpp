@@ -1,5 +1,4 @@
-// The library frame: status texts, error reports, the aligned allocator, the
-// version record.
+// The library frame: status texts, error reports, the aligned allocator, the version record.
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -11,11 +10,10 @@ namespace {
 using ozl::fuzz::call;
 using ozl::fuzz::Case;
 
-// A block for `length` elements of `size` bytes: 32-byte aligned, and every
-// byte usable (the first and the last are written). Counts mostly small and
-// odd, now and then up to blocks of 64 MB (larger ones only cost time under
-// the sanitizers); negative ones go into the heap request unchecked, and the
-// block must still hold the word below the returned address.
+// A block for `length` elements of `size` bytes: 32-byte aligned, and every byte usable (the first and the
+// last are written). Counts mostly small and odd, now and then up to blocks of 64 MB (larger ones only cost
+// time under the sanitizers); negative ones go into the heap request unchecked, and the block must still hold
+// the word below the returned address.
 template <void* (*Alloc)(int), int size>
 void allocate(Case& c) {
     const int length = c.rng().percent(10) ? c.small(-80, -1)
@@ -38,8 +36,8 @@ const ozl::fuzz::Registrar calls("frame", {
          const char* text = ozlErrorStr(c.anyInt());
          if (!text || std::strlen(text) == 0) ozl::fuzz::fail("ozlErrorStr: no text");
      }},
-    // Reports through the current callback, and the stock reports called
-    // directly; the driver keeps the mode Silent, in which they print nothing.
+    // Reports through the current callback, and the stock reports called directly; the driver keeps the mode
+    // Silent, in which they print nothing.
     {"ozlError", call<ozlError>}, {"ozlNulDevReport", call<ozlNulDevReport>},
     {"ozlStdErrReport", call<ozlStdErrReport>}, {"ozlGuiBoxReport", call<ozlGuiBoxReport>},
     {"ozlRedirectError", [](Case& c) {

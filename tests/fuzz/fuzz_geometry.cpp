@@ -1,6 +1,6 @@
-// Geometric transforms: resampling factors, interpolations with and without
-// the border fill, coefficients and quadrangles (finite, huge, degenerate, not
-// numbers), maps, and the helpers with their output arrays.
+// Geometric and frequency transforms: resampling factors, interpolations with and without the border fill,
+// coefficients and quadrangles (finite, huge, degenerate, not numbers), maps, the helpers with their output
+// arrays; transform directions and scalings (or packings), mostly legal, now and then any value.
 #include <type_traits>
 
 #include "fuzz/fuzz.hpp"
@@ -59,8 +59,8 @@ void warp(Case& c) {
     F(s, d, maybe(c, in.m), interpolation(c));
 }
 
-// The helpers: F(image, in, out) for quadrangles and bounds of coefficients,
-// F(image, out, in) for the coefficients of a quadrangle.
+// The helpers: F(image, in, out) for quadrangles and bounds of coefficients, F(image, out, in) for the
+// coefficients of a quadrangle.
 template <class In, int R, int C, auto F>
 void helper(Case& c) {
     In in(c);
@@ -73,6 +73,13 @@ void helper(Case& c) {
 using Affine = Matrix<2, 3>;
 using Bilinear = Matrix<2, 4>;
 using Perspective = Matrix<3, 3>;
+
+template <void (*F)(OzlImage*, OzlImage*, int)>
+void transform(Case& c) {
+    const auto [s, d] = c.picks<2>();
+    const int scaling = c.rng().of({0, 4, 8, 12});
+    F(s, d, c.rng().percent(15) ? c.anyInt() : c.small(1, 2) | scaling);
+}
 
 const ozl::fuzz::Registrar calls("geometry", {
     {"ozlZoom", resample<ozlZoom>}, {"ozlDecimate", resample<ozlDecimate>}, {"ozlResize", resample<ozlResize>},
@@ -107,6 +114,15 @@ const ozl::fuzz::Registrar calls("geometry", {
     {"ozlRemap", [](Case& c) {
          const auto [s, d, x, y] = c.picks<4>();
          ozlRemap(s, d, x, y, interpolation(c));
+     }},
+});
+
+const ozl::fuzz::Registrar transforms("transform", {
+    {"ozlRealFft2D", transform<ozlRealFft2D>}, {"ozlCcsFft2D", transform<ozlCcsFft2D>},
+    {"ozlDCT2D", transform<ozlDCT2D>},
+    {"ozlMpyRCPack2D", [](Case& c) {
+         const auto [a, b, d] = c.picks<3>();
+         ozlMpyRCPack2D(a, b, d, c.mostly(0, 1, 85));
      }},
 });
 

@@ -10,8 +10,8 @@ using ozl::fuzz::kMaxBufferBytes;
 
 void OZL_CALL noTiles(const OzlImage*, int, int, int) {}
 
-// Releases a header made by the call itself, by one of the three routes; the
-// records it was made with (ROI, tile record, a mask of its own) go too.
+// Releases a header made by the call itself, by one of the three routes; the records it was made with (ROI,
+// tile record, a mask of its own) go too.
 void release(Case& c, OzlImage* image, OzlImage* ownMask) {
     OzlROI* roi = image->roi;
     OzlTileInfo* tile = image->tileInfo;
@@ -48,8 +48,7 @@ void cloneAndRelease(OzlImage* source) {
     }
 }
 
-// A new header with random arguments and records, allocated, cloned and
-// released again.
+// A new header with random arguments and records, allocated, cloned and released again.
 void createHeader(Case& c) {
     ozl::fuzz::HeaderArgs a = c.randomHeaderArgs(c.rng().percent(20));
     OzlROI* roi = c.rng().percent(40) ? ozlCreateROI(c.small(-1, 4), c.small(-1, 50), c.small(-1, 50),
@@ -97,8 +96,8 @@ const ozl::fuzz::Registrar calls("image", {
          if (image) ozlSetBorderMode(image, c.anyInt(), c.anyInt(), c.anyInt());
      }},
     {"ozlSetROI", [](Case& c) { if (OzlImage* image = c.pickPresent()) c.setRandomRoi(image); }},
-    // Releasing the data the library allocated, or a ROI; a large image keeps
-    // its ROI so that its region stays small.
+    // Releasing the data the library allocated, or a ROI; a large image keeps its ROI so that its region
+    // stays small.
     {"ozlDeallocate", [](Case& c) {
          OzlImage* image = c.pick();
          int flags = c.rng().of({OZL_IMAGE_DATA, OZL_IMAGE_ROI, OZL_IMAGE_DATA | OZL_IMAGE_ROI});

@@ -1,5 +1,5 @@
-// The driver: the case pool (images, masks, tiles), the registry of calls, the
-// run loop and the failure report.
+// The driver: the case pool (images, masks, tiles), the registry of calls, the run loop and the failure
+// report.
 #include <algorithm>
 #include <chrono>
 #include <climits>
@@ -16,8 +16,8 @@
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/common_interface_defs.h>
-// Huge requests are part of the input: the allocator must return NULL for them
-// as the heap would, not stop the run.
+// Huge requests are part of the input: the allocator must return NULL for them as the heap would, not stop
+// the run.
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
     return "allocator_may_return_null=1";
 }
@@ -31,8 +31,8 @@ std::vector<Call>& registry() {
     return calls;
 }
 
-// The failure report, written before each case and call so that the death
-// callback and the signal handler only copy it out (async-signal-safe).
+// The failure report, written before each case and call so that the death callback and the signal handler
+// only copy it out (async-signal-safe).
 char g_report[256] = "";
 uint64_t g_seed = 0;
 
@@ -70,8 +70,7 @@ void fillRandom(Rng& rng, char* p, int64_t n) {
     }
 }
 
-// Exactly `bytes` bytes, so that the sanitizer catches the first byte past
-// them; aligned as the header asks.
+// Exactly `bytes` bytes, so that the sanitizer catches the first byte past them; aligned as the header asks.
 char* exactBuffer(int64_t bytes, int align) {
     void* p = nullptr;
     const size_t alignment = std::max<size_t>(static_cast<size_t>(align), sizeof(void*));
@@ -79,8 +78,7 @@ char* exactBuffer(int64_t bytes, int align) {
                                                                           : nullptr;
 }
 
-// An image side: mostly small, now and then up to a few hundred, rarely huge
-// or illegal.
+// An image side: mostly small, now and then up to a few hundred, rarely huge or illegal.
 int randomSide(Rng& rng) {
     const uint32_t r = rng.below(100);
     if (r < 65) return static_cast<int>(rng.between(1, 40));
@@ -130,12 +128,10 @@ void expectRowRule(const OzlImage* image, const char* function) {
     const int64_t row = rowBytes(image->dataOrder, image->depth, image->align, image->nChannels,
                                  image->width);
     const int64_t size = imageBytes(image->dataOrder, image->nChannels, image->height, row);
-    const char* what = nullptr;
     if (row < 0 || row > INT32_MAX || size < 0 || size > INT32_MAX)
-        what = ": accepted a row or image size that does not fit 32 bits";
-    else if (image->widthStep != row || image->imageSize != size)
-        what = ": widthStep or imageSize disagrees with the layout";
-    if (what) fail((std::string(function) + what).c_str());
+        fail((std::string(function) + ": accepted a row or image size that does not fit 32 bits").c_str());
+    if (image->widthStep != row || image->imageSize != size)
+        fail((std::string(function) + ": widthStep or imageSize disagrees with the layout").c_str());
 }
 
 void fail(const char* what) {
@@ -147,8 +143,7 @@ void fail(const char* what) {
     std::_Exit(1);
 }
 
-// ---------------------------------------------------------------------------
-// The pool
+// --------------------------------------------------------------------------- The pool
 
 struct Case::Owned {
     Case* owner;
@@ -357,8 +352,8 @@ void Case::addImage(bool mask) {
         if (!h->imageData) fail("ozlAllocateImage left a small image without data");
         fillRandom(rng_, h->imageData, h->imageSize);
     } else if (rng_.percent(20)) {
-        // A tiled image has no buffer of its own: it may be as large as the
-        // 32-bit fields allow, whatever imageSize says.
+        // A tiled image has no buffer of its own: it may be as large as the 32-bit fields allow, whatever
+        // imageSize says.
         h->width = rng_.of({INT_MAX, 1 << 30, (1 << 30) + 1, 0x55555556, 100000});
         if (rng_.percent(50)) h->height = rng_.of({INT_MAX, 1 << 30, 0x40000001, 100000});
     }
@@ -386,29 +381,20 @@ void Case::build() {
     if (!trace_) return;
     std::printf("case: theme depth %#x x%d%s %s\n", theme_.depth, theme_.nChannels,
                 theme_.alpha ? "+alpha" : "", theme_.dataOrder ? "plane" : "pixel");
-    for (const OzlImage* h : images_) std::printf("  %s\n", describe(h).c_str());
+    for (size_t i = 0; i < images_.size(); ++i) std::printf("  #%zu %s\n", i, describe(images_[i]).c_str());
 }
 
 std::string Case::describe(const OzlImage* image) const {
-    if (!image) return "NULL";
-    auto index = [&](const OzlImage* im) {
-        const auto it = std::find(images_.begin(), images_.end(), im);
-        return it == images_.end() ? std::string("?") : std::to_string(it - images_.begin());
-    };
     char buf[320];
-    int n = std::snprintf(buf, sizeof buf, "#%s depth %#x x%d%s %s %dx%d align %d step %d size %d",
-                          index(image).c_str(), image->depth, image->nChannels,
-                          image->alphaChannel ? "+alpha" : "", image->dataOrder ? "plane" : "pixel",
-                          image->width, image->height, image->align, image->widthStep,
-                          image->imageSize);
+    int n = std::snprintf(buf, sizeof buf, "depth %#x x%d%s %s %dx%d align %d step %d size %d", image->depth,
+                          image->nChannels, image->alphaChannel ? "+alpha" : "", image->dataOrder ? "plane" : "pixel",
+                          image->width, image->height, image->align, image->widthStep, image->imageSize);
     if (const OzlROI* r = image->roi)
-        n += std::snprintf(buf + n, sizeof buf - n, " roi(coi %d at %d,%d size %dx%d)", r->coi,
-                           r->xOffset, r->yOffset, r->width, r->height);
-    if (image->maskROI)
-        n += std::snprintf(buf + n, sizeof buf - n, " mask #%s", index(image->maskROI).c_str());
-    if (image->tileInfo)
-        std::snprintf(buf + n, sizeof buf - n, " tiles %dx%d", image->tileInfo->width,
-                      image->tileInfo->height);
+        n += std::snprintf(buf + n, sizeof buf - n, " roi(coi %d at %d,%d size %dx%d)", r->coi, r->xOffset,
+                           r->yOffset, r->width, r->height);
+    const auto mask = std::find(images_.begin(), images_.end(), image->maskROI);
+    if (image->maskROI) n += std::snprintf(buf + n, sizeof buf - n, " mask #%d", int(mask - images_.begin()));
+    if (const OzlTileInfo* t = image->tileInfo) std::snprintf(buf + n, sizeof buf - n, " tiles %dx%d", t->width, t->height);
     return buf;
 }
 
@@ -461,16 +447,13 @@ int main(int argc, char** argv) {
             known = end != a + len && *end == '\0';
         }
         if (!known) {
-            std::fprintf(stderr, "usage: ozl_fuzz [--seconds=N] [--seed=N] [--cases=N] [--calls=N] "
-                                 "[--trace]\nRuns cases with seeds N, N+1, ... until the "
-                                 "time or the case count is used up (default: 60 s, first seed from "
-                                 "the clock).\n");
+            std::fprintf(stderr, "usage: ozl_fuzz [--seconds=N] [--seed=N] [--cases=N] [--calls=N] [--trace]\nRuns cases "
+                                 "of seeds N, N+1, ... until time or cases run out (60 s, seed from the clock).\n");
             return 2;
         }
     }
     auto& all = registry();
-    // One order whatever the link order, so that a seed replays on any build
-    // with the same calls.
+    // One order whatever the link order, so that a seed replays on any build with the same calls.
     std::sort(all.begin(), all.end(),
               [](const Call& x, const Call& y) { return std::strcmp(x.name, y.name) < 0; });
     std::printf("ozl_fuzz: %zu calls registered, first seed %llu, up to %llu s\n", all.size(),

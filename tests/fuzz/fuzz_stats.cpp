@@ -1,6 +1,5 @@
-// Histograms and look-up tables, moments, norms. Tables are real arrays of
-// the length their num gives (the library cannot check pointers), their keys
-// mostly valid, now and then out of range or out of order.
+// Histograms and look-up tables, moments, norms. Tables are real arrays of the length their num gives (the
+// library cannot check pointers), their keys mostly valid, now and then out of range or out of order.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -11,9 +10,8 @@ namespace {
 
 using ozl::fuzz::Case;
 
-// One table array for a call: an entry per channel of the larger image (the
-// destination's channel of interest picks tables too), now and then a NULL
-// entry or a NULL array.
+// One table array for a call: an entry per channel of the larger image (the destination's channel of interest
+// picks tables too), now and then a NULL entry or a NULL array.
 struct Tables {
     struct Table {
         std::vector<int32_t> key, value, factor;
