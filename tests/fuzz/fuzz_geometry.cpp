@@ -102,9 +102,8 @@ const ozl::fuzz::Registrar calls("geometry", {
          ozlRotate(s, d, angle, xs, ys, interpolation(c));
      }},
     {"ozlGetRotateShift", [](Case& c) {
-         double xs, ys;
-         const double x = c.anyDouble(), y = c.anyDouble(), a = c.anyDouble();
-         ozlGetRotateShift(x, y, a, maybe(c, &xs), maybe(c, &ys));
+         double xs, ys, in[3] = {c.anyDouble(), c.anyDouble(), c.anyDouble()};  // braces: drawn in order
+         ozlGetRotateShift(in[0], in[1], in[2], maybe(c, &xs), maybe(c, &ys));
      }},
     {"ozlShear", [](Case& c) {
          const auto [s, d] = c.picks<2>();

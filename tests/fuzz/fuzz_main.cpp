@@ -430,8 +430,7 @@ void Case::run(int count) {
 
 int main(int argc, char** argv) {
     using namespace ozl::fuzz;
-    uint64_t seconds = 60, firstSeed = static_cast<uint64_t>(std::time(nullptr)) * 1000;
-    uint64_t cases = UINT64_MAX, calls = 24;
+    uint64_t seconds = 60, firstSeed = static_cast<uint64_t>(std::time(nullptr)) * 1000, cases = UINT64_MAX, calls = 24;
     bool trace = false;
     const struct { const char* name; uint64_t* value; } numbers[] = {
         {"--seconds=", &seconds}, {"--seed=", &firstSeed}, {"--cases=", &cases}, {"--calls=", &calls}};
@@ -452,33 +451,24 @@ int main(int argc, char** argv) {
             return 2;
         }
     }
-    auto& all = registry();
     // One order whatever the link order, so that a seed replays on any build with the same calls.
-    std::sort(all.begin(), all.end(),
-              [](const Call& x, const Call& y) { return std::strcmp(x.name, y.name) < 0; });
-    std::printf("ozl_fuzz: %zu calls registered, first seed %llu, up to %llu s\n", all.size(),
-                static_cast<unsigned long long>(firstSeed), static_cast<unsigned long long>(seconds));
+    std::sort(registry().begin(), registry().end(), [](const Call& x, const Call& y) { return std::strcmp(x.name, y.name) < 0; });
+    using ull = unsigned long long;
+    std::printf("ozl_fuzz: %zu calls registered, first seed %llu, up to %llu s\n", registry().size(), ull(firstSeed), ull(seconds));
     std::fflush(stdout);
     installFailureReport();
     ozlSetErrMode(OZL_ErrModeSilent);
     ozlRedirectError(ozlNulDevReport);
-
     const auto start = std::chrono::steady_clock::now();
-    auto elapsed = [&] {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    };
+    auto elapsed = [&] { return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(); };
     uint64_t done = 0;
     for (uint64_t seed = firstSeed; done < cases && elapsed() < double(seconds); ++seed, ++done) {
         const double before = elapsed();
         g_seed = seed;
         Case(seed, trace).run(static_cast<int>(calls));
-        if (elapsed() - before > 2.0)
-            std::printf("ozl_fuzz: slow case, seed %llu: %.1f s\n",
-                        static_cast<unsigned long long>(seed), elapsed() - before);
+        if (elapsed() - before > 2.0) std::printf("ozl_fuzz: slow case, seed %llu: %.1f s\n", ull(seed), elapsed() - before);
     }
-    std::printf("ozl_fuzz: %llu cases (seeds %llu to %llu), %llu calls each, %.1f s, no failure\n",
-                static_cast<unsigned long long>(done), static_cast<unsigned long long>(firstSeed),
-                static_cast<unsigned long long>(firstSeed + (done ? done - 1 : 0)),
-                static_cast<unsigned long long>(calls), elapsed());
+    std::printf("ozl_fuzz: %llu cases (seeds %llu to %llu), %llu calls each, %.1f s, no failure\n", ull(done),
+                ull(firstSeed), ull(firstSeed + (done ? done - 1 : 0)), ull(calls), elapsed());
     return 0;
 }
