@@ -1,41 +1,32 @@
-// Pixel-wise arithmetic, logic and shifts.
-#include <type_traits>
-
+// Pixel-wise arithmetic, logic, shifts and comparisons: images and constants drawn from the argument types.
 #include "fuzz/fuzz.hpp"
 
 namespace {
 
-using ozl::fuzz::Case;
-
-template <void (*F)(OzlImage*, OzlImage*, OzlImage*)>
-void twoImages(Case& c) {
-    const auto [a, b, d] = c.picks<3>();
-    F(a, b, d);
-}
-
-template <class T, void (*F)(OzlImage*, OzlImage*, T)>
-void withConstant(Case& c) {
-    const auto [s, d] = c.picks<2>();
-    if constexpr (std::is_same_v<T, int>)
-        F(s, d, c.anyInt());
-    else
-        F(s, d, c.anyShift());
-}
+using ozl::fuzz::call;
 
 const ozl::fuzz::Registrar calls("arith", {
-    {"ozlAdd", twoImages<ozlAdd>},
-    {"ozlSubtract", twoImages<ozlSubtract>},
-    {"ozlMultiply", twoImages<ozlMultiply>},
-    {"ozlMultiplyScale", twoImages<ozlMultiplyScale>},
-    {"ozlAnd", twoImages<ozlAnd>},
-    {"ozlOr", twoImages<ozlOr>},
-    {"ozlXor", twoImages<ozlXor>},
-    {"ozlNot", [](Case& c) { const auto [s, d] = c.picks<2>(); ozlNot(s, d); }},
-    {"ozlAndS", withConstant<int, ozlAndS>},
-    {"ozlOrS", withConstant<int, ozlOrS>},
-    {"ozlXorS", withConstant<int, ozlXorS>},
-    {"ozlLShiftS", withConstant<unsigned, ozlLShiftS>},
-    {"ozlRShiftS", withConstant<unsigned, ozlRShiftS>},
+    {"ozlAdd", call<ozlAdd>}, {"ozlSubtract", call<ozlSubtract>}, {"ozlMultiply", call<ozlMultiply>},
+    {"ozlMultiplyScale", call<ozlMultiplyScale>}, {"ozlAddS", call<ozlAddS>},
+    {"ozlSubtractS", call<ozlSubtractS>}, {"ozlMultiplyS", call<ozlMultiplyS>},
+    {"ozlMultiplySScale", call<ozlMultiplySScale>}, {"ozlAddSFP", call<ozlAddSFP>},
+    {"ozlSubtractSFP", call<ozlSubtractSFP>}, {"ozlMultiplySFP", call<ozlMultiplySFP>},
+    {"ozlAbs", call<ozlAbs>}, {"ozlSquare", call<ozlSquare>},
+    {"ozlAnd", call<ozlAnd>}, {"ozlOr", call<ozlOr>}, {"ozlXor", call<ozlXor>}, {"ozlNot", call<ozlNot>},
+    {"ozlAndS", call<ozlAndS>}, {"ozlOrS", call<ozlOrS>}, {"ozlXorS", call<ozlXorS>},
+    {"ozlLShiftS", call<ozlLShiftS>}, {"ozlRShiftS", call<ozlRShiftS>},
+    {"ozlLess", call<ozlLess>}, {"ozlGreater", call<ozlGreater>}, {"ozlEqual", call<ozlEqual>},
+    {"ozlLessS", call<ozlLessS>}, {"ozlGreaterS", call<ozlGreaterS>}, {"ozlEqualS", call<ozlEqualS>},
+    {"ozlLessSFP", call<ozlLessSFP>}, {"ozlGreaterSFP", call<ozlGreaterSFP>},
+    {"ozlEqualSFP", call<ozlEqualSFP>}, {"ozlEqualFPEps", call<ozlEqualFPEps>},
+    {"ozlEqualSFPEps", call<ozlEqualSFPEps>},
+    {"ozlMinMaxFP", [](ozl::fuzz::Case& c) {
+         OzlImage* image = c.pick();
+         float lo = 0, hi = 0;
+         const bool both = c.rng().percent(90);
+         c.note(both ? "&min, &max" : "NULL max");
+         ozlMinMaxFP(image, &lo, both ? &hi : nullptr);
+     }},
 });
 
 }  // namespace

@@ -1,10 +1,7 @@
-// Geometric transforms: resampling factors, interpolations with and without
-// the border fill, coefficients and quadrangles (finite, huge, degenerate, not
-// numbers), maps, and the helpers with their output arrays.
-#include <cmath>
-#include <cstdio>
-#include <limits>
-#include <string>
+// Geometric and frequency transforms: resampling factors, interpolations with and without the border fill,
+// coefficients and quadrangles (finite, huge, degenerate, not numbers), maps, the helpers with their output
+// arrays; transform directions and scalings (or packings), mostly legal, now and then any value.
+#include <type_traits>
 
 #include "fuzz/fuzz.hpp"
 
@@ -13,171 +10,118 @@ namespace {
 using ozl::fuzz::Case;
 
 // A factor term: mostly small and positive, now and then 0, negative or huge.
-int term(Case& c) {
-    if (c.rng().percent(85)) {
-        const int v = static_cast<int>(c.rng().between(1, 9));
-        c.note(std::to_string(v));
-        return v;
-    }
-    return c.anyInt();
-}
+int term(Case& c) { return c.mostly(1, 9, 85); }
 
 int interpolation(Case& c) {
-    int v = c.rng().percent(90) ? static_cast<int>(c.rng().between(0, 3)) : c.anyInt();
-    if (c.rng().percent(30)) v |= OZL_FILL_FROM_BORDER;
-    c.note(std::to_string(v));
-    return v;
+    const int v = c.mostly(0, 3, 90);
+    return c.rng().percent(30) ? v | OZL_FILL_FROM_BORDER : v;
 }
 
-// A coefficient near the identity's scale, or anything a double can hold.
-double coefficient(Case& c) {
-    double v;
-    switch (c.rng().below(8)) {
-        case 0: v = c.anyFloat(); return v;
-        case 1: v = c.rng().of({0.0, 1.0, -1.0, 1e300, -1e300, std::numeric_limits<double>::quiet_NaN(),
-                                std::numeric_limits<double>::infinity(), 1e-300});
-            break;
-        default: v = static_cast<double>(c.rng().between(-4000, 4000)) / 1000.0; break;
-    }
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "%.17g", v);
-    c.note(buf);
-    return v;
-}
-
+// Coefficients mostly near the identity with a shift, so that pixels get written.
 template <int R, int C>
 struct Matrix {
     double m[R][C];
     explicit Matrix(Case& c) {
-        for (auto& row : m)
-            for (double& v : row) v = coefficient(c);
-        // Mostly near the identity with a shift, so that pixels get written.
-        if (c.rng().percent(60))
-            for (int r = 0; r < R; ++r)
-                for (int k = 0; k < C; ++k)
-                    if (k < 2 && r < 2) m[r][k] = (r == k ? 1.0 : 0.0) + m[r][k] / 10.0;
+        const bool nearIdentity = c.rng().percent(60);
+        for (int r = 0; r < R; ++r)
+            for (int k = 0; k < C; ++k)
+                m[r][k] = nearIdentity && r < 2 && k < 2 ? (r == k) + c.anyDouble() / 10 : c.anyDouble();
     }
 };
 
+// Corners mostly near a 40x30 rectangle.
 struct Quad {
-    double q[4][2];
+    double m[4][2];
     explicit Quad(Case& c) {
         const double corners[4][2] = {{0, 0}, {40, 0}, {40, 30}, {0, 30}};
         for (int i = 0; i < 4; ++i)
             for (int k = 0; k < 2; ++k)
-                q[i][k] = c.rng().percent(80) ? corners[i][k] + coefficient(c) * 10 : coefficient(c);
+                m[i][k] = c.rng().percent(80) ? corners[i][k] + c.anyDouble() * 10 : c.anyDouble();
     }
 };
 
-template <void (*F)(OzlImage*, OzlImage*, int, int, int, int, int)>
+// An output array, or now and then NULL.
+template <class T>
+T* maybe(Case& c, T* p) { return c.rng().percent(95) ? p : nullptr; }
+
+template <auto F>
 void resample(Case& c) {
     const auto [s, d] = c.picks<2>();
     const int a = term(c), b = term(c), e = term(c), f = term(c);
     F(s, d, a, b, e, f, interpolation(c));
 }
 
-// An output array, or now and then NULL.
-template <class T>
-T* maybe(Case& c, T* p) {
-    return c.rng().percent(95) ? p : nullptr;
+// A warp by coefficients or by a quadrangle (In).
+template <class In, auto F>
+void warp(Case& c) {
+    const auto [s, d] = c.picks<2>();
+    In in(c);
+    F(s, d, maybe(c, in.m), interpolation(c));
+}
+
+// The helpers: F(image, in, out) for quadrangles and bounds of coefficients, F(image, out, in) for the
+// coefficients of a quadrangle.
+template <class In, int R, int C, auto F>
+void helper(Case& c) {
+    In in(c);
+    double out[R][C];
+    OzlImage* image = c.pick();
+    if constexpr (std::is_same_v<In, Quad>) F(image, maybe(c, out), maybe(c, in.m));
+    else F(image, maybe(c, in.m), maybe(c, out));
+}
+
+using Affine = Matrix<2, 3>;
+using Bilinear = Matrix<2, 4>;
+using Perspective = Matrix<3, 3>;
+
+template <void (*F)(OzlImage*, OzlImage*, int)>
+void transform(Case& c) {
+    const auto [s, d] = c.picks<2>();
+    const int scaling = c.rng().of({0, 4, 8, 12});
+    F(s, d, c.rng().percent(15) ? c.anyInt() : c.small(1, 2) | scaling);
 }
 
 const ozl::fuzz::Registrar calls("geometry", {
-    {"ozlZoom", resample<ozlZoom>},
-    {"ozlDecimate", resample<ozlDecimate>},
-    {"ozlResize", resample<ozlResize>},
-    {"ozlMirror", [](Case& c) {
-         const auto [s, d] = c.picks<2>();
-         ozlMirror(s, d, c.rng().percent(90) ? static_cast<int>(c.rng().between(-1, 1)) : c.anyInt());
-     }},
-    {"ozlWarpAffine", [](Case& c) {
-         const auto [s, d] = c.picks<2>();
-         Matrix<2, 3> m(c);
-         ozlWarpAffine(s, d, maybe(c, m.m), interpolation(c));
-     }},
-    {"ozlGetAffineQuad", [](Case& c) {
-         Matrix<2, 3> m(c);
-         double q[4][2];
-         ozlGetAffineQuad(c.pick(), maybe(c, m.m), maybe(c, q));
-     }},
-    {"ozlGetAffineBound", [](Case& c) {
-         Matrix<2, 3> m(c);
-         double r[2][2];
-         ozlGetAffineBound(c.pick(), maybe(c, m.m), maybe(c, r));
-     }},
-    {"ozlGetAffineTransform", [](Case& c) {
-         Quad q(c);
-         double m[2][3];
-         ozlGetAffineTransform(c.pick(), maybe(c, m), maybe(c, q.q));
-     }},
+    {"ozlZoom", resample<ozlZoom>}, {"ozlDecimate", resample<ozlDecimate>}, {"ozlResize", resample<ozlResize>},
+    {"ozlMirror", [](Case& c) { const auto [s, d] = c.picks<2>(); ozlMirror(s, d, c.mostly(-1, 1, 90)); }},
+    {"ozlWarpAffine", warp<Affine, ozlWarpAffine>}, {"ozlWarpBilinear", warp<Bilinear, ozlWarpBilinear>},
+    {"ozlWarpPerspective", warp<Perspective, ozlWarpPerspective>},
+    {"ozlWarpBilinearQ", warp<Quad, ozlWarpBilinearQ>}, {"ozlWarpPerspectiveQ", warp<Quad, ozlWarpPerspectiveQ>},
+    {"ozlGetAffineQuad", helper<Affine, 4, 2, ozlGetAffineQuad>},
+    {"ozlGetAffineBound", helper<Affine, 2, 2, ozlGetAffineBound>},
+    {"ozlGetAffineTransform", helper<Quad, 2, 3, ozlGetAffineTransform>},
+    {"ozlGetBilinearQuad", helper<Bilinear, 4, 2, ozlGetBilinearQuad>},
+    {"ozlGetBilinearBound", helper<Bilinear, 2, 2, ozlGetBilinearBound>},
+    {"ozlGetBilinearTransform", helper<Quad, 2, 4, ozlGetBilinearTransform>},
+    {"ozlGetPerspectiveQuad", helper<Perspective, 4, 2, ozlGetPerspectiveQuad>},
+    {"ozlGetPerspectiveBound", helper<Perspective, 2, 2, ozlGetPerspectiveBound>},
+    {"ozlGetPerspectiveTransform", helper<Quad, 3, 3, ozlGetPerspectiveTransform>},
     {"ozlRotate", [](Case& c) {
          const auto [s, d] = c.picks<2>();
-         const double angle = coefficient(c) * 100, xs = coefficient(c) * 10, ys = coefficient(c) * 10;
+         const double angle = c.anyDouble() * 100, xs = c.anyDouble() * 10, ys = c.anyDouble() * 10;
          ozlRotate(s, d, angle, xs, ys, interpolation(c));
      }},
     {"ozlGetRotateShift", [](Case& c) {
-         double xs, ys;
-         const double x = coefficient(c), y = coefficient(c), a = coefficient(c);
-         ozlGetRotateShift(x, y, a, maybe(c, &xs), maybe(c, &ys));
+         double xs, ys, in[3] = {c.anyDouble(), c.anyDouble(), c.anyDouble()};  // braces: drawn in order
+         ozlGetRotateShift(in[0], in[1], in[2], maybe(c, &xs), maybe(c, &ys));
      }},
     {"ozlShear", [](Case& c) {
          const auto [s, d] = c.picks<2>();
-         const double a = coefficient(c), b = coefficient(c), e = coefficient(c), f = coefficient(c);
+         const double a = c.anyDouble(), b = c.anyDouble(), e = c.anyDouble(), f = c.anyDouble();
          ozlShear(s, d, a, b, e, f, interpolation(c));
-     }},
-    {"ozlWarpBilinear", [](Case& c) {
-         const auto [s, d] = c.picks<2>();
-         Matrix<2, 4> m(c);
-         ozlWarpBilinear(s, d, maybe(c, m.m), interpolation(c));
-     }},
-    {"ozlWarpBilinearQ", [](Case& c) {
-         const auto [s, d] = c.picks<2>();
-         Quad q(c);
-         ozlWarpBilinearQ(s, d, maybe(c, q.q), interpolation(c));
-     }},
-    {"ozlGetBilinearQuad", [](Case& c) {
-         Matrix<2, 4> m(c);
-         double q[4][2];
-         ozlGetBilinearQuad(c.pick(), maybe(c, m.m), maybe(c, q));
-     }},
-    {"ozlGetBilinearBound", [](Case& c) {
-         Matrix<2, 4> m(c);
-         double r[2][2];
-         ozlGetBilinearBound(c.pick(), maybe(c, m.m), maybe(c, r));
-     }},
-    {"ozlGetBilinearTransform", [](Case& c) {
-         Quad q(c);
-         double m[2][4];
-         ozlGetBilinearTransform(c.pick(), maybe(c, m), maybe(c, q.q));
-     }},
-    {"ozlWarpPerspective", [](Case& c) {
-         const auto [s, d] = c.picks<2>();
-         Matrix<3, 3> m(c);
-         ozlWarpPerspective(s, d, maybe(c, m.m), interpolation(c));
-     }},
-    {"ozlWarpPerspectiveQ", [](Case& c) {
-         const auto [s, d] = c.picks<2>();
-         Quad q(c);
-         ozlWarpPerspectiveQ(s, d, maybe(c, q.q), interpolation(c));
-     }},
-    {"ozlGetPerspectiveQuad", [](Case& c) {
-         Matrix<3, 3> m(c);
-         double q[4][2];
-         ozlGetPerspectiveQuad(c.pick(), maybe(c, m.m), maybe(c, q));
-     }},
-    {"ozlGetPerspectiveBound", [](Case& c) {
-         Matrix<3, 3> m(c);
-         double r[2][2];
-         ozlGetPerspectiveBound(c.pick(), maybe(c, m.m), maybe(c, r));
-     }},
-    {"ozlGetPerspectiveTransform", [](Case& c) {
-         Quad q(c);
-         double m[3][3];
-         ozlGetPerspectiveTransform(c.pick(), maybe(c, m), maybe(c, q.q));
      }},
     {"ozlRemap", [](Case& c) {
          const auto [s, d, x, y] = c.picks<4>();
          ozlRemap(s, d, x, y, interpolation(c));
+     }},
+});
+
+const ozl::fuzz::Registrar transforms("transform", {
+    {"ozlRealFft2D", transform<ozlRealFft2D>}, {"ozlCcsFft2D", transform<ozlCcsFft2D>},
+    {"ozlDCT2D", transform<ozlDCT2D>},
+    {"ozlMpyRCPack2D", [](Case& c) {
+         const auto [a, b, d] = c.picks<3>();
+         ozlMpyRCPack2D(a, b, d, c.mostly(0, 1, 85));
      }},
 });
 

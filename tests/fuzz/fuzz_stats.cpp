@@ -1,8 +1,6 @@
-// Histograms and look-up tables, moments, norms. Tables are real arrays of
-// the length their num gives (the library cannot check pointers), their keys
-// mostly valid, now and then out of range or out of order.
+// Histograms and look-up tables, moments, norms. Tables are real arrays of the length their num gives (the
+// library cannot check pointers), their keys mostly valid, now and then out of range or out of order.
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,47 +10,39 @@ namespace {
 
 using ozl::fuzz::Case;
 
-// One table array for a call: an entry per channel of the larger image (the
-// destination's channel of interest picks tables too), now and then a NULL
-// entry or a NULL array.
-class Tables {
-public:
-    Tables(Case& c, const OzlImage* a, const OzlImage* b = nullptr) {
-        int entries = 4;
-        for (const OzlImage* im : {a, b})
-            if (im && im->nChannels > entries) entries = im->nChannels;
-        for (int i = 0; i < entries; ++i) {
-            auto t = std::make_unique<Table>();
-            const int num = c.rng().percent(5) ? static_cast<int>(c.rng().between(0, 1))
-                                               : static_cast<int>(c.rng().between(2, 40));
-            const int top = c.rng().of({2, 256, 65536});
-            t->key.resize(static_cast<size_t>(std::max(num, 1)));
-            t->value.resize(t->key.size());
-            t->factor.resize(t->key.size());
-            for (auto& k : t->key) k = static_cast<int32_t>(c.rng().between(0, top));
-            if (!c.rng().percent(5)) std::sort(t->key.begin(), t->key.end());
-            if (c.rng().percent(5)) t->key.back() = static_cast<int32_t>(c.rng().between(-2, top + 2));
-            for (auto& v : t->value) v = c.anyInt();
-            for (auto& f : t->factor) f = c.anyInt();
-            t->lut = {num, t->key.data(), t->value.data(),
-                      c.rng().percent(10) ? nullptr : t->factor.data(),
-                      static_cast<int32_t>(c.rng().below(2))};
-            ptr_.push_back(c.rng().percent(3) ? nullptr : &t->lut);
-            all_.push_back(std::move(t));
-        }
-        null_ = c.rng().percent(3);
-        c.note(null_ ? "lut NULL" : std::to_string(entries) + " tables");
-    }
-    OzlLUT** get() { return null_ ? nullptr : ptr_.data(); }
-
-private:
+// One table array for a call: an entry per channel of the larger image (the destination's channel of interest
+// picks tables too), now and then a NULL entry or a NULL array.
+struct Tables {
     struct Table {
         std::vector<int32_t> key, value, factor;
         OzlLUT lut{};
     };
-    std::vector<std::unique_ptr<Table>> all_;
-    std::vector<OzlLUT*> ptr_;
-    bool null_ = false;
+    std::vector<Table> all;
+    std::vector<OzlLUT*> ptr;
+    bool null;
+
+    Tables(Case& c, const OzlImage* a, const OzlImage* b = nullptr) {
+        size_t entries = 4;
+        for (const OzlImage* im : {a, b})
+            if (im && im->nChannels > int(entries)) entries = size_t(im->nChannels);
+        all.resize(entries);
+        for (Table& t : all) {
+            const int num = static_cast<int>(c.rng().percent(5) ? c.rng().between(0, 1) : c.rng().between(2, 40));
+            const int top = c.rng().of({2, 256, 65536});
+            const size_t n = static_cast<size_t>(std::max(num, 1));
+            t.key.resize(n), t.value.resize(n), t.factor.resize(n);
+            for (auto& k : t.key) k = static_cast<int32_t>(c.rng().between(0, top));
+            if (!c.rng().percent(5)) std::sort(t.key.begin(), t.key.end());
+            if (c.rng().percent(5)) t.key.back() = static_cast<int32_t>(c.rng().between(-2, top + 2));
+            for (size_t j = 0; j < n; ++j) t.value[j] = c.anyInt(), t.factor[j] = c.anyInt();
+            t.lut = {num, t.key.data(), t.value.data(), c.rng().percent(10) ? nullptr : t.factor.data(),
+                     static_cast<int32_t>(c.rng().below(2))};
+            ptr.push_back(c.rng().percent(3) ? nullptr : &t.lut);
+        }
+        null = c.rng().percent(3);
+        c.note(null ? "lut NULL" : std::to_string(entries) + " tables");
+    }
+    OzlLUT** get() { return null ? nullptr : ptr.data(); }
 };
 
 template <void (*F)(OzlImage*, OzlImage*, OzlLUT**)>
@@ -62,25 +52,19 @@ void mapCall(Case& c) {
     F(s, d, tables.get());
 }
 
-int order(Case& c) {
-    const int v = static_cast<int>(c.rng().between(-1, 4));
-    c.note(std::to_string(v));
-    return v;
-}
-
 template <double (*F)(OzlImage*, int, int)>
 void oneMoment(Case& c) {
     OzlImage* image = c.pick();
-    const int m = order(c);
-    F(image, m, order(c));
+    const int m = c.small(-1, 4);
+    F(image, m, c.small(-1, 4));
 }
 
 template <double (*F)(OzlMomentState, int, int)>
 void readMoment(Case& c) {
     OzlMomentState state = {};
     ozlMoments(c.pick(), state);
-    const int m = order(c);
-    F(state, m, order(c));
+    const int m = c.small(-1, 4);
+    F(state, m, c.small(-1, 4));
 }
 
 const ozl::fuzz::Registrar calls("stats", {
@@ -91,23 +75,16 @@ const ozl::fuzz::Registrar calls("stats", {
      }},
     {"ozlContrastStretch", mapCall<ozlContrastStretch>},
     {"ozlHistoEqualize", mapCall<ozlHistoEqualize>},
-    {"ozlMoments", [](Case& c) {
-         OzlMomentState state = {};
-         ozlMoments(c.pick(), state);
-     }},
-    {"ozlGetSpatialMoment", readMoment<ozlGetSpatialMoment>},
+    {"ozlMoments", [](Case& c) { OzlMomentState state = {}; ozlMoments(c.pick(), state); }},
+    {"ozlGetSpatialMoment", readMoment<ozlGetSpatialMoment>}, {"ozlSpatialMoment", oneMoment<ozlSpatialMoment>},
     {"ozlGetNormalizedSpatialMoment", readMoment<ozlGetNormalizedSpatialMoment>},
-    {"ozlGetCentralMoment", readMoment<ozlGetCentralMoment>},
+    {"ozlGetCentralMoment", readMoment<ozlGetCentralMoment>}, {"ozlCentralMoment", oneMoment<ozlCentralMoment>},
     {"ozlGetNormalizedCentralMoment", readMoment<ozlGetNormalizedCentralMoment>},
-    {"ozlSpatialMoment", oneMoment<ozlSpatialMoment>},
     {"ozlNormalizedSpatialMoment", oneMoment<ozlNormalizedSpatialMoment>},
-    {"ozlCentralMoment", oneMoment<ozlCentralMoment>},
     {"ozlNormalizedCentralMoment", oneMoment<ozlNormalizedCentralMoment>},
     {"ozlNorm", [](Case& c) {
          const auto [a, b] = c.picks<2>();
-         const int type = static_cast<int>(c.rng().between(-1, 17));
-         c.note(std::to_string(type));
-         ozlNorm(a, b, type);
+         ozlNorm(a, b, c.small(-1, 17));
      }},
 });
 

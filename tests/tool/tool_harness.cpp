@@ -5,14 +5,13 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <dirent.h>
-#include <fcntl.h>
 #include <fstream>
+#include <glob.h>
+#include <map>
 #include <random>
 #include <sstream>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace ozltest {
 namespace {
@@ -21,14 +20,11 @@ std::string toolPath, workFolder, ioFolder;
 
 bool hostIsLittleEndian() {
     const uint16_t one = 1;
-    unsigned char b;
-    std::memcpy(&b, &one, 1);
-    return b == 1;
+    return *reinterpret_cast<const unsigned char*>(&one) == 1;
 }
 
 }  // namespace
 
-const std::string& workDir() { return workFolder; }
 std::string at(const std::string& name) { return workFolder + "/" + name; }
 
 bool exists(const std::string& path) {
@@ -36,94 +32,58 @@ bool exists(const std::string& path) {
     return stat(path.c_str(), &st) == 0;
 }
 
-void removeFile(const std::string& path) { std::remove(path.c_str()); }
-
 std::vector<std::string> filesStartingWith(const std::string& prefix) {
+    glob_t found;
     std::vector<std::string> names;
-    DIR* d = opendir(workFolder.c_str());
-    if (!d) return names;
-    while (const dirent* e = readdir(d)) {
-        const std::string name = e->d_name;
-        if (name != "." && name != ".." && name.compare(0, prefix.size(), prefix) == 0)
-            names.push_back(name);
-    }
-    closedir(d);
+    if (glob(at(prefix + "*").c_str(), 0, nullptr, &found) == 0) names.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+    globfree(&found);
     return names;
 }
 
 std::string readBytes(const std::string& path) {
     std::ifstream f(path, std::ios::binary);
-    std::ostringstream s;
-    s << f.rdbuf();
-    return s.str();
+    return std::string(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
 }
 
-void writeBytes(const std::string& path, const std::string& bytes) {
-    std::ofstream f(path, std::ios::binary | std::ios::trunc);
-    f.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
+void writeBytes(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
+// Through the shell, every word quoted, in the work folder.
 Result ozl(const std::vector<std::string>& args) {
-    const std::string outPath = ioFolder + "/stdout", errPath = ioFolder + "/stderr";
-    Result r;
-    const pid_t pid = fork();
-    if (pid < 0) {
-        ADD_FAILURE() << "fork failed";
-        return r;
-    }
-    if (pid == 0) {
-        const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        if (out < 0 || err < 0 || chdir(workFolder.c_str()) != 0) _exit(127);
-        dup2(out, 1);
-        dup2(err, 2);
-        std::vector<char*> argv;
-        argv.push_back(const_cast<char*>(toolPath.c_str()));
-        for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-        argv.push_back(nullptr);
-        execv(toolPath.c_str(), argv.data());
-        _exit(127);
-    }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    r.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    r.out = readBytes(outPath);
-    r.err = readBytes(errPath);
-    return r;
+    auto quoted = [](const std::string& w) {
+        std::string q = "'";
+        for (char ch : w) q += ch == '\'' ? std::string("'\\''") : std::string(1, ch);
+        return q + "'";
+    };
+    std::string command = "cd " + quoted(workFolder) + " && exec " + quoted(toolPath);
+    for (const std::string& a : args) command += " " + quoted(a);
+    const int status = std::system((command + " >" + quoted(ioFolder + "/stdout") + " 2>" + quoted(ioFolder + "/stderr")).c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), readBytes(ioFolder + "/stdout"),
+            readBytes(ioFolder + "/stderr")};
 }
 
-// ---------------------------------------------------------------------------
-// PNM, written independently of the tool's codec.
+// --------------------------------------------------------------------------- PNM, written independently of
+// the tool's codec.
 
 namespace {
 
 struct Cursor {
     const std::string& s;
-    size_t i = 0;
+    size_t i = 2;  // past the magic number
     void blanks() {
-        while (i < s.size() && (std::isspace(static_cast<unsigned char>(s[i])) || s[i] == '#')) {
-            if (s[i] == '#')
-                while (i < s.size() && s[i] != '\n') ++i;
-            else
-                ++i;
-        }
-    }
-    long number() {
-        blanks();
-        long v = 0;
-        bool any = false;
-        while (i < s.size() && std::isdigit(static_cast<unsigned char>(s[i]))) {
-            v = v * 10 + (s[i++] - '0');
-            any = true;
-        }
-        if (!any) throw std::runtime_error("number expected");
-        return v;
+        while (i < s.size() && (std::isspace(static_cast<unsigned char>(s[i])) || s[i] == '#'))
+            i = s[i] == '#' ? s.find('\n', i) : i + 1;
     }
     std::string word() {
         blanks();
         const size_t start = i;
         while (i < s.size() && !std::isspace(static_cast<unsigned char>(s[i]))) ++i;
         return s.substr(start, i - start);
+    }
+    long number() {
+        const std::string w = word();
+        if (w.empty() || w.find_first_not_of("0123456789") != std::string::npos)
+            throw std::runtime_error("number expected");
+        return std::stol(w);
     }
     unsigned char byte() {
         if (i >= s.size()) throw std::runtime_error("data ends early");
@@ -132,50 +92,33 @@ struct Cursor {
 };
 
 Pixels parse(const std::string& bytes) {
-    Cursor c{bytes};
     if (bytes.size() < 2 || bytes[0] != 'P') throw std::runtime_error("not a PNM file");
     const char kind = bytes[1];
-    c.i = 2;
+    Cursor c{bytes};
     Pixels p;
     if (kind == '7') {
-        int w = 0, h = 0, d = 0, m = 0;
-        for (;;) {
-            const std::string key = c.word();
-            if (key == "ENDHDR") break;
-            if (key == "TUPLTYPE") { c.word(); continue; }
-            const long v = c.number();
-            if (key == "WIDTH") w = v;
-            else if (key == "HEIGHT") h = v;
-            else if (key == "DEPTH") d = v;
-            else if (key == "MAXVAL") m = v;
-        }
-        ++c.i;  // the newline after ENDHDR
-        p = Pixels(w, h, d, m);
+        std::map<std::string, long> head;
+        for (std::string key = c.word(); key != "ENDHDR"; key = c.word())
+            key == "TUPLTYPE" ? (void)c.word() : (void)(head[key] = c.number());
+        p = Pixels(head["WIDTH"], head["HEIGHT"], head["DEPTH"], head["MAXVAL"]);
     } else if (kind == 'F' || kind == 'f') {
         const long w = c.number(), h = c.number();
-        const double scale = std::stod(c.word());
+        const bool little = std::stod(c.word()) < 0;
         ++c.i;
         p = Pixels(w, h, kind == 'F' ? 3 : 1, 0);
-        const bool little = scale < 0;
         for (int y = h - 1; y >= 0; --y)
-            for (int x = 0; x < w; ++x)
-                for (int ch = 0; ch < p.channels; ++ch) {
-                    unsigned char b[4];
-                    for (auto& e : b) e = c.byte();
-                    if (little != hostIsLittleEndian()) {
-                        std::swap(b[0], b[3]);
-                        std::swap(b[1], b[2]);
-                    }
-                    float f;
-                    std::memcpy(&f, b, 4);
-                    p.at(x, y, ch) = f;
-                }
+            for (int x = 0; x < w * p.channels; ++x) {
+                unsigned char b[4];
+                for (auto& e : b) e = c.byte();
+                if (little != hostIsLittleEndian()) std::swap(b[0], b[3]), std::swap(b[1], b[2]);
+                float f;
+                std::memcpy(&f, b, 4);
+                p.v[size_t(y) * w * p.channels + x] = f;
+            }
         return p;
     } else {
         const long w = c.number(), h = c.number();
-        const bool bits = kind == '1' || kind == '4';
-        const long m = bits ? 1 : c.number();
-        p = Pixels(w, h, kind == '3' || kind == '6' ? 3 : 1, static_cast<int>(m));
+        p = Pixels(w, h, kind == '6' ? 3 : 1, kind == '4' ? 1 : int(c.number()));
         if (kind == '4') {
             ++c.i;
             for (int y = 0; y < h; ++y) {
@@ -185,19 +128,8 @@ Pixels parse(const std::string& bytes) {
             }
             return p;
         }
-        if (kind == '1' || kind == '2' || kind == '3') {
-            for (double& v : p.v) {
-                if (kind == '1') {
-                    c.blanks();
-                    v = c.byte() == '1' ? 0 : 1;
-                } else {
-                    v = c.number();
-                }
-            }
-            return p;
-        }
-        ++c.i;
     }
+    ++c.i;  // the newline after the header
     for (double& v : p.v) {
         v = c.byte();
         if (p.maxval > 255) v = v * 256 + c.byte();
@@ -208,9 +140,8 @@ Pixels parse(const std::string& bytes) {
 }  // namespace
 
 Pixels readPnm(const std::string& path) {
-    const std::string bytes = readBytes(path);
     try {
-        return parse(bytes);
+        return parse(readBytes(path));
     } catch (const std::exception& e) {
         ADD_FAILURE() << path << ": " << e.what();
         return Pixels();
@@ -223,38 +154,30 @@ void writePam(const std::string& path, const Pixels& p) {
         s = std::string(p.channels == 3 ? "PF" : "Pf") + "\n" + std::to_string(p.width) + " " +
             std::to_string(p.height) + "\n" + (hostIsLittleEndian() ? "-1" : "1") + "\n";
         for (int y = p.height - 1; y >= 0; --y)
-            for (int x = 0; x < p.width; ++x)
-                for (int c = 0; c < p.channels; ++c) {
-                    const float f = static_cast<float>(p.at(x, y, c));
-                    s.append(reinterpret_cast<const char*>(&f), 4);
-                }
-        writeBytes(path, s);
-        return;
+            for (int x = 0; x < p.width * p.channels; ++x) {
+                const float f = static_cast<float>(p.v[size_t(y) * p.width * p.channels + x]);
+                s.append(reinterpret_cast<const char*>(&f), 4);
+            }
+        return writeBytes(path, s);
     }
     static const char* const kTuples[] = {"GRAYSCALE", "GRAYSCALE_ALPHA", "RGB", "RGB_ALPHA"};
     s = "P7\nWIDTH " + std::to_string(p.width) + "\nHEIGHT " + std::to_string(p.height) +
         "\nDEPTH " + std::to_string(p.channels) + "\nMAXVAL " + std::to_string(p.maxval) +
         "\nTUPLTYPE " + (p.maxval == 1 ? "BLACKANDWHITE" : kTuples[p.channels - 1]) + "\nENDHDR\n";
     for (double v : p.v) {
-        const auto u = static_cast<unsigned>(v);
-        if (p.maxval > 255) s += static_cast<char>(u >> 8);
-        s += static_cast<char>(u & 255);
+        if (p.maxval > 255) s += static_cast<char>(unsigned(v) >> 8);
+        s += static_cast<char>(unsigned(v) & 255);
     }
     writeBytes(path, s);
 }
 
 void writePlainPnm(const std::string& path, const Pixels& p) {
     const char kind = p.maxval == 1 ? '1' : p.channels == 3 ? '3' : '2';
-    std::string s = std::string("P") + kind + "\n# written by the tests\n" +
-                    std::to_string(p.width) + " " + std::to_string(p.height) + "\n";
-    if (kind != '1') s += std::to_string(p.maxval) + "\n";
-    for (int y = 0; y < p.height; ++y) {
-        for (int x = 0; x < p.width * p.channels; ++x) {
-            const double v = p.v[static_cast<size_t>(y) * p.width * p.channels + x];
-            s += kind == '1' ? (v != 0 ? "0" : "1") : std::to_string(static_cast<long>(v));
-            s += ' ';
-        }
-        s += '\n';
+    std::string s = std::string("P") + kind + "\n# written by the tests\n" + std::to_string(p.width) +
+                    " " + std::to_string(p.height) + "\n" + (kind == '1' ? "" : std::to_string(p.maxval) + "\n");
+    for (size_t i = 0; i < p.v.size(); ++i) {
+        s += kind == '1' ? (p.v[i] != 0 ? "0" : "1") : std::to_string(static_cast<long>(p.v[i]));
+        s += (i + 1) % size_t(p.width * p.channels) == 0 ? '\n' : ' ';
     }
     writeBytes(path, s);
 }
@@ -262,32 +185,17 @@ void writePlainPnm(const std::string& path, const Pixels& p) {
 Pixels randomPixels(int w, int h, int c, int maxval, unsigned seed) {
     Pixels p(w, h, c, maxval);
     std::mt19937 rng(seed);
-    std::uniform_int_distribution<int> d(0, maxval);
-    for (double& v : p.v) v = d(rng);
+    for (double& v : p.v) v = std::uniform_int_distribution<int>(0, maxval)(rng);
     return p;
 }
 
-std::string compare(const Pixels& got, const Pixels& want, double tolerance) {
-    if (got.width != want.width || got.height != want.height || got.channels != want.channels)
-        return "shape " + std::to_string(got.width) + "x" + std::to_string(got.height) + "x" +
-               std::to_string(got.channels) + ", want " + std::to_string(want.width) + "x" +
-               std::to_string(want.height) + "x" + std::to_string(want.channels);
-    if (got.maxval != want.maxval)
-        return "maxval " + std::to_string(got.maxval) + ", want " + std::to_string(want.maxval);
-    return expectEach(got, want, [&](int x, int y, int c, double) { return want.at(x, y, c); },
-                      tolerance);
-}
-
-std::string expectEach(const Pixels& got, const Pixels& a,
-                       const std::function<double(int, int, int, double)>& f, double tolerance) {
-    if (got.width != a.width || got.height != a.height || got.channels != a.channels)
-        return "shape " + std::to_string(got.width) + "x" + std::to_string(got.height) + "x" +
-               std::to_string(got.channels) + " differs from the input's";
+std::string expectEach(const Pixels& got, const Pixels& a, const Want& f, double tolerance) {
+    auto shape = [](const Pixels& p) { return joined({std::to_string(p.width), std::to_string(p.height), std::to_string(p.channels)}); };
+    if (shape(got) != shape(a)) return "shape " + shape(got) + ", want " + shape(a);
     for (int y = 0; y < got.height; ++y)
         for (int x = 0; x < got.width; ++x)
             for (int c = 0; c < got.channels; ++c) {
-                const double want = f(x, y, c, a.at(x, y, c));
-                const double have = got.at(x, y, c);
+                const double want = f(x, y, c, a.at(x, y, c)), have = got.at(x, y, c);
                 if (!(std::fabs(have - want) <= tolerance) && !(std::isnan(have) && std::isnan(want))) {
                     std::ostringstream s;
                     s << "at (" << x << ", " << y << ") channel " << c << ": " << have << ", want "
@@ -296,6 +204,66 @@ std::string expectEach(const Pixels& got, const Pixels& a,
                 }
             }
     return "";
+}
+
+std::string compare(const Pixels& got, const Pixels& want, double tolerance) {
+    if (got.maxval != want.maxval)
+        return "maxval " + std::to_string(got.maxval) + ", want " + std::to_string(want.maxval);
+    return expectEach(got, want, [](int, int, int, double w) { return w; }, tolerance);
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string s;
+    for (const std::string& w : words) s += (s.empty() ? "" : " ") + w;
+    return s;
+}
+
+// --------------------------------------------------------------------------- The operation tests' inputs and
+// check.
+
+const Pixels& input(const std::string& name) {
+    static const std::map<std::string, Pixels> pictures = [] {
+        std::map<std::string, Pixels> p = {
+            {"a", randomPixels(kW, kH, 3, 255, 1)},     {"b", randomPixels(kW, kH, 3, 255, 2)},
+            {"g8", randomPixels(kW, kH, 1, 255, 8)},    {"g16", randomPixels(kW, kH, 1, 65535, 4)},
+            {"mask", randomPixels(kW, kH, 1, 1, 3)},    {"bw1", randomPixels(kW, kH, 1, 1, 5)},
+            {"bw2", randomPixels(kW, kH, 1, 1, 6)},     {"f", randomPixels(kW, kH, 1, 600, 7)},
+            {"z", randomPixels(31, 17, 1, 255, 9)}};  // the shape of the pattern tests
+        p["f"].maxval = 0;
+        for (double& v : p["f"].v) v -= 300;
+        for (const auto& [name, pixels] : p) writePam(at(name + (name == "f" ? ".pfm" : ".pam")), pixels);
+        Pixels mask = p["mask"];  // a grey file, 0 or 255
+        mask.maxval = 255;
+        for (double& v : mask.v) v *= 255;
+        writePam(at("mask.pam"), mask);
+        return p;
+    }();
+    const auto it = pictures.find(name);
+    if (it == pictures.end()) ADD_FAILURE() << "no input named " << name;
+    return it == pictures.end() ? pictures.at("a") : it->second;
+}
+
+double sat(double v, double hi) { return std::min(hi, std::max(0.0, v)); }
+bool inRoi(int x, int y) { return x >= 2 && x < 7 && y >= 3 && y < 7; }
+bool masked(int x, int y) { return input("mask").at(x, y, 0) != 0; }
+double b(int x, int y, int c) { return input("b").at(x, y, c); }
+
+void checkCases(const std::vector<OpCase>& cases) {
+    input("a");
+    for (const OpCase& t : cases) {
+        const std::string output = t.output.empty() ? "out.pam" : t.output;
+        std::vector<std::string> args = t.args;
+        args.push_back(output);
+        std::remove(at(output).c_str());
+        const Result r = ozl(args);
+        SCOPED_TRACE("ozl " + joined(args));
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.err, "");
+        const Pixels got = readPnm(at(output));
+        EXPECT_EQ(got.maxval, t.maxval);
+        const double tolerance = t.tolerance > 0 ? t.tolerance : t.maxval == 0 ? 1e-6 : 0;
+        EXPECT_EQ(expectEach(got, input(t.input), t.want, tolerance), "");
+    }
 }
 
 }  // namespace ozltest
@@ -310,12 +278,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: ozl_tool_tests --tool=PATH --work=DIR [GoogleTest options]\n");
         return 2;
     }
-    // A fresh work folder for each run, and one beside it for the tool's
-    // standard output and error.
+    // A fresh work folder for each run, and one beside it for the tool's standard output and error.
     ozltest::ioFolder = ozltest::workFolder + ".io";
-    const std::string reset = "rm -rf '" + ozltest::workFolder + "' '" + ozltest::ioFolder +
-                              "' && mkdir -p '" + ozltest::workFolder + "' '" +
-                              ozltest::ioFolder + "'";
-    if (std::system(reset.c_str()) != 0) return 2;
+    const std::string folders = "'" + ozltest::workFolder + "' '" + ozltest::ioFolder + "'";
+    if (std::system(("rm -rf " + folders + " && mkdir -p " + folders).c_str()) != 0) return 2;
     return RUN_ALL_TESTS();
 }

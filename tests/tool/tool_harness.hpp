@@ -1,11 +1,10 @@
-// Test harness for the ozl command: runs the built tool in a scratch folder,
-// and reads and writes PNM/PAM/PFM files with its own small codec (written
-// apart from the tool's, so that a fault the two would share still shows).
+// Test harness for the ozl command: runs the built tool in a scratch folder, reads and writes PNM/PAM/PFM
+// files with its own small codec (written apart from the tool's, so that a fault the two would share still
+// shows), and the inputs and value-by-value check the operation tests share.
 //
 //   ozl_tool_tests --tool=PATH --work=DIR [GoogleTest options]
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,58 +12,63 @@
 namespace ozltest {
 
 struct Result {
-    int status = -1;
+    int status;
     std::string out, err;
 };
-
-// Runs the tool with these arguments, in the work folder.
-Result ozl(const std::vector<std::string>& args);
-// The work folder (absolute) and a path inside it.
-const std::string& workDir();
-std::string at(const std::string& name);
+Result ozl(const std::vector<std::string>& args);  // the tool, in the work folder
+std::string at(const std::string& name);  // a path in the work folder
 bool exists(const std::string& path);
-// Names in the work folder that begin with `prefix` (temporary files of an
-// interrupted write begin with "." and the target's name).
+// Paths in the work folder beginning with `prefix` (a write's temporary file begins with "." and the target's
+// name).
 std::vector<std::string> filesStartingWith(const std::string& prefix);
-void removeFile(const std::string& path);
 std::string readBytes(const std::string& path);
 void writeBytes(const std::string& path, const std::string& bytes);
+std::string joined(const std::vector<std::string>& words);
 
-// A picture as numbers: rows top to bottom, channels interleaved. maxval is
-// 1, 255 or 65535 for integer files (1 in a 1-bit file means white), 0 for
-// float (PFM) data.
+// A picture as numbers: rows top to bottom, channels interleaved. maxval is 1, 255 or 65535 for integer files
+// (1 in a 1-bit file means white), 0 for float (PFM) data.
 struct Pixels {
-    int width = 0, height = 0, channels = 1;
-    int maxval = 255;
+    int width = 0, height = 0, channels = 1, maxval = 255;
     std::vector<double> v;
 
     Pixels() = default;
-    Pixels(int w, int h, int c, int max) : width(w), height(h), channels(c), maxval(max),
-                                           v(static_cast<size_t>(w) * h * c, 0.0) {}
-    double& at(int x, int y, int c) { return v[(static_cast<size_t>(y) * width + x) * channels + c]; }
-    double at(int x, int y, int c) const {
-        return v[(static_cast<size_t>(y) * width + x) * channels + c];
-    }
+    Pixels(int w, int h, int c, int max) : width(w), height(h), channels(c), maxval(max), v(size_t(w) * h * c) {}
+    double& at(int x, int y, int c) { return v[(size_t(y) * width + x) * channels + c]; }
+    double at(int x, int y, int c) const { return v[(size_t(y) * width + x) * channels + c]; }
 };
 
-// Reads P1..P7 (PAM: WIDTH, HEIGHT, DEPTH, MAXVAL), PF and Pf; a PBM's black
-// bit reads as 0. Fails the current test (and returns empty) on anything else.
+// Reads P4..P7, PF and Pf (a PBM's black bit reads as 0); fails the current test and returns empty on
+// anything else.
 Pixels readPnm(const std::string& path);
-// Writes PAM (binary; a maxval of 1 is BLACKANDWHITE), or PFM when maxval is 0.
-void writePam(const std::string& path, const Pixels& p);
-// Plain (ASCII) P1, P2 or P3 for one- and three-channel pictures.
-void writePlainPnm(const std::string& path, const Pixels& p);
+void writePam(const std::string& path, const Pixels& p);       // PAM, or PFM when maxval is 0
+void writePlainPnm(const std::string& path, const Pixels& p);  // P1, P2 or P3
+Pixels randomPixels(int w, int h, int c, int maxval, unsigned seed);  // seeded, 0..maxval
 
-// Seeded random samples 0..maxval.
-Pixels randomPixels(int w, int h, int c, int maxval, unsigned seed);
-
-// Compares two pictures sample by sample: "" when every difference is within
-// tolerance, else a description of the first that is not.
+using Want = std::function<double(int x, int y, int c, double a)>;
+// "" when got[i] == f(x, y, c, a[i]) within tolerance everywhere, else the first miss.
+std::string expectEach(const Pixels& got, const Pixels& a, const Want& f, double tolerance = 0);
+// The same against a picture, maxval included.
 std::string compare(const Pixels& got, const Pixels& want, double tolerance = 0);
 
-// got[i] == f(i, a[i]) for every sample, within tolerance.
-std::string expectEach(const Pixels& got, const Pixels& a,
-                       const std::function<double(int x, int y, int c, double a)>& f,
-                       double tolerance = 0);
+// The operation tests' inputs, written into the work folder on first use: a.pam and b.pam (RGB 8-bit), g8.pam
+// (grey 8-bit), g16.pam (grey 16-bit), mask.pam (grey, 0 or 255), bw1.pam and bw2.pam (1-bit), f.pfm (grey
+// floats, whole numbers -300..300), z.pam (grey 31x17). By file name without extension.
+constexpr int kW = 13, kH = 9;
+const Pixels& input(const std::string& name);
+double sat(double v, double hi = 255);
+bool inRoi(int x, int y);   // inside --roi 2,3,5,4
+bool masked(int x, int y);  // mask.pam is white there
+double b(int x, int y, int c);
+
+struct OpCase {
+    std::vector<std::string> args;  // the output file is appended
+    std::string output;             // out.pam unless given
+    std::string input;              // the picture `a` of the expectation
+    int maxval;                     // of the output file (0: PFM)
+    Want want;
+    double tolerance = 0;
+};
+// Runs each case and compares its output with the expectation.
+void checkCases(const std::vector<OpCase>& cases);
 
 }  // namespace ozltest
