@@ -103,20 +103,9 @@ inline const ColorTable& activeTable() { return colorTable(cpu::active()); }
 
 // ---------------------------------------------------------------------------
 // The scalar row loops every reference kernel and every vector tail use.
-// Values are read and written through memcpy: rows of caller-supplied data
-// need not be aligned to their value size.
 
-template <class T>
-inline T loadValue(const char* p) {
-    T v;
-    std::memcpy(&v, p, sizeof v);
-    return v;
-}
-
-template <class T>
-inline void storeValue(char* p, T v) {
-    std::memcpy(p, &v, sizeof v);
-}
+using image::loadValue;
+using image::storeValue;
 
 // A row view moved on by n pixels (not for 1-bit rows).
 inline RowView advanced(const RowView& r, size_t n) {

@@ -48,21 +48,13 @@ inline T fromDouble(double v) {
         constexpr double lo = static_cast<double>(std::numeric_limits<T>::min());
         constexpr double hi = static_cast<double>(std::numeric_limits<T>::max());
         const double r = std::floor(v + 0.5);
-        return static_cast<T>(r < lo ? lo : r > hi ? hi : r);
+        // Written so that a NaN (from a caller's NaN coefficient) lands on lo.
+        return static_cast<T>(r >= lo ? (r <= hi ? r : hi) : lo);
     }
 }
 
-template <class T>
-inline T loadValue(const char* p) {
-    T v;
-    std::memcpy(&v, p, sizeof v);
-    return v;
-}
-
-template <class T>
-inline void storeValue(char* p, T v) {
-    std::memcpy(p, &v, sizeof v);
-}
+using image::loadValue;
+using image::storeValue;
 
 // Fraction to 8U linear weight: rounded to 1/2048, halves up.
 inline int fixedWeight(double f) { return static_cast<int>(f * kWeightOne + 0.5); }

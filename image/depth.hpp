@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -110,5 +111,24 @@ template <class F>
 void forEachValueType(F&& f) {
     f(uint8_t{}); f(int8_t{}); f(uint16_t{}); f(int16_t{}); f(int32_t{}); f(float{});
 }
+
+// One value read or written through memcpy: rows of caller-supplied data need
+// not be aligned to their value size. Internal linkage, so that each
+// instruction-set file keeps the copy compiled for its own target.
+namespace {
+
+template <class T>
+inline T loadValue(const char* p) {
+    T v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+
+template <class T>
+inline void storeValue(char* p, T v) {
+    std::memcpy(p, &v, sizeof v);
+}
+
+}  // namespace
 
 }  // namespace ozl::image
