@@ -104,8 +104,8 @@ const ozl::fuzz::Registrar calls("convert", {
      }},
     {"ozlReduceBits", [](Case& c) {
          const auto [s, d] = c.picks<2>();
-         const int n = c.mostly(0, 17, 90);
-         ozlReduceBits(s, d, n, c.mostly(0, 2, 90));
+         const int n = c.mostly(0, 17, 90), dither = c.mostly(0, 2, 90);
+         ozlReduceBits(s, d, n, dither);
      }},
     {"ozlAlphaComposite", [](Case& c) {
          const auto [a, b, d] = c.picks<3>();

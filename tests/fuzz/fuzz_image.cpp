@@ -51,21 +51,16 @@ void cloneAndRelease(OzlImage* source) {
 // A new header with random arguments and records, allocated, cloned and released again.
 void createHeader(Case& c) {
     ozl::fuzz::HeaderArgs a = c.randomHeaderArgs(c.rng().percent(20));
-    OzlROI* roi = c.rng().percent(40) ? ozlCreateROI(c.small(-1, 4), c.small(-1, 50), c.small(-1, 50),
-                                                     c.anyInt(), c.anyInt())
-                                      : nullptr;
-    OzlTileInfo* tile = c.rng().percent(10) ? ozlCreateTileInfo(noTiles, nullptr, c.rng().of({8, 12, 16, 0}),
-                                                                c.rng().of({8, 16, -8}))
-                                            : nullptr;
+    OzlROI* roi = c.rng().percent(40) ? ozlCreateROI(c.small(-1, 4), c.small(-1, 50), c.small(-1, 50), c.anyInt(), c.anyInt()) : nullptr;
+    const int tileWidth = c.rng().of({8, 12, 16, 0}), tileHeight = c.rng().of({8, 16, -8});
+    OzlTileInfo* tile = c.rng().percent(10) ? ozlCreateTileInfo(noTiles, nullptr, tileWidth, tileHeight) : nullptr;
     OzlImage *mask = c.rng().percent(15) ? c.pick() : nullptr, *ownMask = nullptr;
     if (!mask && c.rng().percent(10)) {
-        mask = ownMask = ozlCreateImageHeader(1, 0, OZL_DEPTH_1U, "G", "G", 0, 0, 4, 9, 3, nullptr,
-                                              nullptr, nullptr, nullptr);
+        mask = ownMask = ozlCreateImageHeader(1, 0, OZL_DEPTH_1U, "G", "G", 0, 0, 4, 9, 3, nullptr, nullptr, nullptr, nullptr);
         ozlAllocateImage(mask, 1, 1);
     }
     OzlImage* image = ozlCreateImageHeader(a.nChannels, a.alphaChannel, a.depth, a.colorModel, a.channelSeq,
-                                           a.dataOrder, a.origin, a.align, a.width, a.height, roi, mask,
-                                           nullptr, tile);
+                                           a.dataOrder, a.origin, a.align, a.width, a.height, roi, mask, nullptr, tile);
     if (!image) {
         ozlDeleteROI(roi);
         ozlDeleteTileInfo(tile);
