@@ -140,7 +140,7 @@ TEST(Moments, LongRowsAndLargeProductsAreExact) {
     EXPECT_TRUE(errors.empty());
 }
 
-TEST(Moments, TilesAgreeWithTheUntiledImage) {
+TEST(Moments, TilesAgreeWithExactSums) {
     ErrorCapture errors;
     for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_16U, OZL_DEPTH_32S, OZL_DEPTH_32F}) {
         TiledImage tiled(depth, 75, 37, 2, OZL_DATA_ORDER_PIXEL, 16, 8);
@@ -149,21 +149,13 @@ TEST(Moments, TilesAgreeWithTheUntiledImage) {
         tiled.pixels().setRoi(2, 5, 3, 64, 30);
         TestImage mask(OZL_DEPTH_1U, 64, 30);
         mask.fillRandom(4);
-        for (bool masked : {false, true}) {
-            tiled->maskROI = tiled.pixels()->maskROI = masked ? mask.get() : nullptr;
-            OzlMomentState a, b;
-            ozlMoments(tiled, a);
-            ozlMoments(tiled.pixels(), b);
-            for (int m = 0; m <= 3; ++m)
-                for (int n = 0; m + n <= 3; ++n) {
-                    if (depth == OZL_DEPTH_32F)
-                        EXPECT_NEAR(a[m][n].value, b[m][n].value, 1e-10 * std::fabs(b[m][n].value));
-                    else
-                        EXPECT_EQ(a[m][n].value, b[m][n].value) << depth << " " << m << n;
-                }
-            expectSums(b, referenceSums(tiled.pixels(), tiled->maskROI), depth == OZL_DEPTH_32F);
+        for (OzlImage* m : {static_cast<OzlImage*>(nullptr), static_cast<OzlImage*>(mask)}) {
+            tiled->maskROI = m;
+            OzlMomentState state;
+            ozlMoments(tiled, state);
+            expectSums(state, referenceSums(tiled.pixels(), m), depth == OZL_DEPTH_32F);
         }
-        tiled->maskROI = tiled.pixels()->maskROI = nullptr;
+        tiled->maskROI = nullptr;
     }
     EXPECT_TRUE(errors.empty());
 }
@@ -256,15 +248,11 @@ TEST(Moments, RefusalsAndEmptyRegions) {
     using ImageFn = double(OZL_CALL*)(OzlImage*, int, int);
     using StateFn = double(OZL_CALL*)(OzlMomentState, int, int);
     const std::pair<ImageFn, const char*> imageFns[] = {
-        {ozlSpatialMoment, "ozlSpatialMoment"},
-        {ozlNormalizedSpatialMoment, "ozlNormalizedSpatialMoment"},
-        {ozlCentralMoment, "ozlCentralMoment"},
-        {ozlNormalizedCentralMoment, "ozlNormalizedCentralMoment"}};
+        {ozlSpatialMoment, "ozlSpatialMoment"}, {ozlNormalizedSpatialMoment, "ozlNormalizedSpatialMoment"},
+        {ozlCentralMoment, "ozlCentralMoment"}, {ozlNormalizedCentralMoment, "ozlNormalizedCentralMoment"}};
     const std::pair<StateFn, const char*> stateFns[] = {
-        {ozlGetSpatialMoment, "ozlGetSpatialMoment"},
-        {ozlGetNormalizedSpatialMoment, "ozlGetNormalizedSpatialMoment"},
-        {ozlGetCentralMoment, "ozlGetCentralMoment"},
-        {ozlGetNormalizedCentralMoment, "ozlGetNormalizedCentralMoment"}};
+        {ozlGetSpatialMoment, "ozlGetSpatialMoment"}, {ozlGetNormalizedSpatialMoment, "ozlGetNormalizedSpatialMoment"},
+        {ozlGetCentralMoment, "ozlGetCentralMoment"}, {ozlGetNormalizedCentralMoment, "ozlGetNormalizedCentralMoment"}};
     const int badOrders[][2] = {{2, 2}, {-1, 0}, {0, 4}, {4, 0}, {1, 3}};
     for (const auto& o : badOrders) {
         for (const auto& [fn, name] : imageFns) {
