@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -49,7 +50,7 @@ struct Tables {
 
 Keys everyLevel() {
     Keys k(257);
-    for (int j = 0; j <= 256; ++j) k[j] = j;
+    std::iota(k.begin(), k.end(), 0);
     return k;
 }
 
