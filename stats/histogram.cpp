@@ -50,12 +50,11 @@ struct CountContext {
     size_t perChannel;   // counters of one channel
     uint32_t depth;
     CountBytesFn countBytes;
-    uint16_t* pairs;     // 8U, one channel: the pair table, or nullptr
-    size_t pending;      // pairs counted since the table was last folded
+    uint8_t* pairs;      // 8U, one channel: the pair table, or nullptr
 };
 
 // One channel of at least this many 8-bit pixels is counted by pairs: below,
-// folding the pair table costs more than the increments it saves.
+// clearing and folding the pair table costs more than the increments it saves.
 constexpr int64_t kPairsFrom = int64_t{1} << 17;
 
 // The counter a value lands in. Values of depths the function refuses (when a
@@ -80,7 +79,7 @@ void countValues(const core::ReduceRow& row, CountContext& ctx) {
         const char* p = r.data + c * r.channelStep;
         if (std::is_same_v<T, uint8_t> && !row.mask) {
             ctx.countBytes(reinterpret_cast<const uint8_t*>(p), row.width,
-                           static_cast<size_t>(r.pixelStep), {counters, ctx.pairs, &ctx.pending});
+                           static_cast<size_t>(r.pixelStep), {counters, ctx.pairs});
             continue;
         }
         for (size_t i = 0; i < row.width; ++i, p += r.pixelStep) {
@@ -125,7 +124,7 @@ uint32_t* countLevels(const Caller& caller, OzlImage* src, const OzlImage* mask,
     const bool pairs = bytes && nCh == 1 && !mask &&
                        int64_t{region.width} * region.height >= kPairsFrom;
     CountContext ctx{counters, perChannel, src->depth, activeTable().countBytes,
-                     pairs ? allocateZeroed<uint16_t>(kPairCounters) : nullptr, 0};
+                     pairs ? allocateZeroed<uint8_t>(kPairCounters) : nullptr};
     core::ReduceKernel kernel;
     kernel.row = &countRow;
     kernel.context = &ctx;

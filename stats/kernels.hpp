@@ -22,34 +22,30 @@ using image::kElemCount;
 // ---------------------------------------------------------------------------
 // Histograms. Bytes are counted into kByteTables tables of 256 counters used in
 // turn, so that runs of equal values do not wait on their own increments, and
-// where the caller gives one, into a table of 65536 16-bit counters indexed by
+// where the caller gives one, into a table of 65536 8-bit counters indexed by
 // two neighbouring bytes (the first in the low 8 bits): one increment for two
-// bytes, in a table small enough to stay near the core. It takes kPairLimit
-// pairs between folds, so that no counter can overflow; the kernel folds it
-// into the first byte table when full, the caller at the end. The scalar form
-// counts every byte singly into the first table.
+// bytes, in a table small enough to stay near the core. A pair counter that
+// wraps to zero adds 256 to the counters of both its bytes in the first
+// table; the caller folds what the pair table holds into the byte counters at
+// the end. The scalar form counts every byte singly into the first table.
 constexpr int kByteTables = 4;
 constexpr size_t kPairCounters = 65536;
-constexpr size_t kPairLimit = 65535;
 
 struct ByteCounters {
     uint32_t* tables;  // kByteTables x 256
-    uint16_t* pairs;   // kPairCounters, or nullptr
-    size_t* pending;   // pairs counted since the last fold
+    uint8_t* pairs;    // kPairCounters, or nullptr
 };
 using CountBytesFn = void (*)(const uint8_t* p, size_t n, size_t stride, const ByteCounters& c);
 
-// counts[v] += every pair counter with v as its first or second byte; the
-// pair counters are left at zero.
-using FoldPairsFn = void (*)(uint16_t* pairs, uint32_t* counts);
-static inline void foldPairsScalar(uint16_t* pairs, uint32_t* counts) {
+// counts[v] += every pair counter with v as its first or second byte.
+using FoldPairsFn = void (*)(const uint8_t* pairs, uint32_t* counts);
+static inline void foldPairsScalar(const uint8_t* pairs, uint32_t* counts) {
     for (int second = 0; second < 256; ++second) {
-        uint16_t* row = pairs + second * 256;
+        const uint8_t* row = pairs + second * 256;
         uint32_t sum = 0;
         for (int first = 0; first < 256; ++first) {
             counts[first] += row[first];
             sum += row[first];
-            row[first] = 0;
         }
         counts[second] += sum;
     }

@@ -41,41 +41,43 @@ uint8_t maxLanes8(typename Vx::V v) {
 
 // ---------------------------------------------------------------------------
 // Histograms: the pair table folded into the byte counters in one pass down
-// its 256 rows: the first bytes' counts as column sums held in vectors, the
-// second bytes' as row sums, each row cleared once read. 32-bit lanes wrap
-// like the counters.
+// its 256 rows. The first bytes' counts are column sums of at most 256 x 255,
+// held in 16-bit lanes (even and odd columns apart); the second bytes' are row
+// sums of absolute differences against zero.
 
 template <class Vx>
-void foldPairsVec(uint16_t* pairs, uint32_t* counts) {
+void foldPairsVec(const uint8_t* pairs, uint32_t* counts) {
     using V = typename Vx::V;
-    constexpr int L = static_cast<int>(Vx::kBytes / 4);  // 32-bit lanes
-    constexpr int kColumns = 256 / L;
-    V column[kColumns];
-    for (int k = 0; k < kColumns; ++k) column[k] = Vx::load(counts + k * L);
-    alignas(64) uint32_t rowSums[256];
+    constexpr int W = static_cast<int>(Vx::kBytes);
+    constexpr int kColumns = 256 / W;
+    const V zero = Vx::zero(), low = Vx::set16(0xFF);
+    V even[kColumns], odd[kColumns];
+    for (int k = 0; k < kColumns; ++k) even[k] = odd[k] = zero;
     for (int second = 0; second < 256; ++second) {
-        uint16_t* row = pairs + second * 256;
-        V s = Vx::zero();
-        for (int k = 0; k < kColumns; k += 2) {
-            V w[2];
-            Vx::widenU16(row + k * L, w);
-            column[k] = Vx::add32(column[k], w[0]);
-            column[k + 1] = Vx::add32(column[k + 1], w[1]);
-            s = Vx::add32(s, Vx::add32(w[0], w[1]));
-            Vx::store(row + k * L, Vx::zero());
+        V s = zero;
+        for (int k = 0; k < kColumns; ++k) {
+            const V x = Vx::load(pairs + second * 256 + k * W);
+            even[k] = Vx::add16(even[k], Vx::and_(x, low));
+            odd[k] = Vx::add16(odd[k], Vx::template srli16<8>(x));
+            s = Vx::add64(s, Vx::sadU8(x, zero));
         }
-        uint32_t lanes[L];
-        Vx::store(lanes, s);
-        uint32_t sum = 0;
-        for (uint32_t x : lanes) sum += x;
-        rowSums[second] = sum;
+        counts[second] += static_cast<uint32_t>(sumLanes64<Vx>(s));
     }
-    for (int k = 0; k < kColumns; ++k) Vx::store(counts + k * L, column[k]);
-    for (int second = 0; second < 256; ++second) counts[second] += rowSums[second];
+    for (int k = 0; k < kColumns; ++k) {
+        uint16_t e[W / 2], o[W / 2];
+        Vx::store(e, even[k]);
+        Vx::store(o, odd[k]);
+        for (int j = 0; j < W / 2; ++j) {
+            counts[k * W + 2 * j] += e[j];
+            counts[k * W + 2 * j + 1] += o[j];
+        }
+    }
 }
 
 // Scalar counting: dense runs by pairs where there is a pair table (half the
 // increments, which bound the count), else bytes into the four tables in turn.
+// In a run of one value every pair increment waits on the last; stores are
+// forwarded quickly enough for this to stay ahead of counting bytes.
 template <class Vx>
 void countBytesVec(const uint8_t* p, size_t n, size_t stride, const ByteCounters& c) {
     uint32_t* t0 = c.tables;
@@ -84,23 +86,22 @@ void countBytesVec(const uint8_t* p, size_t n, size_t stride, const ByteCounters
     uint32_t* t3 = t0 + 768;
     size_t i = 0;
     if (stride == 1 && c.pairs) {
-        uint16_t* pairs = c.pairs;
-        while (i + 8 <= n) {
-            if (*c.pending + 4 > kPairLimit) {
-                foldPairsVec<Vx>(pairs, t0);
-                *c.pending = 0;
+        uint8_t* pairs = c.pairs;
+        auto pair = [&](uint32_t k) {
+            if (++pairs[k] == 0) {  // rare: 256 more of both bytes
+                t0[k & 0xFF] += 256;
+                t0[k >> 8] += 256;
             }
-            const size_t room = (kPairLimit - *c.pending) / 4 * 8;
-            const size_t stop = i + std::min(room, (n - i) / 8 * 8);
-            *c.pending += (stop - i) / 2;
-            for (; i < stop; i += 8) {
-                uint32_t w0, w1;
-                std::memcpy(&w0, p + i, 4);
-                std::memcpy(&w1, p + i + 4, 4);
-                ++pairs[w0 & 0xFFFF];
-                ++pairs[w0 >> 16];
-                ++pairs[w1 & 0xFFFF];
-                ++pairs[w1 >> 16];
+        };
+        for (; i + 16 <= n; i += 16) {
+            // Large images come from memory: asking 1 KB ahead keeps the
+            // loads from waiting on it behind the table's traffic.
+            __builtin_prefetch(p + i + 1024);
+            uint32_t w[4];
+            std::memcpy(w, p + i, sizeof w);
+            for (uint32_t x : w) {
+                pair(x & 0xFFFF);
+                pair(x >> 16);
             }
         }
     } else if (stride == 1) {

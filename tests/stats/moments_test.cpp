@@ -64,11 +64,9 @@ void expectSums(const OzlMomentState state, const Sums& ref, bool isFloat) {
 }
 
 struct Layout {
-    unsigned depth;
     int width, height, nCh, order;
     int coi;
     int x, y, w, h;  // ROI
-    double lo, hi;   // value range (lo == hi: the depth's full range)
 };
 
 const unsigned kAllDepths[] = {OZL_DEPTH_1U,  OZL_DEPTH_8U,  OZL_DEPTH_8S, OZL_DEPTH_16U,
@@ -80,10 +78,10 @@ TEST(Moments, EveryDepthAgainstExactSums) {
     for (unsigned depth : kAllDepths) {
         const bool bits = depth == OZL_DEPTH_1U;
         const Layout layouts[] = {
-            {depth, 71, 9, 1, OZL_DATA_ORDER_PIXEL, 0, 5, 2, 60, 7, 0, 0},
-            {depth, 40, 6, 3, OZL_DATA_ORDER_PIXEL, 2, 1, 1, 50, 5, 0, 0},   // cut at the edge
-            {depth, 33, 5, 3, OZL_DATA_ORDER_PLANE, 3, 0, 0, 33, 5, 0, 0},
-            {depth, 97, 4, 4, OZL_DATA_ORDER_PIXEL, 1, 3, 0, 90, 4, 0, 0},
+            {71, 9, 1, OZL_DATA_ORDER_PIXEL, 0, 5, 2, 60, 7},
+            {40, 6, 3, OZL_DATA_ORDER_PIXEL, 2, 1, 1, 50, 5},  // cut at the edge
+            {33, 5, 3, OZL_DATA_ORDER_PLANE, 3, 0, 0, 33, 5},
+            {97, 4, 4, OZL_DATA_ORDER_PIXEL, 1, 3, 0, 90, 4},
         };
         for (const Layout& l : layouts) {
             if (bits && l.nCh > 1) continue;
@@ -140,7 +138,7 @@ TEST(Moments, LongRowsAndLargeProductsAreExact) {
     EXPECT_TRUE(errors.empty());
 }
 
-TEST(Moments, TilesAgreeWithTheUntiledImage) {
+TEST(Moments, TilesAgreeWithExactSums) {
     ErrorCapture errors;
     for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_16U, OZL_DEPTH_32S, OZL_DEPTH_32F}) {
         TiledImage tiled(depth, 75, 37, 2, OZL_DATA_ORDER_PIXEL, 16, 8);
@@ -149,21 +147,13 @@ TEST(Moments, TilesAgreeWithTheUntiledImage) {
         tiled.pixels().setRoi(2, 5, 3, 64, 30);
         TestImage mask(OZL_DEPTH_1U, 64, 30);
         mask.fillRandom(4);
-        for (bool masked : {false, true}) {
-            tiled->maskROI = tiled.pixels()->maskROI = masked ? mask.get() : nullptr;
-            OzlMomentState a, b;
-            ozlMoments(tiled, a);
-            ozlMoments(tiled.pixels(), b);
-            for (int m = 0; m <= 3; ++m)
-                for (int n = 0; m + n <= 3; ++n) {
-                    if (depth == OZL_DEPTH_32F)
-                        EXPECT_NEAR(a[m][n].value, b[m][n].value, 1e-10 * std::fabs(b[m][n].value));
-                    else
-                        EXPECT_EQ(a[m][n].value, b[m][n].value) << depth << " " << m << n;
-                }
-            expectSums(b, referenceSums(tiled.pixels(), tiled->maskROI), depth == OZL_DEPTH_32F);
+        for (OzlImage* m : {static_cast<OzlImage*>(nullptr), static_cast<OzlImage*>(mask)}) {
+            tiled->maskROI = m;
+            OzlMomentState state;
+            ozlMoments(tiled, state);
+            expectSums(state, referenceSums(tiled.pixels(), m), depth == OZL_DEPTH_32F);
         }
-        tiled->maskROI = tiled.pixels()->maskROI = nullptr;
+        tiled->maskROI = nullptr;
     }
     EXPECT_TRUE(errors.empty());
 }
@@ -256,15 +246,11 @@ TEST(Moments, RefusalsAndEmptyRegions) {
     using ImageFn = double(OZL_CALL*)(OzlImage*, int, int);
     using StateFn = double(OZL_CALL*)(OzlMomentState, int, int);
     const std::pair<ImageFn, const char*> imageFns[] = {
-        {ozlSpatialMoment, "ozlSpatialMoment"},
-        {ozlNormalizedSpatialMoment, "ozlNormalizedSpatialMoment"},
-        {ozlCentralMoment, "ozlCentralMoment"},
-        {ozlNormalizedCentralMoment, "ozlNormalizedCentralMoment"}};
+        {ozlSpatialMoment, "ozlSpatialMoment"}, {ozlNormalizedSpatialMoment, "ozlNormalizedSpatialMoment"},
+        {ozlCentralMoment, "ozlCentralMoment"}, {ozlNormalizedCentralMoment, "ozlNormalizedCentralMoment"}};
     const std::pair<StateFn, const char*> stateFns[] = {
-        {ozlGetSpatialMoment, "ozlGetSpatialMoment"},
-        {ozlGetNormalizedSpatialMoment, "ozlGetNormalizedSpatialMoment"},
-        {ozlGetCentralMoment, "ozlGetCentralMoment"},
-        {ozlGetNormalizedCentralMoment, "ozlGetNormalizedCentralMoment"}};
+        {ozlGetSpatialMoment, "ozlGetSpatialMoment"}, {ozlGetNormalizedSpatialMoment, "ozlGetNormalizedSpatialMoment"},
+        {ozlGetCentralMoment, "ozlGetCentralMoment"}, {ozlGetNormalizedCentralMoment, "ozlGetNormalizedCentralMoment"}};
     const int badOrders[][2] = {{2, 2}, {-1, 0}, {0, 4}, {4, 0}, {1, 3}};
     for (const auto& o : badOrders) {
         for (const auto& [fn, name] : imageFns) {
