@@ -65,6 +65,7 @@ struct Run {
     int maxWidth = 0;  // widest piece (the buffers' size)
     int rowsNeeded = 1;
     bool gathered = false;  // source rows are gathered (strided or 1-bit sources)
+    bool stream = false;    // a destination large enough for stores past the caches
     size_t srcBytes = 1, dstBytes = 1;  // value sizes as the kernel sees them
     char* memory = nullptr;
     const void** rows = nullptr;
@@ -186,6 +187,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             row.scratch = run.scratch;
             row.width = width;
             row.channels = run.channels;
+            row.stream = direct && run.stream;
             k.row(row, k.context);
             if (direct) continue;
             const uint8_t* maskRow =
@@ -213,6 +215,10 @@ NbResult runFetched(const Run& run, const OzlImage* src, int x, int y, int width
     ozlFree(block.data);
     return NbResult::Done;
 }
+
+// Destinations of at least this many bytes, with their sources, outgrow a
+// typical last-level cache: caching them would only evict the sources.
+constexpr int64_t kStreamFrom = int64_t{16} << 20;
 
 constexpr int kMinStrip = 16;
 // Rows of the middle band computed together: the side strips of a band run
@@ -312,6 +318,8 @@ NbResult runNeighbourhood(OzlImage* src, OzlImage* dst, const OzlImage* mask, in
     run.dstBytes = static_cast<size_t>(std::max(1, image::depthBits(dst->depth) / 8));
     const int srcStride = src->dataOrder == OZL_DATA_ORDER_PLANE ? 1 : src->nChannels;
     run.gathered = src->depth == OZL_DEPTH_1U || srcStride != run.channels;
+    run.stream = static_cast<int64_t>(width) * height * channels * static_cast<int64_t>(run.dstBytes) >=
+                 kStreamFrom;
     if (!run.allocate()) return NbResult::NoMemory;
 
     const Operand maskOp = mask ? operandOf(mask) : Operand{};

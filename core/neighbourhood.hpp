@@ -45,6 +45,10 @@ struct NbRow {
     void* scratch = nullptr;  // the kernel's working memory (NbKernel::scratchPerValue)
     int width = 0;
     int channels = 0;
+    // `dst` is the destination image's own row and the destination is too
+    // large to stay in cache: the kernel may store past the caches (saving
+    // the reads of lines it only overwrites).
+    bool stream = false;
 };
 
 using NbRowFn = void (*)(const NbRow& row, const void* context);

@@ -42,6 +42,7 @@ struct Plan {
     bool narrowPath = false;  // one 8-bit kernel in 16-bit sums, straight to the output
     bool realPath = false;    // one 32F kernel, straight to the output
     NarrowKernel narrow;
+    RealKernel streamed;  // the real path's kernel, storing past the caches
     Prepared k[kMaxKernels];
 };
 
@@ -175,7 +176,7 @@ void floatRow(const core::NbRow& row, const void* context) {
     const size_t n = static_cast<size_t>(row.width) * row.channels;
     auto* out = static_cast<float*>(row.dst);
     if (p.nKernels == 1) {
-        p.table->real(p.k[0].real, row.src, out, n);
+        p.table->real(row.stream && p.realPath ? p.streamed : p.k[0].real, row.src, out, n);
         if (!p.realPath)
             for (size_t i = 0; i < n; ++i) out[i] = single(p.method, out[i]);
         return;
@@ -302,6 +303,8 @@ core::NbCode engine(OzlImage* srcImage, OzlImage* dstImage, Record* const* kerne
     if (!prepare(plan, kernels, nKernels, m, setup.channels, src.depth, memory))
         return core::NbCode::NoMemory;
     plan.realPath = plan.isFloat && nKernels == 1 && plan.method == kSum;
+    plan.streamed = plan.k[0].real;
+    plan.streamed.stream = true;
 
     core::NbKernel kernel;
     kernel.row = plan.isFloat ? &floatRow : &integerRow;

@@ -133,10 +133,13 @@ TEST_P(ConvKernels, RealSumsMatchTheReference) {
         std::vector<TapF> taps;
         for (const Tap& t : randomTaps(rng, count, 4, channels, -1000, 1000))
             taps.push_back({t.row, t.offset, static_cast<float>(t.coeff) / 37.0f});
-        const RealKernel k{taps.data(), count};
+        // Outputs at any float offset from a vector boundary; stores past
+        // the caches on every other row.
+        const size_t skew = rng() % 16;
+        const RealKernel k{taps.data(), count, n % 2 == 1};
         const Rows rows(4, n, channels, Elem::F32, rng);
-        EXPECT_TRUE(sameOutputs(GetParam(), n * 4, [&](const KernelTable& t, uint8_t* out) {
-            t.real(k, rows.at.data(), reinterpret_cast<float*>(out), n);
+        EXPECT_TRUE(sameOutputs(GetParam(), (n + skew) * 4, [&](const KernelTable& t, uint8_t* out) {
+            t.real(k, rows.at.data(), reinterpret_cast<float*>(out) + skew, n);
         })) << "n " << n << " taps " << count;
     }
 }
