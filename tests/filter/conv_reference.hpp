@@ -8,6 +8,7 @@
 
 #include "ozl.h"
 #include "support/neighbourhood_check.hpp"
+#include "support/test_image.hpp"
 
 namespace ozl::test {
 
@@ -21,33 +22,16 @@ struct GivenKernel {
 
 inline int appliedShift(long long s) { return s < 0 || s > 63 ? 63 : static_cast<int>(s); }
 
-inline double depthLow(unsigned depth) {
-    switch (depth) {
-        case OZL_DEPTH_1U: case OZL_DEPTH_8U: case OZL_DEPTH_16U: return 0;
-        case OZL_DEPTH_8S: return -128;
-        case OZL_DEPTH_16S: return -32768;
-        default: return -2147483648.0;
-    }
-}
-inline double depthHigh(unsigned depth) {
-    switch (depth) {
-        case OZL_DEPTH_1U: return 1;
-        case OZL_DEPTH_8U: return 255;
-        case OZL_DEPTH_8S: return 127;
-        case OZL_DEPTH_16U: return 65535;
-        case OZL_DEPTH_16S: return 32767;
-        default: return 2147483647.0;
-    }
-}
 inline double saturated(unsigned depth, double v) {
     if (depth == OZL_DEPTH_32F) return v;
-    return v < depthLow(depth) ? depthLow(depth) : v > depthHigh(depth) ? depthHigh(depth) : v;
+    const auto [lo, hi] = depthRange(depth);
+    return v < lo ? lo : v > hi ? hi : v;
 }
 
 // The documented class of an integer kernel.
 inline int classOf(const std::vector<int>& q, unsigned depth) {
     if (depth == OZL_DEPTH_32S) return 2;
-    const double lo = depthLow(depth), hi = depthHigh(depth);
+    const auto [lo, hi] = depthRange(depth);
     double big = 0, small = 0;
     bool k16 = true, p16 = true;
     auto in16 = [](double v) { return v >= -32768 && v <= 32767; };
@@ -61,6 +45,22 @@ inline int classOf(const std::vector<int>& q, unsigned depth) {
     if (small > -32768 && big < 32767 && k16) return p16 ? 0 : 1;
     if (small > -2147483648.0 && big < 2147483647.0 && k16) return 1;
     return 2;
+}
+
+inline void fillFor(TestImage& im, uint32_t seed) {
+    if (im->depth == OZL_DEPTH_32S) im.fillRandom(seed, -(1 << 20), 1 << 20);
+    else if (im->depth == OZL_DEPTH_32F) im.fillRandom(seed, -100, 100);
+    else im.fillRandom(seed);
+}
+
+// Border modes per side; constants written straight into the header, out of
+// the depth's range at times (the filters clamp their copies).
+template <class Rng>
+void randomBorders(OzlImage* im, Rng& rng, int range) {
+    for (int side = 0; side < 4; ++side) {
+        im->borderMode[side] = static_cast<int>(rng() % 4);
+        im->borderConst[side] = static_cast<int>(rng() % (2 * range)) - range;
+    }
 }
 
 // Where a source pixel of a region comes from: the source's region origin
