@@ -42,25 +42,17 @@ GivenKernel axisKernel(std::mt19937& rng, bool horizontal, int range) {
 
 // Records for the call, released with the object.
 struct Records {
-    OzlConvKernel* x = nullptr;
-    OzlConvKernel* y = nullptr;
-    OzlConvKernelFP* xf = nullptr;
-    OzlConvKernelFP* yf = nullptr;
+    OzlConvKernel *x = nullptr, *y = nullptr;
+    OzlConvKernelFP *xf = nullptr, *yf = nullptr;
     Records(const GivenKernel* xs, const GivenKernel* ys) {
-        if (xs) {
-            x = ozlCreateConvKernel(xs->nCols, 1, xs->anchorX, 0, xs->values.data(), xs->shift);
-            xf = ozlCreateConvKernelFP(xs->nCols, 1, xs->anchorX, 0, xs->reals.data());
-        }
-        if (ys) {
-            y = ozlCreateConvKernel(1, ys->nRows, 0, ys->anchorY, ys->values.data(), ys->shift);
-            yf = ozlCreateConvKernelFP(1, ys->nRows, 0, ys->anchorY, ys->reals.data());
-        }
+        if (xs) x = ozlCreateConvKernel(xs->nCols, 1, xs->anchorX, 0, xs->values.data(), xs->shift);
+        if (xs) xf = ozlCreateConvKernelFP(xs->nCols, 1, xs->anchorX, 0, xs->reals.data());
+        if (ys) y = ozlCreateConvKernel(1, ys->nRows, 0, ys->anchorY, ys->values.data(), ys->shift);
+        if (ys) yf = ozlCreateConvKernelFP(1, ys->nRows, 0, ys->anchorY, ys->reals.data());
     }
     ~Records() {
-        if (x) ozlDeleteConvKernel(x);
-        if (y) ozlDeleteConvKernel(y);
-        if (xf) ozlDeleteConvKernelFP(xf);
-        if (yf) ozlDeleteConvKernelFP(yf);
+        for (OzlConvKernel* k : {x, y}) if (k) ozlDeleteConvKernel(k);
+        for (OzlConvKernelFP* k : {xf, yf}) if (k) ozlDeleteConvKernelFP(k);
     }
     void run(OzlImage* s, OzlImage* d) {
         if (s->depth == OZL_DEPTH_32F) ozlConvolveSep2DFP(s, d, xf, yf);
