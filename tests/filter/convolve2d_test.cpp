@@ -155,7 +155,9 @@ TEST(Convolve2D, VectorPathsAndClassBoundaries) {
             k.reals.push_back(static_cast<float>(static_cast<int>(rng() % 200) - 100) / 64.0f);
         }
         // Kernels of given weights: random values and the depth's highest.
-        const std::vector<int> widths = t.q.empty() ? std::vector<int>{1, 5, 21, 40, 67, 130} : std::vector<int>{45, -45};
+        std::vector<int> widths = t.q.empty() ? std::vector<int>{1, 5, 21, 40, 67, 130} : std::vector<int>{45, -45};
+        // Rows wide enough for the driver to run the side strips in groups.
+        if (t.depth == OZL_DEPTH_32F && t.nCh == 3) widths.push_back(2800);
         for (int w : widths)
             for (int method : t.q.empty() ? std::vector<int>{t.method} : std::vector<int>{0, OZL_COMBINE_SUMSQROOT}) {
                 const int width = std::abs(w);
