@@ -219,12 +219,12 @@ void realGroup(const RealKernel& k, int g, int nt, const void* const* rows, floa
     using One = std::integral_constant<int, 1>;
     using Four = std::integral_constant<int, 4>;
     size_t i = 0;
-    // Streaming needs an aligned destination: the first vector is stored as
-    // usual, the blocks from the first aligned value on go past the caches
-    // (a value stored twice gets the same result both times).
+    // Streaming needs an aligned destination: an unaligned start has its
+    // first vector stored as usual, the blocks from the first aligned value on
+    // go past the caches (a value stored twice gets the same result both times).
     const size_t mis = reinterpret_cast<uintptr_t>(r) % Vx::kBytes;
     if (k.stream && g == 0 && nt == k.count && mis % sizeof(float) == 0 && n >= 8 * L) {
-        sums(0, One{}, store);
+        if (mis != 0) sums(0, One{}, store);
         i = mis == 0 ? 0 : (Vx::kBytes - mis) / sizeof(float);
         for (; i + 4 * L <= n; i += 4 * L) sums(i, Four{}, [](float* d, VF v) { Vx::stream(d, v); });
         Vx::streamFence();
