@@ -65,6 +65,7 @@ struct Run {
     int maxWidth = 0;  // widest piece (the buffers' size)
     int rowsNeeded = 1;
     bool gathered = false;  // source rows are gathered (strided or 1-bit sources)
+    bool stream = false;    // a destination large enough for stores past the caches
     size_t srcBytes = 1, dstBytes = 1;  // value sizes as the kernel sees them
     char* memory = nullptr;
     const void** rows = nullptr;
@@ -186,6 +187,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             row.scratch = run.scratch;
             row.width = width;
             row.channels = run.channels;
+            row.stream = direct && run.stream;
             k.row(row, k.context);
             if (direct) continue;
             const uint8_t* maskRow =
@@ -214,10 +216,19 @@ NbResult runFetched(const Run& run, const OzlImage* src, int x, int y, int width
     return NbResult::Done;
 }
 
+// Destinations of at least this many bytes, with their sources, outgrow a
+// typical last-level cache: caching them would only evict the sources.
+constexpr int64_t kStreamFrom = int64_t{16} << 20;
+
 constexpr int kMinStrip = 16;
-// Rows of the middle band computed together: the side strips of a band run
-// right after its interior, while the band's rows are still in cache.
-constexpr int kBandRows = 64;
+// The middle band is computed a few rows at a time, the side strips of each
+// group right after its interior, while the group's source and destination
+// rows are still in the core's own cache (otherwise each strip row costs a
+// miss or two from far away). Groups hold about this many bytes, and at
+// least kMinBandRows rows so that the strips' vertical margins stay small
+// beside them.
+constexpr int64_t kBandBytes = 256 << 10;
+constexpr int kMinBandRows = 4, kMaxBandRows = 64;
 
 // Untiled images that share no pixels: the interior in place, the top and
 // bottom strips and, band by band, the left and right strips from bordered
@@ -243,18 +254,44 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
         const NbResult r = runFetched(run, src, s.x, s.y, s.width, s.height, d, mask);
         if (r != NbResult::Done) return r;
     }
+    // Each side strip's footprint over the middle rows, copied with its
+    // borders once (the margin area, nothing more); its rows are computed a
+    // group at a time beside the interior's.
+    struct Strip {
+        int x = 0, width = 0;
+        FetchedBlock block;
+        OzlImage header{};
+        OzlROI roi{};
+        ~Strip() { ozlFree(block.data); }
+    } strips[2];
+    strips[0].width = x0;
+    strips[1].x = x1;
+    strips[1].width = width - x1;
+    for (Strip& s : strips) {
+        if (s.width <= 0 || y1 <= y0) continue;
+        const Rect area{region.x + s.x - m.left, region.y + y0 - m.top, s.width + m.left + m.right,
+                        y1 - y0 + m.top + m.bottom};
+        s.block = fetchRect(src, area);
+        if (s.block.status != FetchedBlock::Done)
+            return s.block.status == FetchedBlock::TileFailed ? NbResult::ReadTile : NbResult::NoMemory;
+        wrapBlock(src, s.block, area, Rect{m.left, m.top, s.width, y1 - y0}, &s.header, &s.roi);
+    }
     const Operand interior = shifted(operandOf(src), x0, y0);
-    for (int y = y0; y < y1; y += kBandRows) {
-        const int h = std::min(kBandRows, y1 - y);
+    const int64_t rowBytes = std::max<int64_t>(
+        1, static_cast<int64_t>(width) * run.channels * static_cast<int64_t>(run.srcBytes + run.dstBytes));
+    const int band = static_cast<int>(std::clamp<int64_t>(kBandBytes / rowBytes, kMinBandRows, kMaxBandRows));
+    for (int y = y0; y < y1; y += band) {
+        const int h = std::min(band, y1 - y);
         if (x1 > x0) {
             const Operand mk = mask ? shifted(*mask, x0, y) : Operand{};
             runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
                      x1 - x0, h);
         }
-        for (const Rect& s : {Rect{0, y, x0, h}, Rect{x1, y, width - x1, h}}) {
+        for (const Strip& s : strips) {
             if (s.width <= 0) continue;
-            const NbResult r = runFetched(run, src, s.x, s.y, s.width, s.height, d, mask);
-            if (r != NbResult::Done) return r;
+            const Operand mk = mask ? shifted(*mask, s.x, y) : Operand{};
+            runPiece(run, shifted(operandOf(&s.header), 0, y - y0), shifted(d, s.x, y),
+                     mask ? &mk : nullptr, s.width, h);
         }
     }
     return NbResult::Done;
@@ -312,6 +349,8 @@ NbResult runNeighbourhood(OzlImage* src, OzlImage* dst, const OzlImage* mask, in
     run.dstBytes = static_cast<size_t>(std::max(1, image::depthBits(dst->depth) / 8));
     const int srcStride = src->dataOrder == OZL_DATA_ORDER_PLANE ? 1 : src->nChannels;
     run.gathered = src->depth == OZL_DEPTH_1U || srcStride != run.channels;
+    run.stream = static_cast<int64_t>(width) * height * channels * static_cast<int64_t>(run.dstBytes) >=
+                 kStreamFrom;
     if (!run.allocate()) return NbResult::NoMemory;
 
     const Operand maskOp = mask ? operandOf(mask) : Operand{};

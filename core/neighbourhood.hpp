@@ -7,10 +7,11 @@
 // processed channels interleaved. Pixels outside the source image come from
 // the bordered rectangle fetch (the source's border modes and constants):
 // - untiled images: the interior, whose footprint lies inside the source, is
-//   read in place; the top and bottom rows, and the left and right columns
-//   beside each band of interior rows (right after the band, while its rows
-//   are in cache), are computed from bordered copies of their own
-//   footprints, so the copying costs the margin area only;
+//   read in place; the top and bottom rows and the left and right columns
+//   are computed from one bordered copy each of their own footprints, so
+//   the copying costs the margin area only (the side columns a few rows at
+//   a time, right after the interior rows beside them, while the
+//   destination's rows are in cache);
 // - a source sharing its pixels with the destination is copied once, whole,
 //   before anything is written;
 // - a tiled destination is walked tile by tile (fetched for writing,
@@ -45,6 +46,10 @@ struct NbRow {
     void* scratch = nullptr;  // the kernel's working memory (NbKernel::scratchPerValue)
     int width = 0;
     int channels = 0;
+    // `dst` is the destination image's own row and the destination is too
+    // large to stay in cache: the kernel may store past the caches (saving
+    // the reads of lines it only overwrites).
+    bool stream = false;
 };
 
 using NbRowFn = void (*)(const NbRow& row, const void* context);

@@ -8,13 +8,11 @@
 #include <cstdint>
 
 #include "core/checks.hpp"
-#include "core/neighbourhood.hpp"
+#include "core/nb_setup.hpp"
 #include "filter/conv_kernel.hpp"
 #include "filter/conv_plan.hpp"
 #include "filter/kernels.hpp"
 #include "image/depth.hpp"
-#include "image/mask.hpp"
-#include "image/region.hpp"
 
 namespace ozl::filter {
 namespace {
@@ -44,12 +42,9 @@ struct Plan {
     bool narrowPath = false;  // one 8-bit kernel in 16-bit sums, straight to the output
     bool realPath = false;    // one 32F kernel, straight to the output
     NarrowKernel narrow;
+    RealKernel streamed;  // the real path's kernel, storing past the caches
     Prepared k[kMaxKernels];
 };
-
-// Results of the engine, turned into reports by the entry points.
-enum Code { kDone = 0, kNoChannel = 1, kChannels = 2, kNoMemory = 3, kDepth = 4, kCoi = 5,
-            kReadTile = 6, kWriteTile = 7 };
 
 // ---------------------------------------------------------------------------
 // Combining the kernels' outputs. With one kernel, the sum of squares is the
@@ -181,7 +176,7 @@ void floatRow(const core::NbRow& row, const void* context) {
     const size_t n = static_cast<size_t>(row.width) * row.channels;
     auto* out = static_cast<float*>(row.dst);
     if (p.nKernels == 1) {
-        p.table->real(p.k[0].real, row.src, out, n);
+        p.table->real(row.stream && p.realPath ? p.streamed : p.k[0].real, row.src, out, n);
         if (!p.realPath)
             for (size_t i = 0; i < n; ++i) out[i] = single(p.method, out[i]);
         return;
@@ -276,46 +271,12 @@ bool prepare(Plan& p, Record* const* kernels, int n, const core::Margins& m, int
 }
 
 template <class Record>
-int engine(OzlImage* srcImage, OzlImage* dstImage, Record* const* kernels, int nKernels,
-           int method) {
-    OzlImage src, dst;
-    clampedCopy(srcImage, &src);
-    clampedCopy(dstImage, &dst);
-
-    // Each image's rectangle: its region clipped to the image and to its
-    // mask's region; the two share the smaller size.
-    auto size = [](const OzlImage& im) {
-        const image::Rect r = image::regionRect(&im);
-        int w = r.width, h = r.height;
-        if (im.maskROI) {
-            const image::RegionStart m = image::regionStart(im.maskROI, 0);
-            w = std::min(w, m.width);
-            h = std::min(h, m.height);
-        }
-        return std::pair<int, int>(w, h);
-    };
-    const auto [sw, sh] = size(src);
-    const auto [dw, dh] = size(dst);
-    const int width = std::min(sw, dw), height = std::min(sh, dh);
-    if (width <= 0 || height <= 0) return kDone;
-
-    const bool coiS = image::hasCoi(&src), coiD = image::hasCoi(&dst);
-    if (coiS != coiD) return kCoi;
-    if (!coiS) {
-        const int cs = image::effectiveChannels(&src), cd = image::effectiveChannels(&dst);
-        if (cs == 0 || cd == 0) return kNoChannel;
-        if (cs != cd) return kChannels;
-    }
-    if (!image::depthInfo(src.depth)) return kDepth;
-
-    const OzlImage* masks[2] = {src.maskROI, dst.maskROI == src.maskROI ? nullptr : dst.maskROI};
-    image::CombinedMask mask = image::combineMasks(masks, 2);
-    if (mask.flag == image::CombinedMask::NoMemory) return kNoMemory;
-    if (mask.flag == image::CombinedMask::Empty) return kDone;
-    struct MaskRelease {
-        image::CombinedMask& m;
-        ~MaskRelease() { image::releaseMask(m); }
-    } maskRelease{mask};
+core::NbCode engine(OzlImage* srcImage, OzlImage* dstImage, Record* const* kernels,
+                    int nKernels, int method) {
+    core::NbSetup setup;
+    const core::NbCode code = core::setupNeighbourhood(srcImage, dstImage, setup);
+    if (code != core::NbCode::Done || setup.width == 0) return code;
+    const OzlImage& src = setup.src;
 
     core::Margins m;
     for (int k = 0; k < nKernels; ++k) {
@@ -325,15 +286,13 @@ int engine(OzlImage* srcImage, OzlImage* dstImage, Record* const* kernels, int n
         m.right = std::max(m.right, r.nCols - 1 - r.anchorX);
         m.bottom = std::max(m.bottom, r.nRows - 1 - r.anchorY);
     }
-    const bool planes = src.dataOrder == OZL_DATA_ORDER_PLANE;
-    const int channels = planes || coiS ? 1 : image::effectiveChannels(&dst);
 
     Plan plan;
     plan.table = &activeTable();
     plan.isFloat = src.depth == OZL_DEPTH_32F;
     plan.type = src.depth == OZL_DEPTH_1U ? image::Elem::U8 : image::elemOf(src.depth);
     plan.elem = intIndex(plan.type);
-    const ValueRange range = valueRange(dst.depth);
+    const ValueRange range = valueRange(setup.dst.depth);
     plan.lo = range.lo;
     plan.hi = range.hi;
     plan.nKernels = nKernels;
@@ -341,20 +300,19 @@ int engine(OzlImage* srcImage, OzlImage* dstImage, Record* const* kernels, int n
     // methods passes its output on.
     plan.method = nKernels == 1 && method != kSumSq && method != kSumSqRoot ? kSum : method;
     TapMemory memory;
-    if (!prepare(plan, kernels, nKernels, m, channels, src.depth, memory)) return kNoMemory;
+    if (!prepare(plan, kernels, nKernels, m, setup.channels, src.depth, memory))
+        return core::NbCode::NoMemory;
     plan.realPath = plan.isFloat && nKernels == 1 && plan.method == kSum;
+    plan.streamed = plan.k[0].real;
+    plan.streamed.stream = true;
 
     core::NbKernel kernel;
     kernel.row = plan.isFloat ? &floatRow : &integerRow;
     kernel.context = &plan;
     kernel.margins = m;
     kernel.scratchPerValue = 24;
-    switch (core::runNeighbourhood(&src, &dst, mask.image, width, height, kernel)) {
-        case core::NbResult::NoMemory: return kNoMemory;
-        case core::NbResult::ReadTile: return kReadTile;
-        case core::NbResult::WriteTile: return kWriteTile;
-        default: return kDone;
-    }
+    const core::NbPass pass{&kernel, 1};
+    return core::runPasses(setup, &pass, 1);
 }
 
 // ---------------------------------------------------------------------------
@@ -390,16 +348,16 @@ void convolve(const core::Caller& caller, int line, int engineLine, OzlImage* sr
         return static_cast<void>(
             fail(caller, OZL_StsBadArg, "FP kernel can be used only for 32F images", line + 2));
 
+    using core::NbCode;
     switch (engine(src, dst, kernel, nKernels, method)) {
-        case kDone: break;
-        case kNoChannel: fail(caller, OZL_StsBadArg, "No channel to operate", engineLine); break;
-        case kChannels: fail(caller, OZL_StsBadArg, "Uncompatible images", engineLine); break;
-        case kNoMemory: fail(caller, OZL_StsNoMem, "Allocation failure", engineLine); break;
-        case kDepth: fail(caller, OZL_StsBadDepth, "Inadmissible images depths", engineLine); break;
-        case kCoi: fail(caller, OZL_StsBadArg, "One of the COI is not defined", engineLine); break;
-        case kReadTile: fail(caller, OZL_StsError, "Error get tile to read", engineLine); break;
-        case kWriteTile: fail(caller, OZL_StsError, "Error get tile to write", engineLine); break;
-        default: fail(caller, OZL_StsBadArg, "Internal error", engineLine);
+        case NbCode::Done: break;
+        case NbCode::NoChannel: fail(caller, OZL_StsBadArg, "No channel to operate", engineLine); break;
+        case NbCode::Channels: fail(caller, OZL_StsBadArg, "Uncompatible images", engineLine); break;
+        case NbCode::NoMemory: fail(caller, OZL_StsNoMem, "Allocation failure", engineLine); break;
+        case NbCode::Depth: fail(caller, OZL_StsBadDepth, "Inadmissible images depths", engineLine); break;
+        case NbCode::Coi: fail(caller, OZL_StsBadArg, "One of the COI is not defined", engineLine); break;
+        case NbCode::ReadTile: fail(caller, OZL_StsError, "Error get tile to read", engineLine); break;
+        case NbCode::WriteTile: fail(caller, OZL_StsError, "Error get tile to write", engineLine); break;
     }
 }
 

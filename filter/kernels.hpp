@@ -97,6 +97,9 @@ struct ExactKernel {
 struct RealKernel {
     const TapF* taps = nullptr;
     int count = 0;
+    // The output row is the destination image's own, in an image too large
+    // to stay in cache: vector forms may store past the caches.
+    bool stream = false;
 };
 
 // Separable, integer: V = sum over rows of yCoeff[j] * v, then R = sum over

@@ -201,7 +201,7 @@ void realGroup(const RealKernel& k, int g, int nt, const void* const* rows, floa
         p[t] = rowAt<float>(rows, tap.row, tap.offset);
         c[t] = Vx::setF(tap.coeff);
     }
-    auto sums = [&](size_t i, auto lanes) {
+    auto sums = [&](size_t i, auto lanes, auto put) {
         constexpr int U = decltype(lanes)::value;
         VF s[U];
         int t0 = 0;
@@ -213,15 +213,28 @@ void realGroup(const RealKernel& k, int g, int nt, const void* const* rows, floa
         }
         for (int t = t0; t < count; ++t)
             for (int u = 0; u < U; ++u) s[u] = Vx::addF(s[u], Vx::mulF(c[t], Vx::loadF(p[t] + i + u * L)));
-        for (int u = 0; u < U; ++u) Vx::store(r + i + u * L, s[u]);
+        for (int u = 0; u < U; ++u) put(r + i + u * L, s[u]);
     };
+    const auto store = [](float* d, VF v) { Vx::store(d, v); };
+    using One = std::integral_constant<int, 1>;
+    using Four = std::integral_constant<int, 4>;
     size_t i = 0;
-    for (; i + 4 * L <= n; i += 4 * L) sums(i, std::integral_constant<int, 4>{});
-    for (; i + L <= n; i += L) sums(i, std::integral_constant<int, 1>{});
+    // Streaming needs an aligned destination: an unaligned start has its
+    // first vector stored as usual, the blocks from the first aligned value on
+    // go past the caches (a value stored twice gets the same result both times).
+    const size_t mis = reinterpret_cast<uintptr_t>(r) % Vx::kBytes;
+    if (k.stream && g == 0 && nt == k.count && mis % sizeof(float) == 0 && n >= 8 * L) {
+        if (mis != 0) sums(0, One{}, store);
+        i = mis == 0 ? 0 : (Vx::kBytes - mis) / sizeof(float);
+        for (; i + 4 * L <= n; i += 4 * L) sums(i, Four{}, [](float* d, VF v) { Vx::stream(d, v); });
+        Vx::streamFence();
+    }
+    for (; i + 4 * L <= n; i += 4 * L) sums(i, Four{}, store);
+    for (; i + L <= n; i += L) sums(i, One{}, store);
     if (i == n) return;
     // One group: the last vector again (its values depend on the sources
     // only). Otherwise the sums so far are in r: finish value by value.
-    if (g == 0 && nt == k.count) return sums(n - L, std::integral_constant<int, 1>{});
+    if (g == 0 && nt == k.count) return sums(n - L, One{}, store);
     for (; i < n; ++i) {
         float s = g == 0 ? k.taps[g].coeff * p[0][i] : r[i];
         for (int t = g == 0 ? 1 : 0; t < count; ++t) s = s + k.taps[g + t].coeff * p[t][i];

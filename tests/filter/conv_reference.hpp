@@ -8,6 +8,7 @@
 
 #include "ozl.h"
 #include "support/neighbourhood_check.hpp"
+#include "support/test_image.hpp"
 
 namespace ozl::test {
 
@@ -21,33 +22,16 @@ struct GivenKernel {
 
 inline int appliedShift(long long s) { return s < 0 || s > 63 ? 63 : static_cast<int>(s); }
 
-inline double depthLow(unsigned depth) {
-    switch (depth) {
-        case OZL_DEPTH_1U: case OZL_DEPTH_8U: case OZL_DEPTH_16U: return 0;
-        case OZL_DEPTH_8S: return -128;
-        case OZL_DEPTH_16S: return -32768;
-        default: return -2147483648.0;
-    }
-}
-inline double depthHigh(unsigned depth) {
-    switch (depth) {
-        case OZL_DEPTH_1U: return 1;
-        case OZL_DEPTH_8U: return 255;
-        case OZL_DEPTH_8S: return 127;
-        case OZL_DEPTH_16U: return 65535;
-        case OZL_DEPTH_16S: return 32767;
-        default: return 2147483647.0;
-    }
-}
 inline double saturated(unsigned depth, double v) {
     if (depth == OZL_DEPTH_32F) return v;
-    return v < depthLow(depth) ? depthLow(depth) : v > depthHigh(depth) ? depthHigh(depth) : v;
+    const auto [lo, hi] = depthRange(depth);
+    return v < lo ? lo : v > hi ? hi : v;
 }
 
 // The documented class of an integer kernel.
 inline int classOf(const std::vector<int>& q, unsigned depth) {
     if (depth == OZL_DEPTH_32S) return 2;
-    const double lo = depthLow(depth), hi = depthHigh(depth);
+    const auto [lo, hi] = depthRange(depth);
     double big = 0, small = 0;
     bool k16 = true, p16 = true;
     auto in16 = [](double v) { return v >= -32768 && v <= 32767; };
@@ -61,6 +45,22 @@ inline int classOf(const std::vector<int>& q, unsigned depth) {
     if (small > -32768 && big < 32767 && k16) return p16 ? 0 : 1;
     if (small > -2147483648.0 && big < 2147483647.0 && k16) return 1;
     return 2;
+}
+
+inline void fillFor(TestImage& im, uint32_t seed) {
+    if (im->depth == OZL_DEPTH_32S) im.fillRandom(seed, -(1 << 20), 1 << 20);
+    else if (im->depth == OZL_DEPTH_32F) im.fillRandom(seed, -100, 100);
+    else im.fillRandom(seed);
+}
+
+// Border modes per side; constants written straight into the header, out of
+// the depth's range at times (the filters clamp their copies).
+template <class Rng>
+void randomBorders(OzlImage* im, Rng& rng, int range) {
+    for (int side = 0; side < 4; ++side) {
+        im->borderMode[side] = static_cast<int>(rng() % 4);
+        im->borderConst[side] = static_cast<int>(rng() % (2 * range)) - range;
+    }
 }
 
 // Where a source pixel of a region comes from: the source's region origin
@@ -111,58 +111,47 @@ inline float kernelOutputF(const SourceView& s, const GivenKernel& k, int x, int
     return acc;
 }
 
+// Combines the kernels' outputs r in A's arithmetic: the first starts the
+// accumulator (squared by the square methods), the others add, square and
+// add, or take the larger or smaller.
+template <class A>
+A combined(const std::vector<A>& r, int method) {
+    const bool squares = method == OZL_COMBINE_SUMSQ || method == OZL_COMBINE_SUMSQROOT;
+    A acc = squares ? A(r[0] * r[0]) : r[0];
+    for (size_t k = 1; k < r.size(); ++k) {
+        if (squares) acc = A(acc + A(r[k] * r[k]));
+        else if (method == OZL_COMBINE_MAX) acc = r[k] > acc ? r[k] : acc;
+        else if (method == OZL_COMBINE_MIN) acc = r[k] < acc ? r[k] : acc;
+        else acc = A(acc + r[k]);
+    }
+    return acc;
+}
+
 // ozlConvolve2D / ozlConvolve2DFP at region (x, y), source channel c.
 inline double convolved(const SourceView& s, const std::vector<GivenKernel>& ks, int method,
                         unsigned depth, int x, int y, int c) {
     const size_t n = ks.size();
     if (n == 1 && method != OZL_COMBINE_SUMSQ && method != OZL_COMBINE_SUMSQROOT) method = OZL_COMBINE_SUM;
     if (depth == OZL_DEPTH_32F) {
-        float acc = 0;
-        for (size_t k = 0; k < n; ++k) {
-            const float r = kernelOutputF(s, ks[k], x, y, c);
-            if (n == 1) return method == OZL_COMBINE_SUMSQ ? r * r : method == OZL_COMBINE_SUMSQROOT ? std::fabs(r) : r;
-            const bool squares = method == OZL_COMBINE_SUMSQ || method == OZL_COMBINE_SUMSQROOT;
-            if (k == 0) acc = squares ? r * r : r;
-            else if (squares) acc = acc + r * r;
-            else if (method == OZL_COMBINE_MAX) acc = r > acc ? r : acc;
-            else if (method == OZL_COMBINE_MIN) acc = r < acc ? r : acc;
-            else acc = acc + r;
-        }
+        std::vector<float> r;
+        for (const GivenKernel& k : ks) r.push_back(kernelOutputF(s, k, x, y, c));
+        if (n == 1 && method == OZL_COMBINE_SUMSQROOT) return std::fabs(r[0]);
+        const float acc = combined(r, method);
         return method == OZL_COMBINE_SUMSQROOT ? std::sqrt(acc) : acc;
     }
     bool wide = false;  // some kernel of class 2: the accumulator is a double
     for (const GivenKernel& k : ks) wide = wide || classOf(k.values, depth) == 2;
-    std::vector<double> r(n);
-    for (size_t k = 0; k < n; ++k) r[k] = kernelOutput(s, ks[k], depth, x, y, c);
-    if (n == 1) {
-        if (method == OZL_COMBINE_SUMSQROOT) return saturated(depth, std::fabs(r[0]));
-        if (method == OZL_COMBINE_SUMSQ)
-            return saturated(depth, wide ? r[0] * r[0] : static_cast<int32_t>(static_cast<uint32_t>(r[0]) * static_cast<uint32_t>(r[0])));
-        return saturated(depth, r[0]);
+    std::vector<double> r;
+    std::vector<uint32_t> r32;  // modulo 2^32 when every kernel is of class 0 or 1
+    for (const GivenKernel& k : ks) {
+        r.push_back(kernelOutput(s, k, depth, x, y, c));
+        r32.push_back(static_cast<uint32_t>(static_cast<int32_t>(r.back())));
     }
-    double acc = 0;
-    uint32_t acc32 = 0;  // modulo 2^32 when every kernel is of class 0 or 1
-    for (size_t k = 0; k < n; ++k) {
-        const double v = r[k];
-        const auto v32 = static_cast<uint32_t>(static_cast<int32_t>(v));
-        const bool squares = method == OZL_COMBINE_SUMSQ || method == OZL_COMBINE_SUMSQROOT;
-        if (k == 0) {
-            acc = squares ? v * v : v;
-            acc32 = squares ? v32 * v32 : v32;
-        } else if (squares) {
-            acc += v * v;
-            acc32 += v32 * v32;
-        } else if (method == OZL_COMBINE_MAX) {
-            acc = std::max(acc, v);
-        } else if (method == OZL_COMBINE_MIN) {
-            acc = std::min(acc, v);
-        } else {
-            acc += v;
-            acc32 += v32;
-        }
-    }
-    if (!wide && method != OZL_COMBINE_MAX && method != OZL_COMBINE_MIN) acc = static_cast<int32_t>(acc32);
-    if (method == OZL_COMBINE_SUMSQROOT) acc = acc < 0 ? -2147483648.0 : std::nearbyint(std::sqrt(acc));
+    if (n == 1 && method == OZL_COMBINE_SUMSQROOT) return saturated(depth, std::fabs(r[0]));
+    double acc = combined(r, method);
+    if (!wide && method != OZL_COMBINE_MAX && method != OZL_COMBINE_MIN)
+        acc = static_cast<int32_t>(combined(r32, method));
+    if (n > 1 && method == OZL_COMBINE_SUMSQROOT) acc = acc < 0 ? -2147483648.0 : std::nearbyint(std::sqrt(acc));
     return saturated(depth, acc);
 }
 

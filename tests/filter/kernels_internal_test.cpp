@@ -47,6 +47,15 @@ std::vector<Tap> randomTaps(std::mt19937& rng, int count, int rows, int channels
     return taps;
 }
 
+// The pairs and 16U bias of a wide kernel over taps.
+WideKernel wideOf(const std::vector<Tap>& taps, std::vector<TapPair>& pairs, Elem e, int shift) {
+    pairs.resize(taps.size() + 1);
+    WideKernel k{taps.data(), static_cast<int>(taps.size()), pairs.data(), 0, 0, shift};
+    k.nPairs = pairTaps(taps.data(), k.count, pairs.data());
+    k.bias = e == Elem::U16 ? unsigned16Bias(pairs.data(), k.nPairs) : 0;
+    return k;
+}
+
 std::vector<size_t> widths() {
     std::vector<size_t> w = ozl::test::runWidths();
     w.resize(std::min<size_t>(w.size(), 104));  // 0..100 and 127..129
@@ -110,14 +119,8 @@ TEST_P(ConvKernels, WideSumsMatchTheReference) {
             // Up to 300 taps: the pairs go in groups.
             const int count = rng() % 8 == 0 ? 150 + static_cast<int>(rng() % 150) : 1 + static_cast<int>(rng() % 25);
             const std::vector<Tap> taps = randomTaps(rng, count, 7, channels, -32768, 32767);
-            std::vector<TapPair> pairs(taps.size());
-            WideKernel k;
-            k.taps = taps.data();
-            k.count = count;
-            k.pairs = pairs.data();
-            k.nPairs = pairTaps(taps.data(), count, pairs.data());
-            k.bias = elems[e] == Elem::U16 ? unsigned16Bias(pairs.data(), k.nPairs) : 0;
-            k.shift = static_cast<int>(rng() % 40);
+            std::vector<TapPair> pairs;
+            const WideKernel k = wideOf(taps, pairs, elems[e], static_cast<int>(rng() % 40));
             const Rows rows(7, n, channels, elems[e], rng);
             EXPECT_TRUE(sameOutputs(GetParam(), n * 4, [&](const KernelTable& t, uint8_t* out) {
                 t.wide[e](k, rows.at.data(), reinterpret_cast<int32_t*>(out), n);
@@ -133,10 +136,13 @@ TEST_P(ConvKernels, RealSumsMatchTheReference) {
         std::vector<TapF> taps;
         for (const Tap& t : randomTaps(rng, count, 4, channels, -1000, 1000))
             taps.push_back({t.row, t.offset, static_cast<float>(t.coeff) / 37.0f});
-        const RealKernel k{taps.data(), count};
+        // Outputs at any float offset from a vector boundary; stores past
+        // the caches on every other row.
+        const size_t skew = rng() % 16;
+        const RealKernel k{taps.data(), count, n % 2 == 1};
         const Rows rows(4, n, channels, Elem::F32, rng);
-        EXPECT_TRUE(sameOutputs(GetParam(), n * 4, [&](const KernelTable& t, uint8_t* out) {
-            t.real(k, rows.at.data(), reinterpret_cast<float*>(out), n);
+        EXPECT_TRUE(sameOutputs(GetParam(), (n + skew) * 4, [&](const KernelTable& t, uint8_t* out) {
+            t.real(k, rows.at.data(), reinterpret_cast<float*>(out) + skew, n);
         })) << "n " << n << " taps " << count;
     }
 }
@@ -187,28 +193,17 @@ TEST_P(ConvKernels, SeparableMatchesTheReference) {
             k.hi = range.hi;
             // The planner's choices: 16-bit sums where the bounds allow (8-bit
             // values), the vertical pass as a wide kernel where the weights do.
-            double lo = 0, hi = 0;
+            std::vector<int32_t> products;
             for (int i = 0; i < (xTaps ? xTaps : 1); ++i)
-                for (int j = 0; j < (yTaps ? yTaps : 1); ++j) {
-                    const double q = static_cast<double>(xTaps ? xc[i] : 1) * (yTaps ? yc[j] : 1);
-                    lo += std::min(q * range.lo, q * range.hi);
-                    hi += std::max(q * range.lo, q * range.hi);
-                }
-            const Narrow sums = narrowSums({lo, hi});
+                for (int j = 0; j < (yTaps ? yTaps : 1); ++j) products.push_back((xTaps ? xc[i] : 1) * (yTaps ? yc[j] : 1));
+            const Narrow sums = narrowSums(sumBounds(products.data(), products.size(), range));
             k.narrow = e < 2 && sums != Narrow::No;
             k.signedSum = sums == Narrow::Signed;
             std::vector<Tap> vt;
             for (int j = 0; j < yTaps; ++j) vt.push_back({j, -left * channels, yc[j]});
-            std::vector<TapPair> pairs(vt.size() + 1);
-            WideKernel v;
-            if (e < 4 && yTaps && lim == 3) {
-                v.taps = vt.data();
-                v.count = yTaps;
-                v.pairs = pairs.data();
-                v.nPairs = pairTaps(vt.data(), yTaps, pairs.data());
-                v.bias = elems[e] == Elem::U16 ? unsigned16Bias(pairs.data(), v.nPairs) : 0;
-                k.vertical = &v;
-            }
+            std::vector<TapPair> pairs;
+            const WideKernel v = wideOf(vt, pairs, elems[e], 0);
+            if (e < 4 && yTaps && lim == 3) k.vertical = &v;
             const Rows rows(rowsRead, n, channels, elems[e], rng);
             EXPECT_TRUE(sameOutputs(GetParam(), n * ozl::image::elemBytes(elems[e]), [&](const KernelTable& t, uint8_t* out) {
                 t.sep[e](k, rows.at.data(), scratch.data(), out, n);

@@ -19,6 +19,7 @@ using ozl::test::ErrorCapture;
 using ozl::test::ErrorReport;
 using ozl::test::expectFiltered;
 using ozl::test::expectRefused;
+using ozl::test::fillFor;
 using ozl::test::GivenKernel;
 using ozl::test::separated;
 using ozl::test::SourceView;
@@ -41,25 +42,17 @@ GivenKernel axisKernel(std::mt19937& rng, bool horizontal, int range) {
 
 // Records for the call, released with the object.
 struct Records {
-    OzlConvKernel* x = nullptr;
-    OzlConvKernel* y = nullptr;
-    OzlConvKernelFP* xf = nullptr;
-    OzlConvKernelFP* yf = nullptr;
+    OzlConvKernel *x = nullptr, *y = nullptr;
+    OzlConvKernelFP *xf = nullptr, *yf = nullptr;
     Records(const GivenKernel* xs, const GivenKernel* ys) {
-        if (xs) {
-            x = ozlCreateConvKernel(xs->nCols, 1, xs->anchorX, 0, xs->values.data(), xs->shift);
-            xf = ozlCreateConvKernelFP(xs->nCols, 1, xs->anchorX, 0, xs->reals.data());
-        }
-        if (ys) {
-            y = ozlCreateConvKernel(1, ys->nRows, 0, ys->anchorY, ys->values.data(), ys->shift);
-            yf = ozlCreateConvKernelFP(1, ys->nRows, 0, ys->anchorY, ys->reals.data());
-        }
+        if (xs) x = ozlCreateConvKernel(xs->nCols, 1, xs->anchorX, 0, xs->values.data(), xs->shift);
+        if (xs) xf = ozlCreateConvKernelFP(xs->nCols, 1, xs->anchorX, 0, xs->reals.data());
+        if (ys) y = ozlCreateConvKernel(1, ys->nRows, 0, ys->anchorY, ys->values.data(), ys->shift);
+        if (ys) yf = ozlCreateConvKernelFP(1, ys->nRows, 0, ys->anchorY, ys->reals.data());
     }
     ~Records() {
-        if (x) ozlDeleteConvKernel(x);
-        if (y) ozlDeleteConvKernel(y);
-        if (xf) ozlDeleteConvKernelFP(xf);
-        if (yf) ozlDeleteConvKernelFP(yf);
+        for (OzlConvKernel* k : {x, y}) if (k) ozlDeleteConvKernel(k);
+        for (OzlConvKernelFP* k : {xf, yf}) if (k) ozlDeleteConvKernelFP(k);
     }
     void run(OzlImage* s, OzlImage* d) {
         if (s->depth == OZL_DEPTH_32F) ozlConvolveSep2DFP(s, d, xf, yf);
@@ -83,11 +76,6 @@ TestImage runMask(const OzlImage* a, const OzlImage* b, int width, int height) {
     return m;
 }
 
-void fillFor(TestImage& im, uint32_t seed) {
-    if (im->depth == OZL_DEPTH_32F) im.fillRandom(seed, -100, 100);
-    else im.fillRandom(seed);
-}
-
 TEST(ConvolveSep2D, AgainstTheArithmetic) {
     ErrorCapture errors;
     std::mt19937 rng(404);
@@ -104,10 +92,7 @@ TEST(ConvolveSep2D, AgainstTheArithmetic) {
             d(depth, std::max(1, sw + static_cast<int>(rng() % 3) - 1), 1 + rng() % 11, nCh, order, alpha);
         fillFor(s, rng());
         fillFor(d, rng());
-        for (int side = 0; side < 4; ++side) {
-            s->borderMode[side] = static_cast<int>(rng() % 4);
-            s->borderConst[side] = static_cast<int>(rng() % 400) - 100;
-        }
+        ozl::test::randomBorders(s, rng, 200);
         const bool coi = nCh > 1 && rng() % 4 == 0;
         const int coiS = coi ? 1 + static_cast<int>(rng() % nCh) : 0, coiD = coi ? 1 + static_cast<int>(rng() % nCh) : 0;
         s.setRoi(coiS, static_cast<int>(rng() % sw), static_cast<int>(rng() % sh), sw, sh);
@@ -238,23 +223,16 @@ TEST(ConvolveSep2D, Refusals) {
     errors.clear();
 
     // Memory: the engine leaves -4, the entry point reports -1 and keeps it.
-    TestImage wide(OZL_DEPTH_8U, 40000, 2, 3), wideOut(OZL_DEPTH_8U, 40000, 2, 3);
-    wide.setRoi(1, 0, 0, 40000, 2);
-    wideOut.setRoi(1, 0, 0, 40000, 2);
-    const std::vector<int> ones(65536, 1);
-    const std::vector<float> realOnes(65536, 1.0f);
-    OzlConvKernel* tall = ozlCreateConvKernel(1, 65536, 0, 0, ones.data(), 0);
-    ozlConvolveSep2D(wide, wideOut, nullptr, tall);
-    EXPECT_EQ(errors.last(), (ErrorReport{-1, f, "Not enough memory", "ozlCSep2", 162}));
-    EXPECT_EQ(ozlGetErrStatus(), OZL_StsNoMem);
-    ozlDeleteConvKernel(tall);
-    TestImage wideF(OZL_DEPTH_32F, 40000, 2, 3), wideOutF(OZL_DEPTH_32F, 40000, 2, 3);
-    wideF.setRoi(1, 0, 0, 40000, 2);
-    wideOutF.setRoi(1, 0, 0, 40000, 2);
-    OzlConvKernelFP* tallF = ozlCreateConvKernelFP(1, 65536, 0, 0, realOnes.data());
-    ozlConvolveSep2DFP(wideF, wideOutF, nullptr, tallF);
-    EXPECT_EQ(errors.last(), (ErrorReport{-1, "ozlConvolveSep2DFP", "Not enough memory", "ozlCSep2", 206}));
-    ozlDeleteConvKernelFP(tallF);
+    for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_32F}) {
+        TestImage wide(depth, 40000, 2, 3), wideOut(depth, 40000, 2, 3);
+        wide.setRoi(1, 0, 0, 40000, 2);
+        wideOut.setRoi(1, 0, 0, 40000, 2);
+        const GivenKernel tall{1, 65536, 0, 0, std::vector<int>(65536, 1), std::vector<float>(65536, 1.0f), 0};
+        Records(nullptr, &tall).run(wide, wideOut);
+        const bool real = depth == OZL_DEPTH_32F;
+        EXPECT_EQ(errors.last(), (ErrorReport{-1, real ? "ozlConvolveSep2DFP" : f, "Not enough memory", "ozlCSep2", real ? 206 : 162}));
+        EXPECT_EQ(ozlGetErrStatus(), OZL_StsNoMem);
+    }
     errors.clear();
 
     TiledImage ts(OZL_DEPTH_8U, 6, 6, 3, OZL_DATA_ORDER_PIXEL, 8, 8), td(OZL_DEPTH_8U, 6, 6, 3, OZL_DATA_ORDER_PIXEL, 8, 8);
