@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "frame/cpu.hpp"
 #include "image/depth.hpp"
@@ -64,11 +65,17 @@ struct BoxU8 {
 using BoxU8Fn = void (*)(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n, int step,
                          void* scratch);
 
+// The median of every 5 x 5 neighbourhood: as Median9Fn, rows[0..4] valid
+// from 2 * step values before the first output value to 2 * step after the
+// last; scratch holds 5 * (n + 4 * step) values.
+using Median25Fn = void (*)(const void* const* rows, void* out, size_t n, int step, void* scratch);
+
 struct RankTable {
     FoldFn fold[image::kElemCount][2];  // [type][0: least, 1: greatest]
     Median9Fn median9[image::kElemCount];
     NetworkFn network[image::kElemCount];
     BoxU8Fn boxU8;
+    Median25Fn median25[image::kElemCount];
 };
 
 const RankTable& rankTable(cpu::Level level);
@@ -162,6 +169,67 @@ void networkRef(const void* const* in, int k, const Comparator* net, int nNet, i
             v[net[c].b] = greater(a, b);
         }
         putKey<T>(out, i, v[pick]);
+    }
+}
+
+// Sorts five slots.
+inline constexpr Comparator kSortFive[] = {{0, 1}, {3, 4}, {2, 4}, {2, 3}, {0, 3},
+                                           {0, 2}, {1, 4}, {1, 3}, {1, 2}};
+
+// The middle of 25 values given as five sorted columns (slot 5 * column +
+// rank) ends in slot kMiddleOfSortedFivesAt. A merge network of the columns
+// with every comparator dropped that the middle output can do without
+// (checked on every 0-1 input of sorted columns).
+inline constexpr Comparator kMiddleOfSortedFives[] = {
+    {0, 5},   {4, 9},   {4, 5},   {2, 7},   {2, 4},   {7, 5},   {1, 6},   {3, 8},   {3, 6},
+    {1, 2},   {3, 4},   {6, 7},   {8, 5},   {10, 15}, {14, 19}, {14, 15}, {12, 17}, {12, 14},
+    {17, 15}, {11, 16}, {13, 18}, {13, 16}, {11, 12}, {13, 14}, {16, 17}, {18, 15}, {0, 10},
+    {5, 15},  {5, 10},  {4, 14},  {4, 5},   {14, 10}, {2, 12},  {7, 17},  {7, 12},  {7, 5},
+    {12, 14}, {1, 11},  {9, 19},  {9, 11},  {6, 16},  {6, 9},   {16, 11}, {3, 13},  {8, 18},
+    {8, 13},  {8, 9},   {13, 16}, {8, 5},   {9, 12},  {13, 14}, {10, 20}, {5, 10},  {14, 24},
+    {14, 10}, {15, 22}, {12, 15}, {12, 14}, {11, 21}, {9, 11},  {16, 11}, {19, 23}, {13, 19},
+    {8, 13},  {13, 16}, {13, 14}};
+constexpr int kMiddleOfSortedFivesAt = 14;
+
+// A constant network applied to slots v, unrolled so that every slot index
+// is a constant and the slots can live in registers. order(a, b) leaves the
+// lesser value in a.
+template <const auto& Net, class S, class Order, size_t... I>
+inline void unrolledNetwork(S* v, Order order, std::index_sequence<I...>) {
+    (order(v[Net[I].a], v[Net[I].b]), ...);
+}
+template <const auto& Net, class S, class Order>
+inline void applyNetwork(S* v, Order order) {
+    unrolledNetwork<Net>(v, order, std::make_index_sequence<sizeof(Net) / sizeof(Net[0])>{});
+}
+
+template <class K>
+inline void orderKeys(K& a, K& b) {
+    const K x = a;
+    a = lesser(x, b);
+    b = greater(x, b);
+}
+
+// Each column of five sorted once (rank r in cols + r * span), shared by the
+// five windows it belongs to; each window's middle from its sorted columns.
+template <class T>
+void median25Ref(const void* const* rows, void* out, size_t n, int step, void* scratch) {
+    using K = KeyOf<T>;
+    const size_t s = static_cast<size_t>(step), span = n + 4 * s;
+    K* cols = static_cast<K*>(scratch);
+    for (size_t i = 0; i < span; ++i) {
+        K v[5];
+        for (int r = 0; r < 5; ++r)
+            v[r] = keyAt<T>(static_cast<const T*>(rows[r]) + (static_cast<ptrdiff_t>(i) - 2 * step), 0);
+        applyNetwork<kSortFive>(v, &orderKeys<K>);
+        for (int r = 0; r < 5; ++r) cols[r * span + i] = v[r];
+    }
+    for (size_t i = 0; i < n; ++i) {
+        K v[25];
+        for (int c = 0; c < 5; ++c)
+            for (int r = 0; r < 5; ++r) v[c * 5 + r] = cols[r * span + i + c * s];
+        applyNetwork<kMiddleOfSortedFives>(v, &orderKeys<K>);
+        putKey<T>(out, i, v[kMiddleOfSortedFivesAt]);
     }
 }
 

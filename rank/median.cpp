@@ -1,9 +1,9 @@
 // Median filters. ozlMedianFilter takes, over every window, the value of rank
 // area / 2 (counted from 0, so the upper middle one for an even area): the
-// 3 x 3 window by sorted columns, windows up to 25 places by a selection
-// network (a sorting network pruned to the comparators the middle output
-// depends on), larger 8-bit windows by a histogram slid along the row, other
-// larger windows by selection on a copy. ozlColorMedianFilter picks the
+// 3 x 3 and 5 x 5 windows by sorted columns, other windows up to 25 places by
+// a selection network (a sorting network pruned to the comparators the middle
+// output depends on), larger 8-bit windows by a histogram slid along the row,
+// other larger windows by selection on a copy. ozlColorMedianFilter picks the
 // window's pixel whose colour is nearest (summed channel differences) to all
 // the others.
 #include <algorithm>
@@ -29,7 +29,7 @@ struct Plan {
     size_t valueBytes = 1;
     int nCols = 1, nRows = 1, left = 0;
     int area = 1;
-    enum Method { Columns, Network, Histogram, Select } method = Select;
+    enum Method { Columns, Columns5, Network, Histogram, Select } method = Select;
     Comparator net[kMaxComparators];
     int nNet = 0;
 };
@@ -123,6 +123,11 @@ void medianRow(const core::NbRow& row, const void* context) {
             for (int r = 0; r < 3; ++r) rows[r] = at(row.src[r], static_cast<ptrdiff_t>(1 - p.left) * ch, p.valueBytes);
             return p.table->median9[e](rows, row.dst, n, ch, row.scratch);
         }
+        case Plan::Columns5: {
+            const void* rows[5];
+            for (int r = 0; r < 5; ++r) rows[r] = at(row.src[r], static_cast<ptrdiff_t>(2 - p.left) * ch, p.valueBytes);
+            return p.table->median25[e](rows, row.dst, n, ch, row.scratch);
+        }
         case Plan::Network: {
             const void* ins[kMaxNetwork];
             for (int r = 0, k = 0; r < p.nRows; ++r)
@@ -209,6 +214,9 @@ void medianFilter(const core::Caller& caller, int line, OzlImage* src, OzlImage*
             if (nCols == 3 && nRows == 3) {
                 plan->method = Plan::Columns;
                 kernel.scratchPerValue = 3 * 4 + 1;
+            } else if (nCols == 5 && nRows == 5) {
+                plan->method = Plan::Columns5;
+                kernel.scratchPerValue = 5 * 4 + 1;
             } else if (area <= kMaxNetwork) {
                 plan->method = Plan::Network;
                 plan->nNet = selectionNetwork(plan->area, plan->area / 2, plan->net);

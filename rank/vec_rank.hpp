@@ -76,7 +76,10 @@ void median9Vec(const void* const* rows, void* out, size_t n, int step, void* sc
     using V = typename Vx::V;
     using K = KeyOf<T>;
     const size_t span = n + 2 * static_cast<size_t>(step);
-    if (n < L::kCount) return median9Ref<T>(rows, out, n, step, scratch);
+    if (n < L::kCount) {
+        if constexpr (Vx::kHasNarrower) return median9Vec<typename Vx::Narrower, T>(rows, out, n, step, scratch);
+        else return median9Ref<T>(rows, out, n, step, scratch);
+    }
     K* lo = static_cast<K*>(scratch);
     K* mid = lo + span;
     K* hi = mid + span;
@@ -122,6 +125,43 @@ void networkVec(const void* const* in, int k, const Comparator* net, int nNet, i
     size_t i = 0;
     for (; i + L::kCount <= n; i += L::kCount) at(i);
     if (i < n) at(n - L::kCount);
+}
+
+template <class Vx, class T>
+void median25Vec(const void* const* rows, void* out, size_t n, int step, void* scratch) {
+    using L = Lanes<Vx, T>;
+    using V = typename Vx::V;
+    using K = KeyOf<T>;
+    if (n < L::kCount) {
+        // Side strips of a few pixels: the next narrower vectors, not scalars.
+        if constexpr (Vx::kHasNarrower) return median25Vec<typename Vx::Narrower, T>(rows, out, n, step, scratch);
+        else return median25Ref<T>(rows, out, n, step, scratch);
+    }
+    const size_t s = static_cast<size_t>(step), span = n + 4 * s;
+    K* cols = static_cast<K*>(scratch);
+    const auto order = [](V& a, V& b) {
+        const V x = a;
+        a = L::least(x, b);
+        b = L::greatest(x, b);
+    };
+    auto columns = [&](size_t i) {
+        V v[5];
+        for (int r = 0; r < 5; ++r) v[r] = L::load(static_cast<const T*>(rows[r]) - 2 * s, i);
+        applyNetwork<kSortFive>(v, order);
+        for (int r = 0; r < 5; ++r) Vx::store(cols + r * span + i, v[r]);
+    };
+    size_t i = 0;
+    for (; i + L::kCount <= span; i += L::kCount) columns(i);
+    if (i < span) columns(span - L::kCount);
+    auto pick = [&](size_t i) {
+        V v[25];
+        for (int c = 0; c < 5; ++c)
+            for (int r = 0; r < 5; ++r) v[c * 5 + r] = Vx::load(cols + r * span + i + c * s);
+        applyNetwork<kMiddleOfSortedFives>(v, order);
+        L::store(out, i, v[kMiddleOfSortedFivesAt]);
+    };
+    for (i = 0; i + L::kCount <= n; i += L::kCount) pick(i);
+    if (i < n) pick(n - L::kCount);
 }
 
 // Column sums in 16-bit lanes (bytes widened pairwise), then the row sums,
@@ -182,6 +222,7 @@ RankTable vectorRankTable() {
         t.fold[e][1] = &foldVec<Vx, T, true>;
         t.median9[e] = &median9Vec<Vx, T>;
         t.network[e] = &networkVec<Vx, T>;
+        t.median25[e] = &median25Vec<Vx, T>;
     });
     t.boxU8 = &boxU8Vec<Vx>;
     return t;
