@@ -186,6 +186,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             row.scratch = run.scratch;
             row.width = width;
             row.channels = run.channels;
+            row.firstRow = y == 0;
             k.row(row, k.context);
             if (direct) continue;
             const uint8_t* maskRow =

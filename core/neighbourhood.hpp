@@ -45,6 +45,10 @@ struct NbRow {
     void* scratch = nullptr;  // the kernel's working memory (NbKernel::scratchPerValue)
     int width = 0;
     int channels = 0;
+    // The first row of a piece and pass; each later call until the next
+    // first row is the row below the one before, over the same columns, with
+    // the same scratch (a kernel may carry state from row to row in it).
+    bool firstRow = true;
 };
 
 using NbRowFn = void (*)(const NbRow& row, const void* context);

@@ -70,12 +70,24 @@ using BoxU8Fn = void (*)(const BoxU8& box, const void* const* rows, uint8_t* out
 // last; scratch holds 5 * (n + 4 * step) values.
 using Median25Fn = void (*)(const void* const* rows, void* out, size_t n, int step, void* scratch);
 
+// Counts of 8-bit values in blocks of kCountBlock bytes: 256 counts by value,
+// then 16 counts by value / 16, then zeros up to a multiple of 64.
+constexpr size_t kCountBlock = 320;
+
+// The value of rank `rank` of every window of nCols blocks along a row:
+// out[x * outStep] for x < width from blocks x .. x + nCols - 1 (block i at
+// blocks + i * stride); every window holds more than `rank` and at most 255
+// values. counts: one block of working memory.
+using SlidingMedianFn = void (*)(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
+                                 uint8_t* counts, uint8_t* out, int outStep);
+
 struct RankTable {
     FoldFn fold[image::kElemCount][2];  // [type][0: least, 1: greatest]
     Median9Fn median9[image::kElemCount];
     NetworkFn network[image::kElemCount];
     BoxU8Fn boxU8;
     Median25Fn median25[image::kElemCount];
+    SlidingMedianFn slidingMedian;
 };
 
 const RankTable& rankTable(cpu::Level level);
@@ -231,6 +243,39 @@ void median25Ref(const void* const* rows, void* out, size_t n, int step, void* s
         applyNetwork<kMiddleOfSortedFives>(v, &orderKeys<K>);
         putKey<T>(out, i, v[kMiddleOfSortedFivesAt]);
     }
+}
+
+// The value of rank `rank` in a block of counts: the coarse counts find its
+// group of 16 values, the fine counts its value.
+inline uint8_t rankInCounts(const uint8_t* counts, int rank) {
+    int below = 0, g = 0;
+    while (below + counts[256 + g] <= rank) below += counts[256 + g++];
+    int v = g * 16;
+    while (below + counts[v] <= rank) below += counts[v++];
+    return static_cast<uint8_t>(v);
+}
+
+// `slide(counts, add, sub)` adds block `add` to the counts and takes block
+// `sub` away, modulo 256 (the true counts stay within a byte).
+template <class Slide>
+void slidingMedianLoop(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
+                       uint8_t* counts, uint8_t* out, int outStep, Slide slide) {
+    static constexpr uint8_t kNone[kCountBlock] = {};
+    std::memset(counts, 0, kCountBlock);
+    for (int j = 0; j < nCols; ++j) slide(counts, blocks + j * stride, kNone);
+    for (int x = 0;; ++x) {
+        out[static_cast<size_t>(x) * outStep] = rankInCounts(counts, rank);
+        if (x + 1 == width) break;
+        slide(counts, blocks + (x + nCols) * stride, blocks + x * stride);
+    }
+}
+
+inline void slidingMedianRef(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
+                             uint8_t* counts, uint8_t* out, int outStep) {
+    slidingMedianLoop(blocks, stride, nCols, width, rank, counts, out, outStep,
+                      [](uint8_t* c, const uint8_t* add, const uint8_t* sub) {
+                          for (size_t i = 0; i < kCountBlock; ++i) c[i] = static_cast<uint8_t>(c[i] + add[i] - sub[i]);
+                      });
 }
 
 inline uint16_t divide16(const Divider16& d, uint32_t x) {

@@ -23,6 +23,7 @@ const RankTable& rankTableRef() {
             t.median25[e] = &median25Ref<T>;
         });
         t.boxU8 = &boxU8Ref;
+        t.slidingMedian = &slidingMedianRef;
         return t;
     }();
     return table;

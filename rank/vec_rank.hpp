@@ -222,6 +222,17 @@ void boxU8Vec(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n,
 }
 
 template <class Vx>
+void slidingMedianVec(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
+                      uint8_t* counts, uint8_t* out, int outStep) {
+    static_assert(kCountBlock % Vx::kBytes == 0, "count blocks in whole vectors");
+    slidingMedianLoop(blocks, stride, nCols, width, rank, counts, out, outStep,
+                      [](uint8_t* c, const uint8_t* add, const uint8_t* sub) {
+                          for (size_t i = 0; i < kCountBlock; i += Vx::kBytes)
+                              Vx::store(c + i, Vx::sub8(Vx::add8(Vx::load(c + i), Vx::load(add + i)), Vx::load(sub + i)));
+                      });
+}
+
+template <class Vx>
 RankTable vectorRankTable() {
     RankTable t{};
     image::forEachValueType([&](auto v) {
@@ -236,6 +247,7 @@ RankTable vectorRankTable() {
         t.median25[e] = &median25Vec<Vx, T>;
     });
     t.boxU8 = &boxU8Vec<Vx>;
+    t.slidingMedian = &slidingMedianVec<Vx>;
     return t;
 }
 
