@@ -11,9 +11,9 @@ namespace {
 
 using namespace ozl::test;
 
+// Halves upward, negative sums included.
 long long roundedQuotient(long long s, long long d) {
-    const long long x = s + d / 2;
-    long long q = x / d;
+    const long long x = s + d / 2, q = x / d;
     return q * d > x ? q - 1 : q;
 }
 
@@ -25,15 +25,13 @@ double clampTo(unsigned depth, long long v) {
 
 Pass meanOver(unsigned depth, int nCols, int nRows, int ax, int ay) {
     return [=](const ValueAt& in, int x, int y, int c) -> double {
-        if (depth == OZL_DEPTH_32F) {
-            std::vector<float> col(nCols);
+        if (depth == OZL_DEPTH_32F) {  // column sums first, as the filter adds them
+            float s = 0;
             for (int i = 0; i < nCols; ++i) {
-                float s = static_cast<float>(in(x + i - ax, y - ay, c));
-                for (int j = 1; j < nRows; ++j) s += static_cast<float>(in(x + i - ax, y + j - ay, c));
-                col[i] = s;
+                float col = static_cast<float>(in(x + i - ax, y - ay, c));
+                for (int j = 1; j < nRows; ++j) col += static_cast<float>(in(x + i - ax, y + j - ay, c));
+                s = i ? s + col : col;
             }
-            float s = col[0];
-            for (int i = 1; i < nCols; ++i) s += col[i];
             return s / static_cast<float>(nCols * nRows);
         }
         long long s = 0;
@@ -97,19 +95,15 @@ TEST(FixedFilter, AgainstExactSums) {
         const unsigned depth = s->depth;
         return std::vector<Pass>{[k, depth](const ValueAt& in, int x, int y, int c) -> double {
             const int h = k.size / 2;
-            if (depth == OZL_DEPTH_32F) {
-                float s = 0;
-                for (int j = 0; j < k.size; ++j)
-                    for (int i = 0; i < k.size; ++i)
-                        if (k.values[j * k.size + i])
-                            s += static_cast<float>(k.values[j * k.size + i]) * static_cast<float>(in(x + i - h, y + j - h, c));
-                return s / static_cast<float>(k.divisor);
-            }
+            float f = 0;
             long long s = 0;
-            for (int j = 0; j < k.size; ++j)
-                for (int i = 0; i < k.size; ++i)
-                    s += k.values[j * k.size + i] * static_cast<long long>(in(x + i - h, y + j - h, c));
-            return clampTo(depth, roundedQuotient(s, k.divisor));
+            for (int i = 0; i < k.size * k.size; ++i) {
+                const int w = k.values[i];
+                const double v = in(x + i % k.size - h, y + i / k.size - h, c);
+                s += w * static_cast<long long>(v);
+                if (w) f += static_cast<float>(w) * static_cast<float>(v);
+            }
+            return depth == OZL_DEPTH_32F ? f / static_cast<float>(k.divisor) : clampTo(depth, roundedQuotient(s, k.divisor));
         }};
     });
 }

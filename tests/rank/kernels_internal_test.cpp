@@ -1,7 +1,6 @@
-// The rank family's kernels below the interface: the sorted-column medians of
-// every level against the scalar forms, the 5 x 5 network on every 0-1 input
-// of sorted columns, and the 16-bit division by multiplication over every
-// dividend for every divisor the 8-bit mean uses.
+// The rank family's kernels below the interface: every level against the
+// scalar forms (sorted-column medians, sliding counts), the 5 x 5 network on
+// every 0-1 input of sorted columns, the 16-bit division by multiplication.
 #include <gtest/gtest.h>
 
 #include "rank/kernels.hpp"
@@ -11,8 +10,8 @@ namespace {
 
 using namespace ozl;
 
-// Widths across every vector's head and tail, 1 and 3 values a pixel, rows
-// starting one value off alignment.
+// Every type, widths across every vector's head and tail, 1 and 3 values a
+// pixel, rows starting one value off alignment.
 TEST(RankKernels, SortedColumnMediansMatchScalar) {
     std::mt19937 rng(5);
     const rank::RankTable& ref = rank::rankTable(cpu::Level::Ref);
@@ -36,6 +35,23 @@ TEST(RankKernels, SortedColumnMediansMatchScalar) {
                         ASSERT_EQ(want, got) << cpu::name(level) << " type " << e << " size " << size
                                              << " step " << step << " n " << n;
                     }
+}
+
+// Blocks of 15 random values each, windows of 17 (255 values), 2 channels.
+TEST(RankKernels, SlidingMedianMatchesScalar) {
+    std::mt19937 rng(6);
+    std::vector<uint8_t> blocks(60 * rank::kCountBlock), counts(rank::kCountBlock), want(88), got(88);
+    for (size_t k = 0; k < 60; ++k)
+        for (int r = 0; r < 15; ++r) {
+            const uint8_t v = rng() % 3 ? static_cast<uint8_t>(rng()) : static_cast<uint8_t>(rng() % 2 * 255);
+            ++blocks[k * rank::kCountBlock + v], ++blocks[k * rank::kCountBlock + 256 + v / 16];
+        }
+    for (cpu::Level level : test::vectorLevels())
+        for (int c = 0; c < 2; ++c) {
+            rank::rankTable(cpu::Level::Ref).slidingMedian(blocks.data() + c * rank::kCountBlock, 2 * rank::kCountBlock, 17, 14, 127, counts.data(), want.data() + c, 2);
+            rank::rankTable(level).slidingMedian(blocks.data() + c * rank::kCountBlock, 2 * rank::kCountBlock, 17, 14, 127, counts.data(), got.data() + c, 2);
+            ASSERT_EQ(want, got) << cpu::name(level);
+        }
 }
 
 // Columns given by their counts of ones (base 6): the middle is 1 when 13 or

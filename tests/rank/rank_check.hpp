@@ -21,9 +21,8 @@
 namespace ozl::test {
 
 inline void fillFor(TestImage& im, uint32_t seed) {
-    if (im->depth == OZL_DEPTH_32S) im.fillRandom(seed, -(1 << 20), 1 << 20);
-    else if (im->depth == OZL_DEPTH_32F) im.fillRandom(seed, -100, 100);
-    else im.fillRandom(seed);
+    const bool s32 = im->depth == OZL_DEPTH_32S, f32 = im->depth == OZL_DEPTH_32F;
+    s32 || f32 ? im.fillRandom(seed, s32 ? -(1 << 20) : -100, s32 ? 1 << 20 : 100) : im.fillRandom(seed);
 }
 
 inline void randomBorders(OzlImage* im, std::mt19937& rng) {
@@ -96,6 +95,7 @@ using Call = std::function<std::vector<Pass>(OzlImage* src, OzlImage* dst, std::
 inline void randomRounds(uint32_t seed, const RoundSpec& spec, const Call& call) {
     ErrorCapture errors;
     std::mt19937 rng(seed);
+    TestImage mask(OZL_DEPTH_1U, spec.maxWidth + 2, spec.maxHeight + 2);
     auto upTo = [&](int n) { return 1 + static_cast<int>(rng() % n); };
     for (int round = 0; round < spec.rounds; ++round) {
         const unsigned depth = spec.depths[round % spec.depths.size()];
@@ -104,17 +104,13 @@ inline void randomRounds(uint32_t seed, const RoundSpec& spec, const Call& call)
         const bool alpha = nCh == 4 && rng() % 3 == 0;
         TestImage s(depth, upTo(spec.maxWidth), upTo(spec.maxHeight), nCh, order, alpha);
         TestImage d(depth, upTo(spec.maxWidth + 1), upTo(spec.maxHeight + 1), nCh, order, alpha);
-        fillFor(s, rng());
-        fillFor(d, rng());
-        randomBorders(s, rng);
+        fillFor(s, rng()), fillFor(d, rng()), randomBorders(s, rng);
         const bool coi = spec.coi && nCh > 1 && rng() % 4 == 0;
         for (TestImage* im : {&s, &d})
             im->setRoi(coi ? upTo(nCh) : 0, static_cast<int>(rng() % (*im)->width),
                        static_cast<int>(rng() % (*im)->height), upTo(spec.maxWidth + 1), upTo(spec.maxHeight + 1));
-        TestImage mask(OZL_DEPTH_1U, spec.maxWidth + 2, spec.maxHeight + 2);
         mask.fillRandom(rng());
-        if (rng() % 5 == 0) s.setMask(&mask);
-        if (rng() % 5 == 0) d.setMask(&mask);
+        for (TestImage* im : {&s, &d}) im->setMask(rng() % 5 == 0 ? &mask : nullptr);
         int width = mask->width, height = mask->height;
         for (const TestImage* im : {&s, &d}) {
             const OzlImage* h = *im;
@@ -132,8 +128,6 @@ inline void randomRounds(uint32_t seed, const RoundSpec& spec, const Call& call)
         expectFiltered(before, d, width, height,
                        [&](int x, int y, int c) { return result(x, y, sourceChannel(s, d, c)); },
                        s->maskROI ? s->maskROI : d->maskROI);
-        s.setMask(nullptr);
-        d.setMask(nullptr);
     }
 }
 
@@ -144,14 +138,12 @@ inline void expectLongRow(unsigned depth, int width, int height, int channels, u
                           const std::function<void(OzlImage*, OzlImage*)>& call, const Pass& pass) {
     ErrorCapture errors;
     TestImage s(depth, width, height, channels), d(depth, width, height, channels);
-    fillFor(s, seed);
-    if (full) s.fill(255);
+    full ? s.fill(255) : fillFor(s, seed);
     ozlSetBorderMode(s, OZL_BORDER_REPLICATE, OZL_SIDE_ALL, 0);
     const TestImage before = d.clone();
     call(s, d);
     ASSERT_TRUE(errors.empty()) << errors.last();
-    const Source src{s, s};
-    const ValueAt in = [&](long long x, long long y, int c) { return src.at(x, y, c); };
+    const ValueAt in = [src = Source{s, s}](long long x, long long y, int c) { return src.at(x, y, c); };
     expectFiltered(before, d, width, height, [&](int x, int y, int c) { return pass(in, x, y, c); });
 }
 
