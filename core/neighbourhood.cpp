@@ -188,6 +188,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             row.width = width;
             row.channels = run.channels;
             row.stream = direct && run.stream;
+            row.firstRow = y == 0;
             k.row(row, k.context);
             if (direct) continue;
             const uint8_t* maskRow =
@@ -279,7 +280,12 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     const Operand interior = shifted(operandOf(src), x0, y0);
     const int64_t rowBytes = std::max<int64_t>(
         1, static_cast<int64_t>(width) * run.channels * static_cast<int64_t>(run.srcBytes + run.dstBytes));
-    const int band = static_cast<int>(std::clamp<int64_t>(kBandBytes / rowBytes, kMinBandRows, kMaxBandRows));
+    // A kernel that carries state from row to row starts again on each group,
+    // at a cost of about its vertical margin in rows: groups are at least four
+    // times that.
+    const int margin = m.top + m.bottom;
+    const int band = std::max(4 * margin, static_cast<int>(std::clamp<int64_t>(
+                                              kBandBytes / rowBytes, kMinBandRows, kMaxBandRows)));
     for (int y = y0; y < y1; y += band) {
         const int h = std::min(band, y1 - y);
         if (x1 > x0) {

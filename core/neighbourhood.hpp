@@ -50,6 +50,10 @@ struct NbRow {
     // large to stay in cache: the kernel may store past the caches (saving
     // the reads of lines it only overwrites).
     bool stream = false;
+    // The first row of a piece and pass; each later call until the next
+    // first row is the row below the one before, over the same columns, with
+    // the same scratch (a kernel may carry state from row to row in it).
+    bool firstRow = true;
 };
 
 using NbRowFn = void (*)(const NbRow& row, const void* context);

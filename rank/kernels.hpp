@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "frame/cpu.hpp"
 #include "image/depth.hpp"
@@ -64,11 +65,29 @@ struct BoxU8 {
 using BoxU8Fn = void (*)(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n, int step,
                          void* scratch);
 
+// The median of every 5 x 5 neighbourhood: as Median9Fn, rows[0..4] valid
+// from 2 * step values before the first output value to 2 * step after the
+// last; scratch holds 5 * (n + 4 * step) values.
+using Median25Fn = void (*)(const void* const* rows, void* out, size_t n, int step, void* scratch);
+
+// Counts of 8-bit values in blocks of kCountBlock bytes: 256 counts by value,
+// then 16 counts by value / 16, then zeros up to a multiple of 64.
+constexpr size_t kCountBlock = 320;
+
+// The value of rank `rank` of every window of nCols blocks along a row:
+// out[x * outStep] for x < width from blocks x .. x + nCols - 1 (block i at
+// blocks + i * stride); every window holds more than `rank` and at most 255
+// values. counts: one block of working memory.
+using SlidingMedianFn = void (*)(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
+                                 uint8_t* counts, uint8_t* out, int outStep);
+
 struct RankTable {
     FoldFn fold[image::kElemCount][2];  // [type][0: least, 1: greatest]
     Median9Fn median9[image::kElemCount];
     NetworkFn network[image::kElemCount];
     BoxU8Fn boxU8;
+    Median25Fn median25[image::kElemCount];
+    SlidingMedianFn slidingMedian;
 };
 
 const RankTable& rankTable(cpu::Level level);
@@ -163,6 +182,100 @@ void networkRef(const void* const* in, int k, const Comparator* net, int nNet, i
         }
         putKey<T>(out, i, v[pick]);
     }
+}
+
+// Sorts five slots.
+inline constexpr Comparator kSortFive[] = {{0, 1}, {3, 4}, {2, 4}, {2, 3}, {0, 3},
+                                           {0, 2}, {1, 4}, {1, 3}, {1, 2}};
+
+// The middle of 25 values given as five sorted columns (slot 5 * column +
+// rank) ends in slot kMiddleOfSortedFivesAt. A merge network of the columns
+// with every comparator dropped that the middle output can do without
+// (checked on every 0-1 input of sorted columns).
+inline constexpr Comparator kMiddleOfSortedFives[] = {
+    {0, 5},   {4, 9},   {4, 5},   {2, 7},   {2, 4},   {7, 5},   {1, 6},   {3, 8},   {3, 6},
+    {1, 2},   {3, 4},   {6, 7},   {8, 5},   {10, 15}, {14, 19}, {14, 15}, {12, 17}, {12, 14},
+    {17, 15}, {11, 16}, {13, 18}, {13, 16}, {11, 12}, {13, 14}, {16, 17}, {18, 15}, {0, 10},
+    {5, 15},  {5, 10},  {4, 14},  {4, 5},   {14, 10}, {2, 12},  {7, 17},  {7, 12},  {7, 5},
+    {12, 14}, {1, 11},  {9, 19},  {9, 11},  {6, 16},  {6, 9},   {16, 11}, {3, 13},  {8, 18},
+    {8, 13},  {8, 9},   {13, 16}, {8, 5},   {9, 12},  {13, 14}, {10, 20}, {5, 10},  {14, 24},
+    {14, 10}, {15, 22}, {12, 15}, {12, 14}, {11, 21}, {9, 11},  {16, 11}, {19, 23}, {13, 19},
+    {8, 13},  {13, 16}, {13, 14}};
+constexpr int kMiddleOfSortedFivesAt = 14;
+
+// A constant network applied to slots v, unrolled so that every slot index
+// is a constant and the slots can live in registers. order(a, b) leaves the
+// lesser value in a.
+template <const auto& Net, class S, class Order, size_t... I>
+inline void unrolledNetwork(S* v, Order order, std::index_sequence<I...>) {
+    (order(v[Net[I].a], v[Net[I].b]), ...);
+}
+template <const auto& Net, class S, class Order>
+inline void applyNetwork(S* v, Order order) {
+    unrolledNetwork<Net>(v, order, std::make_index_sequence<sizeof(Net) / sizeof(Net[0])>{});
+}
+
+template <class K>
+inline void orderKeys(K& a, K& b) {
+    const K x = a;
+    a = lesser(x, b);
+    b = greater(x, b);
+}
+
+// Each column of five sorted once (rank r in cols + r * span), shared by the
+// five windows it belongs to; each window's middle from its sorted columns.
+template <class T>
+void median25Ref(const void* const* rows, void* out, size_t n, int step, void* scratch) {
+    using K = KeyOf<T>;
+    const size_t s = static_cast<size_t>(step), span = n + 4 * s;
+    K* cols = static_cast<K*>(scratch);
+    for (size_t i = 0; i < span; ++i) {
+        K v[5];
+        for (int r = 0; r < 5; ++r)
+            v[r] = keyAt<T>(static_cast<const T*>(rows[r]) + (static_cast<ptrdiff_t>(i) - 2 * step), 0);
+        applyNetwork<kSortFive>(v, &orderKeys<K>);
+        for (int r = 0; r < 5; ++r) cols[r * span + i] = v[r];
+    }
+    for (size_t i = 0; i < n; ++i) {
+        K v[25];
+        for (int c = 0; c < 5; ++c)
+            for (int r = 0; r < 5; ++r) v[c * 5 + r] = cols[r * span + i + c * s];
+        applyNetwork<kMiddleOfSortedFives>(v, &orderKeys<K>);
+        putKey<T>(out, i, v[kMiddleOfSortedFivesAt]);
+    }
+}
+
+// The value of rank `rank` in a block of counts: the coarse counts find its
+// group of 16 values, the fine counts its value.
+inline uint8_t rankInCounts(const uint8_t* counts, int rank) {
+    int below = 0, g = 0;
+    while (below + counts[256 + g] <= rank) below += counts[256 + g++];
+    int v = g * 16;
+    while (below + counts[v] <= rank) below += counts[v++];
+    return static_cast<uint8_t>(v);
+}
+
+// `slide(counts, add, sub)` adds block `add` to the counts and takes block
+// `sub` away, modulo 256 (the true counts stay within a byte).
+template <class Slide>
+void slidingMedianLoop(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
+                       uint8_t* counts, uint8_t* out, int outStep, Slide slide) {
+    static constexpr uint8_t kNone[kCountBlock] = {};
+    std::memset(counts, 0, kCountBlock);
+    for (int j = 0; j < nCols; ++j) slide(counts, blocks + j * stride, kNone);
+    for (int x = 0;; ++x) {
+        out[static_cast<size_t>(x) * outStep] = rankInCounts(counts, rank);
+        if (x + 1 == width) break;
+        slide(counts, blocks + (x + nCols) * stride, blocks + x * stride);
+    }
+}
+
+inline void slidingMedianRef(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
+                             uint8_t* counts, uint8_t* out, int outStep) {
+    slidingMedianLoop(blocks, stride, nCols, width, rank, counts, out, outStep,
+                      [](uint8_t* c, const uint8_t* add, const uint8_t* sub) {
+                          for (size_t i = 0; i < kCountBlock; ++i) c[i] = static_cast<uint8_t>(c[i] + add[i] - sub[i]);
+                      });
 }
 
 inline uint16_t divide16(const Divider16& d, uint32_t x) {

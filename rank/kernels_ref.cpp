@@ -6,6 +6,7 @@ namespace ozl::rank {
 
 const RankTable& rankTableSse2();
 const RankTable& rankTableAvx2();
+const RankTable& rankTableAvx512();
 
 namespace {
 
@@ -19,14 +20,16 @@ const RankTable& rankTableRef() {
             t.fold[e][1] = &foldRef<T, true>;
             t.median9[e] = &median9Ref<T>;
             t.network[e] = &networkRef<T>;
+            t.median25[e] = &median25Ref<T>;
         });
         t.boxU8 = &boxU8Ref;
+        t.slidingMedian = &slidingMedianRef;
         return t;
     }();
     return table;
 }
 
-constexpr simd::PerLevel<RankTable> kTables{&rankTableRef, &rankTableSse2, &rankTableAvx2};
+constexpr simd::PerLevel<RankTable> kTables{&rankTableRef, &rankTableSse2, &rankTableAvx2, &rankTableAvx512};
 
 }  // namespace
 

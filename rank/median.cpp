@@ -1,8 +1,10 @@
 // Median filters. ozlMedianFilter takes, over every window, the value of rank
 // area / 2 (counted from 0, so the upper middle one for an even area): the
-// 3 x 3 window by sorted columns, windows up to 25 places by a selection
-// network (a sorting network pruned to the comparators the middle output
-// depends on), larger 8-bit windows by a histogram slid along the row, other
+// 3 x 3 and 5 x 5 windows by sorted columns, other windows up to 25 places by
+// a selection network (a sorting network pruned to the comparators the middle
+// output depends on), larger 8-bit windows by counts of values (per column,
+// kept from row to row, and per window, slid along the row; windows of more
+// than 255 values by counts of the window alone, slid along the row), other
 // larger windows by selection on a copy. ozlColorMedianFilter picks the
 // window's pixel whose colour is nearest (summed channel differences) to all
 // the others.
@@ -29,7 +31,7 @@ struct Plan {
     size_t valueBytes = 1;
     int nCols = 1, nRows = 1, left = 0;
     int area = 1;
-    enum Method { Columns, Network, Histogram, Select } method = Select;
+    enum Method { Columns, Columns5, Network, Counts, Histogram, Select } method = Select;
     Comparator net[kMaxComparators];
     int nNet = 0;
 };
@@ -61,6 +63,41 @@ int selectionNetwork(int n, int pick, Comparator* out) {
 
 const void* at(const void* p, ptrdiff_t values, size_t valueBytes) {
     return static_cast<const char*>(p) + values * static_cast<ptrdiff_t>(valueBytes);
+}
+
+// Counts of every column's values kept from row to row (a block of counts
+// per column, see kCountBlock): each row adds the row entering the windows
+// and takes away the one leaving them (kept as a copy: gathered rows are
+// overwritten), then the window's counts slide along the row, two blocks a
+// pixel whatever the window's size.
+void countsRow(const Plan& p, const core::NbRow& row) {
+    const int ch = row.channels;
+    const size_t span = static_cast<size_t>(row.width + p.nCols - 1) * ch;
+    auto* counts = static_cast<uint8_t*>(row.scratch);
+    uint8_t* blocks = counts + kCountBlock;
+    uint8_t* leaving = blocks + span * kCountBlock;
+    auto rowAt = [&](int r) {
+        return static_cast<const uint8_t*>(row.src[r]) - static_cast<ptrdiff_t>(p.left) * ch;
+    };
+    auto count = [&](const uint8_t* values, int by) {
+        for (size_t k = 0; k < span; ++k) {
+            uint8_t* b = blocks + k * kCountBlock;
+            b[values[k]] = static_cast<uint8_t>(b[values[k]] + by);
+            b[256 + (values[k] >> 4)] = static_cast<uint8_t>(b[256 + (values[k] >> 4)] + by);
+        }
+    };
+    if (row.firstRow) {
+        std::memset(blocks, 0, span * kCountBlock);
+        for (int r = 0; r < p.nRows; ++r) count(rowAt(r), 1);
+    } else {
+        count(leaving, -1);
+        count(rowAt(p.nRows - 1), 1);
+    }
+    auto* out = static_cast<uint8_t*>(row.dst);
+    for (int c = 0; c < ch; ++c)
+        p.table->slidingMedian(blocks + c * kCountBlock, static_cast<size_t>(ch) * kCountBlock, p.nCols,
+                               row.width, p.area / 2, counts, out + c, ch);
+    std::memcpy(leaving, rowAt(0), span);
 }
 
 // Counts of the window's values for one channel, slid one pixel at a time;
@@ -123,6 +160,11 @@ void medianRow(const core::NbRow& row, const void* context) {
             for (int r = 0; r < 3; ++r) rows[r] = at(row.src[r], static_cast<ptrdiff_t>(1 - p.left) * ch, p.valueBytes);
             return p.table->median9[e](rows, row.dst, n, ch, row.scratch);
         }
+        case Plan::Columns5: {
+            const void* rows[5];
+            for (int r = 0; r < 5; ++r) rows[r] = at(row.src[r], static_cast<ptrdiff_t>(2 - p.left) * ch, p.valueBytes);
+            return p.table->median25[e](rows, row.dst, n, ch, row.scratch);
+        }
         case Plan::Network: {
             const void* ins[kMaxNetwork];
             for (int r = 0, k = 0; r < p.nRows; ++r)
@@ -130,6 +172,7 @@ void medianRow(const core::NbRow& row, const void* context) {
                     ins[k++] = at(row.src[r], static_cast<ptrdiff_t>(x - p.left) * ch, p.valueBytes);
             return p.table->network[e](ins, p.area, p.net, p.nNet, p.area / 2, row.dst, n);
         }
+        case Plan::Counts: return countsRow(p, row);
         case Plan::Histogram: return histogramRow(p, row);
         default:
             image::forEachValueType([&](auto v) {
@@ -209,9 +252,17 @@ void medianFilter(const core::Caller& caller, int line, OzlImage* src, OzlImage*
             if (nCols == 3 && nRows == 3) {
                 plan->method = Plan::Columns;
                 kernel.scratchPerValue = 3 * 4 + 1;
+            } else if (nCols == 5 && nRows == 5) {
+                plan->method = Plan::Columns5;
+                kernel.scratchPerValue = 5 * 4 + 1;
             } else if (area <= kMaxNetwork) {
                 plan->method = Plan::Network;
                 plan->nNet = selectionNetwork(plan->area, plan->area / 2, plan->net);
+            } else if (plan->type == image::Elem::U8 && area <= 255) {
+                // A block of counts per column, the row leaving, and the
+                // window's block (a row with its margins spans nCols values or more).
+                plan->method = Plan::Counts;
+                kernel.scratchPerValue = kCountBlock + 1 + kCountBlock / static_cast<size_t>(nCols) + 1;
             } else if (plan->type == image::Elem::U8) {
                 // 1 KiB of counts; a row with its margins spans nCols values or more.
                 plan->method = Plan::Histogram;

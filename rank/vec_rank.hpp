@@ -70,37 +70,50 @@ void foldVec(const void* const* in, int k, void* out, size_t n) {
     }
 }
 
+// Calls at(i) for vectors covering out[0, n), n at least one vector: the
+// first unaligned, the rest on vector boundaries of out (stores split across
+// cache lines cost more than the values computed twice), the last one
+// overlapping the one before.
+template <class Vx, class T, class At>
+void alignedStores(void* out, size_t n, At at) {
+    constexpr size_t kCount = Vx::kBytes / sizeof(T);
+    at(0);
+    size_t i = (Vx::kBytes - reinterpret_cast<uintptr_t>(out) % Vx::kBytes) % Vx::kBytes / sizeof(T);
+    if (i == 0) i = kCount;
+    for (; i + kCount <= n; i += kCount) at(i);
+    if (i < n) at(n - kCount);
+}
+
+// All in registers, each column sorted once per vector it falls in: the
+// memory traffic of the row is all it costs.
 template <class Vx, class T>
 void median9Vec(const void* const* rows, void* out, size_t n, int step, void* scratch) {
     using L = Lanes<Vx, T>;
     using V = typename Vx::V;
-    using K = KeyOf<T>;
-    const size_t span = n + 2 * static_cast<size_t>(step);
-    if (n < L::kCount) return median9Ref<T>(rows, out, n, step, scratch);
-    K* lo = static_cast<K*>(scratch);
-    K* mid = lo + span;
-    K* hi = mid + span;
-    const T* r0 = static_cast<const T*>(rows[0]) - step;
-    const T* r1 = static_cast<const T*>(rows[1]) - step;
-    const T* r2 = static_cast<const T*>(rows[2]) - step;
-    auto columns = [&](size_t i) {
-        const V a = L::load(r0, i), b = L::load(r1, i), c = L::load(r2, i);
-        Vx::store(lo + i, L::least(L::least(a, b), c));
-        Vx::store(hi + i, L::greatest(L::greatest(a, b), c));
-        Vx::store(mid + i, L::median3(a, b, c));
-    };
-    size_t i = 0;
-    for (; i + L::kCount <= span; i += L::kCount) columns(i);
-    if (i < span) columns(span - L::kCount);
+    if (n < L::kCount) {
+        if constexpr (Vx::kHasNarrower) return median9Vec<typename Vx::Narrower, T>(rows, out, n, step, scratch);
+        else return median9Ref<T>(rows, out, n, step, scratch);
+    }
     const size_t s = static_cast<size_t>(step);
+    const T* r0 = static_cast<const T*>(rows[0]) - s;
+    const T* r1 = static_cast<const T*>(rows[1]) - s;
+    const T* r2 = static_cast<const T*>(rows[2]) - s;
     auto pick = [&](size_t i) {
-        const V a = L::greatest(L::greatest(Vx::load(lo + i), Vx::load(lo + i + s)), Vx::load(lo + i + 2 * s));
-        const V b = L::median3(Vx::load(mid + i), Vx::load(mid + i + s), Vx::load(mid + i + 2 * s));
-        const V z = L::least(L::least(Vx::load(hi + i), Vx::load(hi + i + s)), Vx::load(hi + i + 2 * s));
+        V lo[3], mid[3], hi[3];
+        for (int c = 0; c < 3; ++c) {
+            const size_t at = i + c * s;
+            const V a = L::load(r0, at), b = L::load(r1, at), z = L::load(r2, at);
+            const V l = L::least(a, b), h = L::greatest(a, b);
+            lo[c] = L::least(l, z);
+            hi[c] = L::greatest(h, z);
+            mid[c] = L::greatest(l, L::least(h, z));
+        }
+        const V a = L::greatest(L::greatest(lo[0], lo[1]), lo[2]);
+        const V b = L::median3(mid[0], mid[1], mid[2]);
+        const V z = L::least(L::least(hi[0], hi[1]), hi[2]);
         L::store(out, i, L::median3(a, b, z));
     };
-    for (i = 0; i + L::kCount <= n; i += L::kCount) pick(i);
-    if (i < n) pick(n - L::kCount);
+    alignedStores<Vx, T>(out, n, pick);
 }
 
 template <class Vx, class T>
@@ -122,6 +135,42 @@ void networkVec(const void* const* in, int k, const Comparator* net, int nNet, i
     size_t i = 0;
     for (; i + L::kCount <= n; i += L::kCount) at(i);
     if (i < n) at(n - L::kCount);
+}
+
+template <class Vx, class T>
+void median25Vec(const void* const* rows, void* out, size_t n, int step, void* scratch) {
+    using L = Lanes<Vx, T>;
+    using V = typename Vx::V;
+    using K = KeyOf<T>;
+    if (n < L::kCount) {
+        // Side strips of a few pixels: the next narrower vectors, not scalars.
+        if constexpr (Vx::kHasNarrower) return median25Vec<typename Vx::Narrower, T>(rows, out, n, step, scratch);
+        else return median25Ref<T>(rows, out, n, step, scratch);
+    }
+    const size_t s = static_cast<size_t>(step), span = n + 4 * s;
+    K* cols = static_cast<K*>(scratch);
+    const auto order = [](V& a, V& b) {
+        const V x = a;
+        a = L::least(x, b);
+        b = L::greatest(x, b);
+    };
+    auto columns = [&](size_t i) {
+        V v[5];
+        for (int r = 0; r < 5; ++r) v[r] = L::load(static_cast<const T*>(rows[r]) - 2 * s, i);
+        applyNetwork<kSortFive>(v, order);
+        for (int r = 0; r < 5; ++r) Vx::store(cols + r * span + i, v[r]);
+    };
+    size_t i = 0;
+    for (; i + L::kCount <= span; i += L::kCount) columns(i);
+    if (i < span) columns(span - L::kCount);
+    auto pick = [&](size_t i) {
+        V v[25];
+        for (int c = 0; c < 5; ++c)
+            for (int r = 0; r < 5; ++r) v[c * 5 + r] = Vx::load(cols + r * span + i + c * s);
+        applyNetwork<kMiddleOfSortedFives>(v, order);
+        L::store(out, i, v[kMiddleOfSortedFivesAt]);
+    };
+    alignedStores<Vx, T>(out, n, pick);
 }
 
 // Column sums in 16-bit lanes (bytes widened pairwise), then the row sums,
@@ -173,6 +222,17 @@ void boxU8Vec(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n,
 }
 
 template <class Vx>
+void slidingMedianVec(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
+                      uint8_t* counts, uint8_t* out, int outStep) {
+    static_assert(kCountBlock % Vx::kBytes == 0, "count blocks in whole vectors");
+    slidingMedianLoop(blocks, stride, nCols, width, rank, counts, out, outStep,
+                      [](uint8_t* c, const uint8_t* add, const uint8_t* sub) {
+                          for (size_t i = 0; i < kCountBlock; i += Vx::kBytes)
+                              Vx::store(c + i, Vx::sub8(Vx::add8(Vx::load(c + i), Vx::load(add + i)), Vx::load(sub + i)));
+                      });
+}
+
+template <class Vx>
 RankTable vectorRankTable() {
     RankTable t{};
     image::forEachValueType([&](auto v) {
@@ -180,10 +240,14 @@ RankTable vectorRankTable() {
         constexpr int e = static_cast<int>(image::ElemOf<T>::value);
         t.fold[e][0] = &foldVec<Vx, T, false>;
         t.fold[e][1] = &foldVec<Vx, T, true>;
-        t.median9[e] = &median9Vec<Vx, T>;
+        // The 3 x 3 median is bound by memory traffic; 512-bit vectors measured
+        // slower than 256-bit ones on large images.
+        t.median9[e] = &median9Vec<std::conditional_t<(Vx::kBytes > 32), typename Vx::Narrower, Vx>, T>;
         t.network[e] = &networkVec<Vx, T>;
+        t.median25[e] = &median25Vec<Vx, T>;
     });
     t.boxU8 = &boxU8Vec<Vx>;
+    t.slidingMedian = &slidingMedianVec<Vx>;
     return t;
 }
 

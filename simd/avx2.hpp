@@ -54,6 +54,8 @@ struct Avx2 {
     static V subsS8(V a, V b) { return _mm256_subs_epi8(a, b); }
     static V subsU16(V a, V b) { return _mm256_subs_epu16(a, b); }
     static V subsS16(V a, V b) { return _mm256_subs_epi16(a, b); }
+    static V add8(V a, V b) { return _mm256_add_epi8(a, b); }
+    static V sub8(V a, V b) { return _mm256_sub_epi8(a, b); }
     static V add16(V a, V b) { return _mm256_add_epi16(a, b); }
     static V sub16(V a, V b) { return _mm256_sub_epi16(a, b); }
     static V add32(V a, V b) { return _mm256_add_epi32(a, b); }

@@ -1,16 +1,76 @@
-// The rank family's kernels below the interface: the 16-bit division by
-// multiplication over every dividend, for every divisor the 8-bit mean uses.
+// The rank family's kernels below the interface: every level against the
+// scalar forms (sorted-column medians, sliding counts), the 5 x 5 network on
+// every 0-1 input of sorted columns, the 16-bit division by multiplication.
 #include <gtest/gtest.h>
 
 #include "rank/kernels.hpp"
+#include "support/kernel_check.hpp"
 
 namespace {
 
+using namespace ozl;
+
+// Every type, widths across every vector's head and tail, 1 and 3 values a
+// pixel, rows starting one value off alignment.
+TEST(RankKernels, SortedColumnMediansMatchScalar) {
+    std::mt19937 rng(5);
+    const rank::RankTable& ref = rank::rankTable(cpu::Level::Ref);
+    for (cpu::Level level : test::vectorLevels())
+        for (int e = 0; e < image::kElemCount; ++e)
+            for (int size : {3, 5})
+                for (int step : {1, 3})
+                    for (size_t n : {1, 15, 16, 31, 33, 63, 64, 65, 130}) {
+                        const size_t bytes = image::elemBytes(static_cast<image::Elem>(e));
+                        const size_t before = static_cast<size_t>(size / 2 * step), span = n + 2 * before;
+                        std::vector<uint8_t> src[5], want(n * bytes), got(n * bytes), scratch(size * span * 4);
+                        const void* rows[5];
+                        for (int r = 0; r < size; ++r) {
+                            src[r].resize((span + 1) * bytes);
+                            test::fillValues(src[r], static_cast<image::Elem>(e), rng);
+                            rows[r] = src[r].data() + (1 + before) * bytes;
+                        }
+                        const rank::RankTable& vec = rank::rankTable(level);
+                        (size == 3 ? ref.median9[e] : ref.median25[e])(rows, want.data(), n, step, scratch.data());
+                        (size == 3 ? vec.median9[e] : vec.median25[e])(rows, got.data(), n, step, scratch.data());
+                        ASSERT_EQ(want, got) << cpu::name(level) << " type " << e << " size " << size
+                                             << " step " << step << " n " << n;
+                    }
+}
+
+// Blocks of 15 random values each, windows of 17 (255 values), 2 channels.
+TEST(RankKernels, SlidingMedianMatchesScalar) {
+    std::mt19937 rng(6);
+    std::vector<uint8_t> blocks(60 * rank::kCountBlock), counts(rank::kCountBlock), want(88), got(88);
+    for (size_t k = 0; k < 60; ++k)
+        for (int r = 0; r < 15; ++r) {
+            const uint8_t v = rng() % 3 ? static_cast<uint8_t>(rng()) : static_cast<uint8_t>(rng() % 2 * 255);
+            ++blocks[k * rank::kCountBlock + v], ++blocks[k * rank::kCountBlock + 256 + v / 16];
+        }
+    for (cpu::Level level : test::vectorLevels())
+        for (int c = 0; c < 2; ++c) {
+            rank::rankTable(cpu::Level::Ref).slidingMedian(blocks.data() + c * rank::kCountBlock, 2 * rank::kCountBlock, 17, 14, 127, counts.data(), want.data() + c, 2);
+            rank::rankTable(level).slidingMedian(blocks.data() + c * rank::kCountBlock, 2 * rank::kCountBlock, 17, 14, 127, counts.data(), got.data() + c, 2);
+            ASSERT_EQ(want, got) << cpu::name(level);
+        }
+}
+
+// Columns given by their counts of ones (base 6): the middle is 1 when 13 or
+// more of the 25 are.
+TEST(RankKernels, MiddleOfSortedFivesOnZeroOneInputs) {
+    for (int code = 0; code < 6 * 6 * 6 * 6 * 6; ++code) {
+        int v[25], ones = 0;
+        for (int c = 0, k = code; c < 5; ++c, k /= 6)
+            for (int r = 0; r < 5; ++r) ones += v[c * 5 + r] = r >= 5 - k % 6;
+        rank::applyNetwork<rank::kMiddleOfSortedFives>(v, &rank::orderKeys<int>);
+        ASSERT_EQ(v[rank::kMiddleOfSortedFivesAt], ones >= 13) << code;
+    }
+}
+
 TEST(RankKernels, DivisionByMultiplication) {
     for (uint32_t divisor = 1; divisor <= 257; ++divisor) {
-        const ozl::rank::Divider16 d = ozl::rank::divider16(static_cast<uint16_t>(divisor));
+        const rank::Divider16 d = rank::divider16(static_cast<uint16_t>(divisor));
         for (uint32_t x = 0; x < 65536; ++x)
-            if (ozl::rank::divide16(d, x) != x / divisor) FAIL() << x << " / " << divisor;
+            if (rank::divide16(d, x) != x / divisor) FAIL() << x << " / " << divisor;
     }
 }
 

@@ -2,7 +2,8 @@
 // layouts, regions, channels of interest, alpha, border modes per side
 // (constants out of range included), masks on either side; each round's
 // destination is compared, value by value, with a brute-force computation
-// over the source read through its border modes.
+// over the source read through its border modes. Also long rows (every
+// vector width) and tables of refused calls.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -20,9 +21,8 @@
 namespace ozl::test {
 
 inline void fillFor(TestImage& im, uint32_t seed) {
-    if (im->depth == OZL_DEPTH_32S) im.fillRandom(seed, -(1 << 20), 1 << 20);
-    else if (im->depth == OZL_DEPTH_32F) im.fillRandom(seed, -100, 100);
-    else im.fillRandom(seed);
+    const bool s32 = im->depth == OZL_DEPTH_32S, f32 = im->depth == OZL_DEPTH_32F;
+    s32 || f32 ? im.fillRandom(seed, s32 ? -(1 << 20) : -100, s32 ? 1 << 20 : 100) : im.fillRandom(seed);
 }
 
 inline void randomBorders(OzlImage* im, std::mt19937& rng) {
@@ -38,11 +38,8 @@ class Plane {
 public:
     Plane(const OzlImage* modes, int width, int height)
         : header_(*modes), pixels_(modes->depth, width, height, modes->nChannels) {
-        header_.width = width;
-        header_.height = height;
-        header_.roi = nullptr;
-        header_.tileInfo = nullptr;
-        header_.maskROI = nullptr;
+        header_.width = width, header_.height = height;
+        header_.roi = nullptr, header_.tileInfo = nullptr, header_.maskROI = nullptr;
     }
     double at(long long x, long long y, int c) const { return borderedValue(&header_, x, y, c, pixels_); }
     void put(int x, int y, int c, double v) { pixels_.put(x, y, c, v); }
@@ -73,8 +70,7 @@ inline ValueAt chained(const Source& src, int width, int height, const std::vect
                        std::vector<Plane>& keep) {
     ValueAt in = [src](long long x, long long y, int c) { return src.at(x, y, c); };
     for (size_t p = 0; p + 1 < passes.size(); ++p) {
-        keep.emplace_back(src.modes, width, height);
-        Plane& plane = keep.back();
+        Plane& plane = keep.emplace_back(src.modes, width, height);
         for (int c = 0; c < src.modes->nChannels; ++c)
             for (int y = 0; y < height; ++y)
                 for (int x = 0; x < width; ++x) plane.put(x, y, c, passes[p](in, x, y, c));
@@ -99,39 +95,28 @@ using Call = std::function<std::vector<Pass>(OzlImage* src, OzlImage* dst, std::
 inline void randomRounds(uint32_t seed, const RoundSpec& spec, const Call& call) {
     ErrorCapture errors;
     std::mt19937 rng(seed);
+    TestImage mask(OZL_DEPTH_1U, spec.maxWidth + 2, spec.maxHeight + 2);
+    auto upTo = [&](int n) { return 1 + static_cast<int>(rng() % n); };
     for (int round = 0; round < spec.rounds; ++round) {
         const unsigned depth = spec.depths[round % spec.depths.size()];
-        const int nCh = spec.channels ? spec.channels
-                        : depth == OZL_DEPTH_1U ? 1 : 1 + static_cast<int>(rng() % 4);
+        const int nCh = spec.channels ? spec.channels : depth == OZL_DEPTH_1U ? 1 : upTo(4);
         const int order = depth == OZL_DEPTH_1U || !spec.planes ? 0 : static_cast<int>(rng() % 2);
         const bool alpha = nCh == 4 && rng() % 3 == 0;
-        const int sw = 1 + static_cast<int>(rng() % spec.maxWidth), sh = 1 + static_cast<int>(rng() % spec.maxHeight);
-        TestImage s(depth, sw, sh, nCh, order, alpha);
-        TestImage d(depth, 1 + static_cast<int>(rng() % (spec.maxWidth + 1)),
-                    1 + static_cast<int>(rng() % (spec.maxHeight + 1)), nCh, order, alpha);
-        fillFor(s, rng());
-        fillFor(d, rng());
-        randomBorders(s, rng);
+        TestImage s(depth, upTo(spec.maxWidth), upTo(spec.maxHeight), nCh, order, alpha);
+        TestImage d(depth, upTo(spec.maxWidth + 1), upTo(spec.maxHeight + 1), nCh, order, alpha);
+        fillFor(s, rng()), fillFor(d, rng()), randomBorders(s, rng);
         const bool coi = spec.coi && nCh > 1 && rng() % 4 == 0;
-        auto roi = [&](TestImage& im) {
-            im.setRoi(coi ? 1 + static_cast<int>(rng() % nCh) : 0, static_cast<int>(rng() % im->width),
-                      static_cast<int>(rng() % im->height), 1 + static_cast<int>(rng() % (spec.maxWidth + 1)),
-                      1 + static_cast<int>(rng() % (spec.maxHeight + 1)));
-        };
-        roi(s);
-        roi(d);
-        TestImage mask(OZL_DEPTH_1U, spec.maxWidth + 2, spec.maxHeight + 2);
+        for (TestImage* im : {&s, &d})
+            im->setRoi(coi ? upTo(nCh) : 0, static_cast<int>(rng() % (*im)->width),
+                       static_cast<int>(rng() % (*im)->height), upTo(spec.maxWidth + 1), upTo(spec.maxHeight + 1));
         mask.fillRandom(rng());
-        if (rng() % 5 == 0) s.setMask(&mask);
-        if (rng() % 5 == 0) d.setMask(&mask);
-        auto region = [&](const TestImage& im) {
-            int w = std::min(im->roi->width, im->width - im->roi->xOffset);
-            int h = std::min(im->roi->height, im->height - im->roi->yOffset);
-            if (im->maskROI) w = std::min(w, mask->width), h = std::min(h, mask->height);
-            return std::pair<int, int>(w, h);
-        };
-        const int width = std::min(region(s).first, region(d).first);
-        const int height = std::min(region(s).second, region(d).second);
+        for (TestImage* im : {&s, &d}) im->setMask(rng() % 5 == 0 ? &mask : nullptr);
+        int width = mask->width, height = mask->height;
+        for (const TestImage* im : {&s, &d}) {
+            const OzlImage* h = *im;
+            width = std::min({width, h->roi->width, h->width - h->roi->xOffset});
+            height = std::min({height, h->roi->height, h->height - h->roi->yOffset});
+        }
         SCOPED_TRACE(testing::Message() << "round " << round << " depth " << depth << " nCh " << nCh
                                         << " order " << order << " coi " << coi);
         const TestImage before = d.clone();
@@ -143,8 +128,38 @@ inline void randomRounds(uint32_t seed, const RoundSpec& spec, const Call& call)
         expectFiltered(before, d, width, height,
                        [&](int x, int y, int c) { return result(x, y, sourceChannel(s, d, c)); },
                        s->maskROI ? s->maskROI : d->maskROI);
-        s.setMask(nullptr);
-        d.setMask(nullptr);
+    }
+}
+
+// One call `call(src, dst)` on a width x height image of random values under
+// replicated borders (all 255 when `full`), against `pass`: rows long enough
+// for every vector width.
+inline void expectLongRow(unsigned depth, int width, int height, int channels, uint32_t seed, bool full,
+                          const std::function<void(OzlImage*, OzlImage*)>& call, const Pass& pass) {
+    ErrorCapture errors;
+    TestImage s(depth, width, height, channels), d(depth, width, height, channels);
+    full ? s.fill(255) : fillFor(s, seed);
+    ozlSetBorderMode(s, OZL_BORDER_REPLICATE, OZL_SIDE_ALL, 0);
+    const TestImage before = d.clone();
+    call(s, d);
+    ASSERT_TRUE(errors.empty()) << errors.last();
+    const ValueAt in = [src = Source{s, s}](long long x, long long y, int c) { return src.at(x, y, c); };
+    expectFiltered(before, d, width, height, [&](int x, int y, int c) { return pass(in, x, y, c); });
+}
+
+// Refused calls: each reports as expected and leaves its destination as it was.
+struct Refusal {
+    std::function<void()> call;
+    const TestImage* dst;
+    ErrorReport expected;
+};
+inline void expectRefusals(const std::vector<Refusal>& cases) {
+    ErrorCapture errors(OZL_ErrModeParent);
+    for (const Refusal& c : cases) {
+        SCOPED_TRACE(c.expected.context);
+        const std::vector<uint8_t> before = c.dst->bytes();
+        c.call();
+        expectRefused(errors, *c.dst, before, c.expected);
     }
 }
 
