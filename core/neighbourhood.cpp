@@ -65,6 +65,8 @@ struct Run {
     int maxWidth = 0;  // widest piece (the buffers' size)
     int rowsNeeded = 1;
     bool gathered = false;  // source rows are gathered (strided or 1-bit sources)
+    bool packedRows = false;  // 1-bit rows handed over packed
+    size_t lead = 0;        // packed rows: slot bytes before pixel 0
     size_t srcBytes = 1, dstBytes = 1;  // value sizes as the kernel sees them
     char* memory = nullptr;
     const void** rows = nullptr;
@@ -79,7 +81,11 @@ struct Run {
     bool allocate() {
         const Margins& m = kernel->margins;
         const int64_t span = (static_cast<int64_t>(maxWidth) + m.left + m.right) * channels;
-        const int64_t ring = gathered ? align(span * static_cast<int64_t>(srcBytes)) * rowsNeeded : 0;
+        // A packed slot: whole words around the margins, one more each side.
+        lead = static_cast<size_t>((m.left + 63) / 64 + 1) * 8;
+        const int64_t slotBytes = packedRows ? align(static_cast<int64_t>(lead) + (static_cast<int64_t>(maxWidth) + m.right + 63) / 64 * 8 + 8)
+                                         : align(span * static_cast<int64_t>(srcBytes));
+        const int64_t ring = gathered ? slotBytes * rowsNeeded : 0;
         const int64_t out = align(static_cast<int64_t>(maxWidth) * channels * dstBytes);
         const int64_t packed = align(maxWidth / 8 + 8);
         const int64_t scratch = align(span * static_cast<int64_t>(kernel->scratchPerValue) + 64);
@@ -90,7 +96,9 @@ struct Run {
         if (!memory) return false;
         char* p = memory;
         this->ring = p;
-        ringRowBytes = static_cast<size_t>(align(span * static_cast<int64_t>(srcBytes)));
+        ringRowBytes = static_cast<size_t>(slotBytes);
+        // Packed slots keep zero bits beyond what each gather writes.
+        if (packedRows) std::memset(this->ring, 0, static_cast<size_t>(ring));
         p += ring;
         this->out = p;
         p += out;
@@ -117,6 +125,18 @@ void gatherRow(const Run& run, const Operand& s, const char* base, int r, int wi
     const Margins& m = run.kernel->margins;
     const char* row = base + r * s.rowStep;
     const int n = width + m.left + m.right;
+    if (run.packedRows) {
+        // Pixel -left lands `left` bits before byte `lead`; the word after
+        // the row's is cleared of an earlier, wider row's bits.
+        const size_t back = static_cast<size_t>(m.left + 7) / 8;
+        uint8_t* slot = reinterpret_cast<uint8_t*>(dst) + run.lead - back;
+        image::gatherBits(reinterpret_cast<const uint8_t*>(row), static_cast<ptrdiff_t>(s.bit) - m.left, slot,
+                          static_cast<int>(back * 8 - m.left), static_cast<size_t>(n));
+        const size_t written = run.lead - back + (back * 8 - m.left + n + 7) / 8;
+        const size_t end = run.lead + static_cast<size_t>((width + m.right + 63) / 64 + 1) * 8;
+        std::memset(reinterpret_cast<uint8_t*>(dst) + written, 0, end - written);
+        return;
+    }
     if (s.valueBytes == 0) {
         for (int i = 0; i < n; ++i) dst[i] = bitAt(row, s.bit + static_cast<ptrdiff_t>(i) - m.left);
         return;
@@ -130,6 +150,18 @@ void gatherRow(const Run& run, const Operand& s, const char* base, int r, int wi
 // Writes a computed row into the destination where the mask allows.
 void writeRow(const Run& run, const Operand& d, char* row, const char* computed, int width,
               const uint8_t* maskRow, int maskBit) {
+    if (d.valueBytes == 0 && run.packedRows) {
+        auto* to = reinterpret_cast<uint8_t*>(row);
+        const auto* bits = reinterpret_cast<const uint8_t*>(computed);
+        size_t whole = 0;
+        if (!maskRow && d.bit == 0) {
+            whole = static_cast<size_t>(width) / 8;
+            std::memcpy(to, bits, whole);
+        }
+        image::mergeBits(bits + whole, 0, nullptr, 0, to + whole, d.bit, maskRow, static_cast<size_t>(maskBit),
+                         static_cast<size_t>(width) - whole * 8, [](uint8_t x, uint8_t) { return x; });
+        return;
+    }
     if (d.valueBytes == 0) {
         std::memset(run.packed, 0, static_cast<size_t>(width + 7) / 8);
         for (int i = 0; i < width; ++i)
@@ -177,7 +209,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
                 // A ring of gathered rows: each source row is gathered once.
                 char* slot = run.ring + static_cast<size_t>(((r % n) + n) % n) * run.ringRowBytes;
                 if (y == 0 || j == n - 1) gatherRow(run, s, sBase, r, width, slot);
-                run.rows[j] = slot + leftBytes;
+                run.rows[j] = slot + (run.packedRows ? run.lead : leftBytes);
             }
             char* dRow = dBase + y * d.rowStep;
             NbRow row;
@@ -216,8 +248,11 @@ NbResult runFetched(const Run& run, const OzlImage* src, int x, int y, int width
 
 constexpr int kMinStrip = 16;
 // Rows of the middle band computed together: the side strips of a band run
-// right after its interior, while the band's rows are still in cache.
-constexpr int kBandRows = 64;
+// right after its interior, while the band's rows are still in cache. A band
+// spans about kBandBytes of source rows, and at least kMinBandRows rows: each
+// side strip costs a bordered copy, whose setup narrow rows would not repay.
+constexpr int kMinBandRows = 64;
+constexpr int64_t kBandBytes = 256 * 1024;
 
 // Untiled images that share no pixels: the interior in place, the top and
 // bottom strips and, band by band, the left and right strips from bordered
@@ -244,8 +279,10 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
         if (r != NbResult::Done) return r;
     }
     const Operand interior = shifted(operandOf(src), x0, y0);
-    for (int y = y0; y < y1; y += kBandRows) {
-        const int h = std::min(kBandRows, y1 - y);
+    const int64_t rowBytes = std::max<int64_t>(1, (static_cast<int64_t>(width) * run.channels * image::depthBits(src->depth) + 7) / 8);
+    const int bandRows = static_cast<int>(std::max<int64_t>(kMinBandRows, std::min<int64_t>(kBandBytes / rowBytes, INT32_MAX / 2)));
+    for (int y = y0; y < y1; y += bandRows) {
+        const int h = std::min(bandRows, y1 - y);
         if (x1 > x0) {
             const Operand mk = mask ? shifted(*mask, x0, y) : Operand{};
             runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
@@ -312,6 +349,7 @@ NbResult runNeighbourhood(OzlImage* src, OzlImage* dst, const OzlImage* mask, in
     run.dstBytes = static_cast<size_t>(std::max(1, image::depthBits(dst->depth) / 8));
     const int srcStride = src->dataOrder == OZL_DATA_ORDER_PLANE ? 1 : src->nChannels;
     run.gathered = src->depth == OZL_DEPTH_1U || srcStride != run.channels;
+    run.packedRows = kernel.packedBits && src->depth == OZL_DEPTH_1U && dst->depth == OZL_DEPTH_1U;
     if (!run.allocate()) return NbResult::NoMemory;
 
     const Operand maskOp = mask ? operandOf(mask) : Operand{};

@@ -70,6 +70,31 @@ void foldVec(const void* const* in, int k, void* out, size_t n) {
     }
 }
 
+// Nine unaligned loads a vector: the neighbours of a value are one pixel step
+// apart, so the shifted loads cost less than shuffles across lanes would.
+template <class Vx, class T, bool Max>
+void extreme3x3Vec(const void* const* rows, void* out, size_t n, int step) {
+    using L = Lanes<Vx, T>;
+    using V = typename Vx::V;
+    if (n < L::kCount) {
+        if constexpr (Vx::kHasNarrower) return extreme3x3Vec<typename Vx::Narrower, T, Max>(rows, out, n, step);
+        else return extreme3x3Ref<T, Max>(rows, out, n, step);
+    }
+    const T* r0 = static_cast<const T*>(rows[0]);
+    const T* r1 = static_cast<const T*>(rows[1]);
+    const T* r2 = static_cast<const T*>(rows[2]);
+    const ptrdiff_t s = step;
+    auto pick = [](V a, V b) { return Max ? L::greatest(a, b) : L::least(a, b); };
+    auto column = [&](ptrdiff_t i) { return pick(pick(L::load(r0 + i, 0), L::load(r1 + i, 0)), L::load(r2 + i, 0)); };
+    auto at = [&](size_t i) {
+        const ptrdiff_t c = static_cast<ptrdiff_t>(i);
+        L::store(out, i, pick(pick(column(c - s), column(c)), column(c + s)));
+    };
+    size_t i = 0;
+    for (; i + L::kCount <= n; i += L::kCount) at(i);
+    if (i < n) at(n - L::kCount);
+}
+
 template <class Vx, class T>
 void median9Vec(const void* const* rows, void* out, size_t n, int step, void* scratch) {
     using L = Lanes<Vx, T>;
@@ -172,14 +197,26 @@ void boxU8Vec(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n,
     if (i < n) sums(n - kCount);
 }
 
+// The least and greatest kernels of a level, into a table.
 template <class Vx>
-RankTable vectorRankTable() {
-    RankTable t{};
+void setExtremeKernels(RankTable& t) {
     image::forEachValueType([&](auto v) {
         using T = decltype(v);
         constexpr int e = static_cast<int>(image::ElemOf<T>::value);
         t.fold[e][0] = &foldVec<Vx, T, false>;
         t.fold[e][1] = &foldVec<Vx, T, true>;
+        t.extreme3x3[e][0] = &extreme3x3Vec<Vx, T, false>;
+        t.extreme3x3[e][1] = &extreme3x3Vec<Vx, T, true>;
+    });
+}
+
+template <class Vx>
+RankTable vectorRankTable() {
+    RankTable t{};
+    setExtremeKernels<Vx>(t);
+    image::forEachValueType([&](auto v) {
+        using T = decltype(v);
+        constexpr int e = static_cast<int>(image::ElemOf<T>::value);
         t.median9[e] = &median9Vec<Vx, T>;
         t.network[e] = &networkVec<Vx, T>;
     });
