@@ -119,22 +119,75 @@ char* passStart(const Run& run, const Operand& o, int p) {
     return o.plane ? o.data + p * o.planeStep : o.data + p * o.valueBytes;
 }
 
+// A piece of packed 1-bit rows read in place whose side margins may lie
+// beyond the image's left or right edge: those pixels come from the left and
+// right border modes as each row is gathered (the rows lie inside the image).
+struct Edges {
+    long long column = 0;  // image column of the piece's pixel 0
+    long long width = 0;   // image width
+    int mode[2] = {0, 0};  // left, right
+    bool constant[2] = {false, false};
+};
+
+Edges edgesOf(const OzlImage* image) {
+    Edges e;
+    e.column = image::regionRect(image).x;
+    e.width = image->width;
+    for (int side = 0; side < 2; ++side) {
+        e.mode[side] = image->borderMode[2 + side] & 3;
+        e.constant[side] = (image->borderConst[2 + side] & 1) != 0;
+    }
+    return e;
+}
+
+// A packed row: pixels [lo, hi) of `row` (pixel 0 at bit `bit`) into a slot
+// whose pixel 0 is the first bit of byte `lead`, the rest of the slot up to
+// byte `end` cleared; with edges, the pixels beyond the image from its modes.
+void gatherPacked(const uint8_t* row, int bit, int lo, int hi, uint8_t* slot, size_t lead, size_t end,
+                  const Edges* edges) {
+    const ptrdiff_t base = static_cast<ptrdiff_t>(lead) * 8;  // slot bit of pixel 0
+    long long inLo = lo, inHi = hi;
+    if (edges) {
+        inLo = std::max<long long>(lo, -edges->column);
+        inHi = std::min<long long>(hi, edges->width - edges->column);
+    }
+    const size_t first = static_cast<size_t>((base + lo) >> 3);
+    const bool clipped = inLo > lo || inHi < hi;
+    if (clipped) std::memset(slot + first, 0, end - first);
+    if (inHi > inLo) {
+        const ptrdiff_t at = base + static_cast<ptrdiff_t>(inLo);
+        image::gatherBits(row, bit + static_cast<ptrdiff_t>(inLo), slot + (at >> 3), static_cast<int>(at & 7),
+                          static_cast<size_t>(inHi - inLo));
+    }
+    if (clipped)
+        for (long long p = lo; p < hi; ++p) {
+            if (p >= inLo && p < inHi) p = inHi;
+            if (p >= hi) break;
+            const long long v = edges->column + p;
+            const int side = v < 0 ? 0 : 1;
+            const bool on = edges->mode[side] == 0
+                                ? edges->constant[side]
+                                : bitAt(reinterpret_cast<const char*>(row),
+                                        bit + (borderIndex(v, edges->width, edges->mode[side]) - edges->column));
+            if (on) slot[(base + p) >> 3] |= static_cast<uint8_t>(0x80 >> ((base + p) & 7));
+        }
+    // The word after the row's, cleared of an earlier, wider row's bits.
+    const size_t written = static_cast<size_t>((base + inHi + 7) >> 3);
+    if (!clipped && written < end) std::memset(slot + written, 0, end - written);
+}
+
 // Source row `r` (relative to the piece) laid out densely into `dst`, from
-// `left` pixels before the piece to `right` after it; 1-bit pixels as bytes.
-void gatherRow(const Run& run, const Operand& s, const char* base, int r, int width, char* dst) {
+// `left` pixels before the piece to `right` after it; 1-bit pixels as bytes
+// (or packed, when the kernel asks).
+void gatherRow(const Run& run, const Operand& s, const char* base, int r, int width, char* dst,
+               const Edges* edges) {
     const Margins& m = run.kernel->margins;
     const char* row = base + r * s.rowStep;
     const int n = width + m.left + m.right;
     if (run.packedRows) {
-        // Pixel -left lands `left` bits before byte `lead`; the word after
-        // the row's is cleared of an earlier, wider row's bits.
-        const size_t back = static_cast<size_t>(m.left + 7) / 8;
-        uint8_t* slot = reinterpret_cast<uint8_t*>(dst) + run.lead - back;
-        image::gatherBits(reinterpret_cast<const uint8_t*>(row), static_cast<ptrdiff_t>(s.bit) - m.left, slot,
-                          static_cast<int>(back * 8 - m.left), static_cast<size_t>(n));
-        const size_t written = run.lead - back + (back * 8 - m.left + n + 7) / 8;
         const size_t end = run.lead + static_cast<size_t>((width + m.right + 63) / 64 + 1) * 8;
-        std::memset(reinterpret_cast<uint8_t*>(dst) + written, 0, end - written);
+        gatherPacked(reinterpret_cast<const uint8_t*>(row), s.bit, -m.left, width + m.right,
+                     reinterpret_cast<uint8_t*>(dst), run.lead, end, edges);
         return;
     }
     if (s.valueBytes == 0) {
@@ -189,7 +242,7 @@ void writeRow(const Run& run, const Operand& d, char* row, const char* computed,
 
 // One piece: its source rows with their margins all readable through `s`.
 void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand* mask, int width,
-              int height) {
+              int height, const Edges* edges = nullptr) {
     const NbKernel& k = *run.kernel;
     const int top = k.margins.top;
     const int n = run.rowsNeeded;
@@ -208,7 +261,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
                 }
                 // A ring of gathered rows: each source row is gathered once.
                 char* slot = run.ring + static_cast<size_t>(((r % n) + n) % n) * run.ringRowBytes;
-                if (y == 0 || j == n - 1) gatherRow(run, s, sBase, r, width, slot);
+                if (y == 0 || j == n - 1) gatherRow(run, s, sBase, r, width, slot, edges);
                 run.rows[j] = slot + (run.packedRows ? run.lead : leftBytes);
             }
             char* dRow = dBase + y * d.rowStep;
@@ -271,6 +324,10 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     // from the interior.
     if (x0 > 0) x0 = std::min(x1, std::max(x0, kMinStrip));
     if (x1 < width) x1 = std::max(x0, std::min(x1, width - kMinStrip));
+    // Packed rows take their side margins from the border modes as they are
+    // gathered: one piece across, no side strips.
+    const Edges edges = edgesOf(src);
+    if (run.packedRows) x0 = 0, x1 = width;
     const int y0 = clampTo(static_cast<int64_t>(m.top) - region.y, 0, height);
     const int y1 = clampTo(static_cast<int64_t>(src->height) - m.bottom - region.y, y0, height);
     for (const Rect& s : {Rect{0, 0, width, y0}, Rect{0, y1, width, height - y1}}) {
@@ -286,7 +343,7 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
         if (x1 > x0) {
             const Operand mk = mask ? shifted(*mask, x0, y) : Operand{};
             runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
-                     x1 - x0, h);
+                     x1 - x0, h, run.packedRows ? &edges : nullptr);
         }
         for (const Rect& s : {Rect{0, y, x0, h}, Rect{x1, y, width - x1, h}}) {
             if (s.width <= 0) continue;
