@@ -158,23 +158,20 @@ TEST(Morphology, BitsMatchBytes) {
         mask.fillRandom(rng());
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) bytes.put(x, y, 0, bits.at(x, y));
-        const int mode = static_cast<int>(rng() % 4);
-        ozlSetBorderMode(bits, mode, OZL_SIDE_ALL, 1);
-        ozlSetBorderMode(bytes, mode, OZL_SIDE_ALL, 1);
         TestImage bitsOut = bits.clone(), bytesOut = bytes.clone();
+        const int mode = static_cast<int>(rng() % 4), constant = static_cast<int>(rng() % 2);
         const int sx = static_cast<int>(rng() % std::min(width, 11)), dx = static_cast<int>(rng() % std::min(width, 11));
-        const int w = width - std::max(sx, dx);
-        bits.setRoi(0, sx, 0, w, height);
-        bytes.setRoi(0, sx, 0, w, height);
-        bitsOut.setRoi(0, dx, 0, w, height);
-        bytesOut.setRoi(0, dx, 0, w, height);
-        if (round % 3 == 0) bitsOut.setMask(&mask), bytesOut.setMask(&mask);
         Win win = randomWindow(rng, round % 2 == 1);
         if (win.values.empty()) win.values.assign(static_cast<size_t>(win.nCols) * win.nRows, 1);
         const OzlStructElement e{win.nCols, win.nRows, win.anchorX, win.anchorY, win.values.data()};
         void (*fn[])(OzlImage*, OzlImage*, const OzlStructElement*, int) = {ozlErode, ozlDilate, ozlOpen, ozlClose};
-        for (auto [in, out] : {std::pair{&bits, &bitsOut}, std::pair{&bytes, &bytesOut}})
+        for (auto [in, out] : {std::pair{&bits, &bitsOut}, std::pair{&bytes, &bytesOut}}) {
+            ozlSetBorderMode(*in, mode, OZL_SIDE_ALL, constant);
+            in->setRoi(0, sx, 0, width - std::max(sx, dx), height);
+            out->setRoi(0, dx, 0, width - std::max(sx, dx), height);
+            if (round % 3 == 0) out->setMask(&mask);
             fn[round % 4](*in, *out, round % 4 == 0 ? nullptr : &e, 1 + round % 2);
+        }
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) ASSERT_EQ(bitsOut.at(x, y), bytesOut.at(x, y)) << x << "," << y << " round " << round;
     }
