@@ -40,7 +40,8 @@ struct Lanes {
 template <class T>
 const void* advanced(const void* p, size_t i) { return static_cast<const T*>(p) + i; }
 
-// Runs shorter than a vector go to the scalar form; the last vector of a
+// Runs shorter than a vector go to the scalar form (the least and greatest
+// first to the narrower vectors of the level below); the last vector of a
 // longer run overlaps the one before it.
 // K inputs known at compile time (0: k at run time).
 template <class Vx, class T, bool Max, int K>
@@ -62,7 +63,10 @@ void foldLoop(const void* const* in, int k, void* out, size_t n) {
 
 template <class Vx, class T, bool Max>
 void foldVec(const void* const* in, int k, void* out, size_t n) {
-    if (n < Lanes<Vx, T>::kCount) return foldRef<T, Max>(in, k, out, n);
+    if (n < Lanes<Vx, T>::kCount) {
+        if constexpr (Vx::kHasNarrower) return foldVec<typename Vx::Narrower, T, Max>(in, k, out, n);
+        else return foldRef<T, Max>(in, k, out, n);
+    }
     switch (k) {
         case 2: return foldLoop<Vx, T, Max, 2>(in, k, out, n);
         case 3: return foldLoop<Vx, T, Max, 3>(in, k, out, n);

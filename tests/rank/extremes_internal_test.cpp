@@ -24,19 +24,19 @@ TEST(ExtremeKernels, LevelsMatchReference) {
                 for (size_t n : widths) {
                     const int step = n % 2 ? 1 : 3;
                     const size_t vb = image::elemBytes(static_cast<image::Elem>(e));
-                    const size_t skew = rng() % 16, span = (n + 2 * step) * vb;
+                    const size_t skew = vb * (rng() % 16), span = (n + 2 * step) * vb;  // off any vector alignment
                     std::vector<uint8_t> in(skew + rank::kMaxFold * span);
                     test::fillValues(in, static_cast<image::Elem>(e), rng);
                     const void* rows[rank::kMaxFold];
                     for (int r = 0; r < rank::kMaxFold; ++r) rows[r] = &in[skew + r * span + step * vb];
                     SCOPED_TRACE(testing::Message() << cpu::name(level) << " type " << e << " greatest " << g << " n " << n);
                     std::vector<uint8_t> a(n * vb + 64, 0xA5), b = a;
-                    vec.extreme3x3[e][g](rows, a.data() + 1, n, step);
-                    ref.extreme3x3[e][g](rows, b.data() + 1, n, step);
+                    vec.extreme3x3[e][g](rows, a.data() + vb, n, step);
+                    ref.extreme3x3[e][g](rows, b.data() + vb, n, step);
                     ASSERT_EQ(a, b);
                     const int k = 2 + static_cast<int>(n % (rank::kMaxFold - 1));
-                    vec.fold[e][g](rows, k, a.data() + 3, n);
-                    ref.fold[e][g](rows, k, b.data() + 3, n);
+                    vec.fold[e][g](rows, k, a.data() + 3 * vb, n);
+                    ref.fold[e][g](rows, k, b.data() + 3 * vb, n);
                     ASSERT_EQ(a, b);
                     // In place: the output is the first input.
                     std::vector<uint8_t> c = in;
