@@ -6,7 +6,6 @@ namespace ozl::rank {
 
 const RankTable& rankTableSse2();
 const RankTable& rankTableAvx2();
-const RankTable& rankTableAvx512();
 
 namespace {
 
@@ -29,8 +28,7 @@ const RankTable& rankTableRef() {
     return table;
 }
 
-constexpr simd::PerLevel<RankTable> kTables{&rankTableRef, &rankTableSse2, &rankTableAvx2,
-                                        &rankTableAvx512};
+constexpr simd::PerLevel<RankTable> kTables{&rankTableRef, &rankTableSse2, &rankTableAvx2};
 
 }  // namespace
 

@@ -294,11 +294,6 @@ struct Avx512 {
     static V max16(V a, V b) { return _mm512_max_epi16(a, b); }
     static V min16(V a, V b) { return _mm512_min_epi16(a, b); }
     static V minU16(V a, V b) { return _mm512_min_epu16(a, b); }
-    static V maxU16(V a, V b) { return _mm512_max_epu16(a, b); }
-    static V minS8(V a, V b) { return _mm512_min_epi8(a, b); }
-    static V maxS8(V a, V b) { return _mm512_max_epi8(a, b); }
-    static V min32(V a, V b) { return _mm512_min_epi32(a, b); }
-    static V max32(V a, V b) { return _mm512_max_epi32(a, b); }
     static V abs16(V a) { return _mm512_abs_epi16(a); }
     static V widenU8(const void* p) {
         return _mm512_cvtepu8_epi16(_mm256_loadu_si256(static_cast<const __m256i*>(p)));
