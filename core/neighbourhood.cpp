@@ -66,6 +66,8 @@ struct Run {
     int rowsNeeded = 1;
     bool gathered = false;  // source rows are gathered (strided or 1-bit sources)
     bool stream = false;    // a destination large enough for stores past the caches
+    bool packedRows = false;  // 1-bit rows handed over packed
+    size_t lead = 0;        // packed rows: slot bytes before pixel 0
     size_t srcBytes = 1, dstBytes = 1;  // value sizes as the kernel sees them
     char* memory = nullptr;
     const void** rows = nullptr;
@@ -80,7 +82,11 @@ struct Run {
     bool allocate() {
         const Margins& m = kernel->margins;
         const int64_t span = (static_cast<int64_t>(maxWidth) + m.left + m.right) * channels;
-        const int64_t ring = gathered ? align(span * static_cast<int64_t>(srcBytes)) * rowsNeeded : 0;
+        // A packed slot: whole words around the margins, one more each side.
+        lead = static_cast<size_t>((m.left + 63) / 64 + 1) * 8;
+        const int64_t slotBytes = packedRows ? align(static_cast<int64_t>(lead) + (static_cast<int64_t>(maxWidth) + m.right + 63) / 64 * 8 + 8)
+                                         : align(span * static_cast<int64_t>(srcBytes));
+        const int64_t ring = gathered ? slotBytes * rowsNeeded : 0;
         const int64_t out = align(static_cast<int64_t>(maxWidth) * channels * dstBytes);
         const int64_t packed = align(maxWidth / 8 + 8);
         const int64_t scratch = align(span * static_cast<int64_t>(kernel->scratchPerValue) + 64);
@@ -91,7 +97,9 @@ struct Run {
         if (!memory) return false;
         char* p = memory;
         this->ring = p;
-        ringRowBytes = static_cast<size_t>(align(span * static_cast<int64_t>(srcBytes)));
+        ringRowBytes = static_cast<size_t>(slotBytes);
+        // Packed slots keep zero bits beyond what each gather writes.
+        if (packedRows) std::memset(this->ring, 0, static_cast<size_t>(ring));
         p += ring;
         this->out = p;
         p += out;
@@ -112,12 +120,77 @@ char* passStart(const Run& run, const Operand& o, int p) {
     return o.plane ? o.data + p * o.planeStep : o.data + p * o.valueBytes;
 }
 
+// A piece of packed 1-bit rows read in place whose side margins may lie
+// beyond the image's left or right edge: those pixels come from the left and
+// right border modes as each row is gathered (the rows lie inside the image).
+struct Edges {
+    long long column = 0;  // image column of the piece's pixel 0
+    long long width = 0;   // image width
+    int mode[2] = {0, 0};  // left, right
+    bool constant[2] = {false, false};
+};
+
+Edges edgesOf(const OzlImage* image) {
+    Edges e;
+    e.column = image::regionRect(image).x;
+    e.width = image->width;
+    for (int side = 0; side < 2; ++side) {
+        e.mode[side] = image->borderMode[2 + side] & 3;
+        e.constant[side] = (image->borderConst[2 + side] & 1) != 0;
+    }
+    return e;
+}
+
+// A packed row: pixels [lo, hi) of `row` (pixel 0 at bit `bit`) into a slot
+// whose pixel 0 is the first bit of byte `lead`, the rest of the slot up to
+// byte `end` cleared; with edges, the pixels beyond the image from its modes.
+void gatherPacked(const uint8_t* row, int bit, int lo, int hi, uint8_t* slot, size_t lead, size_t end,
+                  const Edges* edges) {
+    const ptrdiff_t base = static_cast<ptrdiff_t>(lead) * 8;  // slot bit of pixel 0
+    long long inLo = lo, inHi = hi;
+    if (edges) {
+        inLo = std::max<long long>(lo, -edges->column);
+        inHi = std::min<long long>(hi, edges->width - edges->column);
+    }
+    const size_t first = static_cast<size_t>((base + lo) >> 3);
+    const bool clipped = inLo > lo || inHi < hi;
+    if (clipped) std::memset(slot + first, 0, end - first);
+    if (inHi > inLo) {
+        const ptrdiff_t at = base + static_cast<ptrdiff_t>(inLo);
+        image::gatherBits(row, bit + static_cast<ptrdiff_t>(inLo), slot + (at >> 3), static_cast<int>(at & 7),
+                          static_cast<size_t>(inHi - inLo));
+    }
+    if (clipped)
+        for (long long p = lo; p < hi; ++p) {
+            if (p >= inLo && p < inHi) p = inHi;
+            if (p >= hi) break;
+            const long long v = edges->column + p;
+            const int side = v < 0 ? 0 : 1;
+            const bool on = edges->mode[side] == 0
+                                ? edges->constant[side]
+                                : bitAt(reinterpret_cast<const char*>(row),
+                                        bit + (borderIndex(v, edges->width, edges->mode[side]) - edges->column));
+            if (on) slot[(base + p) >> 3] |= static_cast<uint8_t>(0x80 >> ((base + p) & 7));
+        }
+    // The word after the row's, cleared of an earlier, wider row's bits.
+    const size_t written = static_cast<size_t>((base + inHi + 7) >> 3);
+    if (!clipped && written < end) std::memset(slot + written, 0, end - written);
+}
+
 // Source row `r` (relative to the piece) laid out densely into `dst`, from
-// `left` pixels before the piece to `right` after it; 1-bit pixels as bytes.
-void gatherRow(const Run& run, const Operand& s, const char* base, int r, int width, char* dst) {
+// `left` pixels before the piece to `right` after it; 1-bit pixels as bytes
+// (or packed, when the kernel asks).
+void gatherRow(const Run& run, const Operand& s, const char* base, int r, int width, char* dst,
+               const Edges* edges) {
     const Margins& m = run.kernel->margins;
     const char* row = base + r * s.rowStep;
     const int n = width + m.left + m.right;
+    if (run.packedRows) {
+        const size_t end = run.lead + static_cast<size_t>((width + m.right + 63) / 64 + 1) * 8;
+        gatherPacked(reinterpret_cast<const uint8_t*>(row), s.bit, -m.left, width + m.right,
+                     reinterpret_cast<uint8_t*>(dst), run.lead, end, edges);
+        return;
+    }
     if (s.valueBytes == 0) {
         for (int i = 0; i < n; ++i) dst[i] = bitAt(row, s.bit + static_cast<ptrdiff_t>(i) - m.left);
         return;
@@ -131,6 +204,18 @@ void gatherRow(const Run& run, const Operand& s, const char* base, int r, int wi
 // Writes a computed row into the destination where the mask allows.
 void writeRow(const Run& run, const Operand& d, char* row, const char* computed, int width,
               const uint8_t* maskRow, int maskBit) {
+    if (d.valueBytes == 0 && run.packedRows) {
+        auto* to = reinterpret_cast<uint8_t*>(row);
+        const auto* bits = reinterpret_cast<const uint8_t*>(computed);
+        size_t whole = 0;
+        if (!maskRow && d.bit == 0) {
+            whole = static_cast<size_t>(width) / 8;
+            std::memcpy(to, bits, whole);
+        }
+        image::mergeBits(bits + whole, 0, nullptr, 0, to + whole, d.bit, maskRow, static_cast<size_t>(maskBit),
+                         static_cast<size_t>(width) - whole * 8, [](uint8_t x, uint8_t) { return x; });
+        return;
+    }
     if (d.valueBytes == 0) {
         std::memset(run.packed, 0, static_cast<size_t>(width + 7) / 8);
         for (int i = 0; i < width; ++i)
@@ -158,7 +243,7 @@ void writeRow(const Run& run, const Operand& d, char* row, const char* computed,
 
 // One piece: its source rows with their margins all readable through `s`.
 void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand* mask, int width,
-              int height) {
+              int height, const Edges* edges = nullptr) {
     const NbKernel& k = *run.kernel;
     const int top = k.margins.top;
     const int n = run.rowsNeeded;
@@ -177,8 +262,8 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
                 }
                 // A ring of gathered rows: each source row is gathered once.
                 char* slot = run.ring + static_cast<size_t>(((r % n) + n) % n) * run.ringRowBytes;
-                if (y == 0 || j == n - 1) gatherRow(run, s, sBase, r, width, slot);
-                run.rows[j] = slot + leftBytes;
+                if (y == 0 || j == n - 1) gatherRow(run, s, sBase, r, width, slot, edges);
+                run.rows[j] = slot + (run.packedRows ? run.lead : leftBytes);
             }
             char* dRow = dBase + y * d.rowStep;
             NbRow row;
@@ -248,6 +333,10 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     // from the interior.
     if (x0 > 0) x0 = std::min(x1, std::max(x0, kMinStrip));
     if (x1 < width) x1 = std::max(x0, std::min(x1, width - kMinStrip));
+    // Packed rows take their side margins from the border modes as they are
+    // gathered: one piece across, no side strips.
+    const Edges edges = edgesOf(src);
+    if (run.packedRows) x0 = 0, x1 = width;
     const int y0 = clampTo(static_cast<int64_t>(m.top) - region.y, 0, height);
     const int y1 = clampTo(static_cast<int64_t>(src->height) - m.bottom - region.y, y0, height);
     for (const Rect& s : {Rect{0, 0, width, y0}, Rect{0, y1, width, height - y1}}) {
@@ -291,7 +380,7 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
         if (x1 > x0) {
             const Operand mk = mask ? shifted(*mask, x0, y) : Operand{};
             runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
-                     x1 - x0, h);
+                     x1 - x0, h, run.packedRows ? &edges : nullptr);
         }
         for (const Strip& s : strips) {
             if (s.width <= 0) continue;
@@ -357,6 +446,7 @@ NbResult runNeighbourhood(OzlImage* src, OzlImage* dst, const OzlImage* mask, in
     run.gathered = src->depth == OZL_DEPTH_1U || srcStride != run.channels;
     run.stream = static_cast<int64_t>(width) * height * channels * static_cast<int64_t>(run.dstBytes) >=
                  kStreamFrom;
+    run.packedRows = kernel.packedBits && src->depth == OZL_DEPTH_1U && dst->depth == OZL_DEPTH_1U;
     if (!run.allocate()) return NbResult::NoMemory;
 
     const Operand maskOp = mask ? operandOf(mask) : Operand{};

@@ -20,7 +20,8 @@
 //   destination is read through one bordered copy of the whole area, or tile
 //   by tile on request.
 // Channels of interest, alpha channels, plane order (one plane per pass) and
-// 1-bit images (values 0 and 1 as bytes, in and out) are the driver's; so is
+// 1-bit images (values 0 and 1 as bytes, in and out, or packed rows on the
+// kernel's request) are the driver's; so is
 // the mask: a masked row is computed whole, then written where the mask's bit
 // is set.
 #pragma once
@@ -65,6 +66,13 @@ struct NbKernel {
     // Scratch the kernel needs: bytes per value of a source row with its
     // margins (width + left + right pixels of `channels` values), plus 64.
     size_t scratchPerValue = 0;
+    // 1-bit images as packed rows (pixel 0 in the most significant bit of
+    // byte 0) rather than a byte a pixel: each src row is readable in whole
+    // 8-byte words from the word before the one holding pixel -left to the
+    // word after the one holding pixel width + right - 1, the bits outside the
+    // margins zero; the kernel writes the row's bits to dst and may fill the
+    // last 8-byte word it starts.
+    bool packedBits = false;
 };
 
 struct NbOptions {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace ozl::image {
 
@@ -55,6 +56,57 @@ inline void mergeBits(const uint8_t* a, size_t aBit, const uint8_t* b, size_t bB
         const uint8_t vb = b ? static_cast<uint8_t>(readBits(b, bBit + pos, count) >> first) : 0;
         d[byte] = static_cast<uint8_t>((d[byte] & ~span) | (op(va, vb) & span));
     });
+}
+
+// 64 pixels as one word: the 8 bytes at p, the first pixel in the most
+// significant bit, so that moving along the row is a shift across words.
+inline uint64_t loadBitWord(const uint8_t* p) {
+    uint64_t w;
+    std::memcpy(&w, p, 8);
+    return __builtin_bswap64(w);
+}
+inline void storeBitWord(uint8_t* p, uint64_t w) {
+    w = __builtin_bswap64(w);
+    std::memcpy(p, &w, 8);
+}
+
+// The 64 pixels from pixel 64 * k + offset of a row of words (|offset| < 64).
+inline uint64_t bitWordAt(const uint8_t* row, ptrdiff_t k, int offset) {
+    const ptrdiff_t q = k + (offset < 0 ? -1 : 0);
+    const int r = offset < 0 ? offset + 64 : offset;
+    const uint64_t a = loadBitWord(row + q * 8);
+    return r == 0 ? a : (a << r) | (loadBitWord(row + q * 8 + 8) >> (64 - r));
+}
+
+// n bits from bit sBit of s (counted from s, may be negative) to bit dBit
+// (0..7) of d, a word at a time in the middle. Whole bytes of d are written,
+// from d[0] to the byte holding the last bit, their bits outside the run
+// cleared; only the bytes of s the run covers are read.
+inline void gatherBits(const uint8_t* s, ptrdiff_t sBit, uint8_t* d, int dBit, size_t n) {
+    if (n == 0) return;
+    s += sBit >> 3;  // floor, also for negative positions
+    const ptrdiff_t last = static_cast<ptrdiff_t>(((sBit & 7) + n - 1) >> 3);  // last byte of s read
+    // Output bit j reads bit j + off of s.
+    const ptrdiff_t off = (sBit & 7) - dBit;
+    const int r = static_cast<int>(off & 7);
+    const ptrdiff_t k0 = off >> 3;
+    auto byteAt = [&](ptrdiff_t k) -> unsigned { return k >= 0 && k <= last ? s[k] : 0u; };
+    const size_t bytes = (static_cast<size_t>(dBit) + n + 7) / 8;
+    size_t i = 0;
+    while (i < bytes) {
+        const ptrdiff_t k = k0 + static_cast<ptrdiff_t>(i);
+        if (k >= 0 && k + 8 <= last && i + 8 <= bytes) {
+            const uint64_t w = loadBitWord(s + k);
+            storeBitWord(d + i, r ? (w << r) | (s[k + 8] >> (8 - r)) : w);
+            i += 8;
+            continue;
+        }
+        d[i] = static_cast<uint8_t>(((byteAt(k) << 8 | byteAt(k + 1)) << r) >> 8);
+        ++i;
+    }
+    d[0] &= static_cast<uint8_t>(0xFFu >> dBit);
+    const int tail = static_cast<int>((static_cast<size_t>(dBit) + n) & 7);
+    if (tail) d[bytes - 1] &= static_cast<uint8_t>(0xFF00u >> tail);
 }
 
 }  // namespace ozl::image

@@ -1,12 +1,14 @@
 // Minimum and maximum over windows: a full rectangle separates into a fold
 // down the rows and one along the row (a long row window doubles its reach
 // pass by pass, so its cost grows with the logarithm of its width); a shaped
-// element folds its places one by one.
+// element folds its places one by one; the 3 x 3 square has a kernel of its
+// own. 1-bit images work on their packed rows.
 #include "rank/extremes.hpp"
 
 #include <algorithm>
 #include <cstring>
 
+#include "image/bits.hpp"
 #include "image/depth.hpp"
 #include "rank/kernels.hpp"
 
@@ -20,8 +22,9 @@ struct Place {
 
 struct Plan {
     FoldFn fold = nullptr;
+    Extreme3x3Fn square = nullptr;  // the 3 x 3 square around its centre, in one pass
     size_t valueBytes = 1;
-    int nCols = 1, nRows = 1, left = 0;
+    int nCols = 1, nRows = 1, left = 0, right = 0;
     const Place* places = nullptr;  // a shaped element; nullptr for the full rectangle
     int nPlaces = 0;
 };
@@ -95,6 +98,11 @@ void rectangleRow(const core::NbRow& row, const void* context) {
     p.fold(ins, 2, row.dst, n);
 }
 
+void squareRow(const core::NbRow& row, const void* context) {
+    const Plan& p = *static_cast<const Plan*>(context);
+    p.square(row.src, row.dst, static_cast<size_t>(row.width) * row.channels, row.channels);
+}
+
 void shapedRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
     const int ch = row.channels;
@@ -108,6 +116,56 @@ void shapedRow(const core::NbRow& row, const void* context) {
             ins[k++] = at(row.src[place.row], static_cast<ptrdiff_t>(place.offset) * ch, p.valueBytes);
         }
         p.fold(ins, k, row.dst, n);
+    }
+}
+
+// 1-bit images on their packed rows, 64 pixels a word: the least value is
+// AND, the greatest OR.
+template <bool Max>
+uint64_t combine(uint64_t a, uint64_t b) { return Max ? a | b : a & b; }
+
+// The 64 pixels `o` pixels along from the word `cur` (|o| < 64).
+inline uint64_t along(uint64_t prev, uint64_t cur, uint64_t next, int o) {
+    if (o < 0) return (cur >> -o) | (prev << (64 + o));
+    return o == 0 ? cur : (cur << o) | (next >> (64 - o));
+}
+
+// The rows folded a word at a time, then the columns by shifts of that fold;
+// Square: the 3 x 3 square around its centre.
+template <bool Max, bool Square>
+void bitsRectangleRow(const core::NbRow& row, const void* context) {
+    const Plan& p = *static_cast<const Plan*>(context);
+    const auto* const* src = reinterpret_cast<const uint8_t* const*>(row.src);
+    auto* out = static_cast<uint8_t*>(row.dst);
+    const int nRows = Square ? 3 : p.nRows, lo = Square ? -1 : -p.left, hi = Square ? 1 : p.right;
+    auto column = [&](ptrdiff_t k) {
+        uint64_t v = image::loadBitWord(src[0] + 8 * k);
+        for (int r = 1; r < nRows; ++r) v = combine<Max>(v, image::loadBitWord(src[r] + 8 * k));
+        return v;
+    };
+    const ptrdiff_t words = (row.width + 63) / 64;
+    uint64_t prev = column(-1), cur = column(0);
+    for (ptrdiff_t k = 0; k < words; ++k) {
+        const uint64_t next = column(k + 1);
+        uint64_t v = along(prev, cur, next, lo);
+        for (int o = lo + 1; o <= hi; ++o) v = combine<Max>(v, along(prev, cur, next, o));
+        image::storeBitWord(out + 8 * k, v);
+        prev = cur;
+        cur = next;
+    }
+}
+
+template <bool Max>
+void bitsShapedRow(const core::NbRow& row, const void* context) {
+    const Plan& p = *static_cast<const Plan*>(context);
+    const auto* const* src = reinterpret_cast<const uint8_t* const*>(row.src);
+    auto* out = static_cast<uint8_t*>(row.dst);
+    const ptrdiff_t words = (row.width + 63) / 64;
+    for (ptrdiff_t k = 0; k < words; ++k) {
+        uint64_t v = image::bitWordAt(src[p.places[0].row], k, p.places[0].offset);
+        for (int j = 1; j < p.nPlaces; ++j)
+            v = combine<Max>(v, image::bitWordAt(src[p.places[j].row], k, p.places[j].offset));
+        image::storeBitWord(out + 8 * k, v);
     }
 }
 
@@ -150,14 +208,24 @@ core::NbCode runExtremes(const OzlImage* src, const OzlImage* dst, const Shape& 
         p.nCols = shape.nCols;
         p.nRows = shape.nRows;
         p.left = shape.anchorX;
+        p.right = shape.nCols - 1 - shape.anchorX;
         p.places = full ? nullptr : memory.places;
         p.nPlaces = nPlaces;
+        const bool square = full && shape.nCols == 3 && shape.nRows == 3 && shape.anchorX == 1 && shape.anchorY == 1;
+        if (square) p.square = table.extreme3x3[static_cast<int>(type)][g];
         core::NbKernel& k = kernels[g];
-        k.row = full ? &rectangleRow : &shapedRow;
+        k.row = square ? &squareRow : full ? &rectangleRow : &shapedRow;
         k.context = &p;
+        // Bits a word at a time while each place is less than a word away.
+        k.packedBits = src->depth == OZL_DEPTH_1U && p.left < 64 && p.right < 64;
+        if (k.packedBits) {
+            const core::NbRowFn bits[2][3] = {{&bitsRectangleRow<false, true>, &bitsRectangleRow<false, false>, &bitsShapedRow<false>},
+                                              {&bitsRectangleRow<true, true>, &bitsRectangleRow<true, false>, &bitsShapedRow<true>}};
+            k.row = bits[g][square ? 0 : full ? 1 : 2];
+        }
         k.margins = core::Margins{shape.anchorX, shape.anchorY, shape.nCols - 1 - shape.anchorX,
                                   shape.nRows - 1 - shape.anchorY};
-        k.scratchPerValue = full ? 2 * p.valueBytes + 1 : 0;
+        k.scratchPerValue = full && !square && !k.packedBits ? 2 * p.valueBytes + 1 : 0;
     }
     core::NbPass passes[4];
     count = std::min(count, 4);

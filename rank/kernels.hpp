@@ -26,6 +26,12 @@ constexpr int kMaxFold = 8;
 // kMaxFold, i < n. out may be in[0] itself.
 using FoldFn = void (*)(const void* const* in, int k, void* out, size_t n);
 
+// out[i] = the least (or greatest) of the 3 x 3 neighbourhood of value i:
+// rows[0..2] valid from `step` values before the first output value to `step`
+// after the last (`step` the values between neighbouring pixels). out is
+// none of the rows.
+using Extreme3x3Fn = void (*)(const void* const* rows, void* out, size_t n, int step);
+
 // The median of every 3 x 3 neighbourhood: rows[0..2] valid from `step`
 // values before the first output value to `step` after the last (`step` the
 // values between neighbouring pixels); scratch holds 3 * (n + 2 * step) values.
@@ -83,6 +89,7 @@ using SlidingMedianFn = void (*)(const uint8_t* blocks, size_t stride, int nCols
 
 struct RankTable {
     FoldFn fold[image::kElemCount][2];  // [type][0: least, 1: greatest]
+    Extreme3x3Fn extreme3x3[image::kElemCount][2];
     Median9Fn median9[image::kElemCount];
     NetworkFn network[image::kElemCount];
     BoxU8Fn boxU8;
@@ -134,6 +141,19 @@ void foldRef(const void* const* in, int k, void* out, size_t n) {
     for (size_t i = 0; i < n; ++i) {
         KeyOf<T> v = keyAt<T>(in[0], i);
         for (int j = 1; j < k; ++j) v = Max ? greater(v, keyAt<T>(in[j], i)) : lesser(v, keyAt<T>(in[j], i));
+        putKey<T>(out, i, v);
+    }
+}
+
+template <class T, bool Max>
+void extreme3x3Ref(const void* const* rows, void* out, size_t n, int step) {
+    using K = KeyOf<T>;
+    auto pick = [](K a, K b) { return Max ? greater(a, b) : lesser(a, b); };
+    for (size_t i = 0; i < n; ++i) {
+        K v = keyAt<T>(static_cast<const T*>(rows[0]) - step, i);
+        for (int r = 0; r < 3; ++r)
+            for (int x = -1; x <= 1; ++x)
+                v = pick(v, keyAt<T>(static_cast<const T*>(rows[r]) + x * step, i));
         putKey<T>(out, i, v);
     }
 }

@@ -18,6 +18,8 @@ const RankTable& rankTableRef() {
             constexpr int e = static_cast<int>(image::ElemOf<T>::value);
             t.fold[e][0] = &foldRef<T, false>;
             t.fold[e][1] = &foldRef<T, true>;
+            t.extreme3x3[e][0] = &extreme3x3Ref<T, false>;
+            t.extreme3x3[e][1] = &extreme3x3Ref<T, true>;
             t.median9[e] = &median9Ref<T>;
             t.network[e] = &networkRef<T>;
             t.median25[e] = &median25Ref<T>;

@@ -40,7 +40,8 @@ struct Lanes {
 template <class T>
 const void* advanced(const void* p, size_t i) { return static_cast<const T*>(p) + i; }
 
-// Runs shorter than a vector go to the scalar form; the last vector of a
+// Runs shorter than a vector go to the scalar form (the least and greatest
+// first to the narrower vectors of the level below); the last vector of a
 // longer run overlaps the one before it.
 // K inputs known at compile time (0: k at run time).
 template <class Vx, class T, bool Max, int K>
@@ -62,7 +63,10 @@ void foldLoop(const void* const* in, int k, void* out, size_t n) {
 
 template <class Vx, class T, bool Max>
 void foldVec(const void* const* in, int k, void* out, size_t n) {
-    if (n < Lanes<Vx, T>::kCount) return foldRef<T, Max>(in, k, out, n);
+    if (n < Lanes<Vx, T>::kCount) {
+        if constexpr (Vx::kHasNarrower) return foldVec<typename Vx::Narrower, T, Max>(in, k, out, n);
+        else return foldRef<T, Max>(in, k, out, n);
+    }
     switch (k) {
         case 2: return foldLoop<Vx, T, Max, 2>(in, k, out, n);
         case 3: return foldLoop<Vx, T, Max, 3>(in, k, out, n);
@@ -86,6 +90,32 @@ void alignedStores(void* out, size_t n, At at) {
 
 // All in registers, each column sorted once per vector it falls in: the
 // memory traffic of the row is all it costs.
+
+// Nine unaligned loads a vector: the neighbours of a value are one pixel step
+// apart, so the shifted loads cost less than shuffles across lanes would.
+template <class Vx, class T, bool Max>
+void extreme3x3Vec(const void* const* rows, void* out, size_t n, int step) {
+    using L = Lanes<Vx, T>;
+    using V = typename Vx::V;
+    if (n < L::kCount) {
+        if constexpr (Vx::kHasNarrower) return extreme3x3Vec<typename Vx::Narrower, T, Max>(rows, out, n, step);
+        else return extreme3x3Ref<T, Max>(rows, out, n, step);
+    }
+    const T* r0 = static_cast<const T*>(rows[0]);
+    const T* r1 = static_cast<const T*>(rows[1]);
+    const T* r2 = static_cast<const T*>(rows[2]);
+    const ptrdiff_t s = step;
+    auto pick = [](V a, V b) { return Max ? L::greatest(a, b) : L::least(a, b); };
+    auto column = [&](ptrdiff_t i) { return pick(pick(L::load(r0 + i, 0), L::load(r1 + i, 0)), L::load(r2 + i, 0)); };
+    auto at = [&](size_t i) {
+        const ptrdiff_t c = static_cast<ptrdiff_t>(i);
+        L::store(out, i, pick(pick(column(c - s), column(c)), column(c + s)));
+    };
+    size_t i = 0;
+    for (; i + L::kCount <= n; i += L::kCount) at(i);
+    if (i < n) at(n - L::kCount);
+}
+
 template <class Vx, class T>
 void median9Vec(const void* const* rows, void* out, size_t n, int step, void* scratch) {
     using L = Lanes<Vx, T>;
@@ -234,15 +264,19 @@ void slidingMedianVec(const uint8_t* blocks, size_t stride, int nCols, int width
 
 template <class Vx>
 RankTable vectorRankTable() {
+    // Kernels bound by memory traffic run on 256-bit vectors at the AVX-512
+    // level: 512-bit ones measured slower on large images (their shifted
+    // loads split cache lines).
+    using Vm = std::conditional_t<(Vx::kBytes > 32), typename Vx::Narrower, Vx>;
     RankTable t{};
     image::forEachValueType([&](auto v) {
         using T = decltype(v);
         constexpr int e = static_cast<int>(image::ElemOf<T>::value);
         t.fold[e][0] = &foldVec<Vx, T, false>;
         t.fold[e][1] = &foldVec<Vx, T, true>;
-        // The 3 x 3 median is bound by memory traffic; 512-bit vectors measured
-        // slower than 256-bit ones on large images.
-        t.median9[e] = &median9Vec<std::conditional_t<(Vx::kBytes > 32), typename Vx::Narrower, Vx>, T>;
+        t.extreme3x3[e][0] = &extreme3x3Vec<Vm, T, false>;
+        t.extreme3x3[e][1] = &extreme3x3Vec<Vm, T, true>;
+        t.median9[e] = &median9Vec<Vm, T>;
         t.network[e] = &networkVec<Vx, T>;
         t.median25[e] = &median25Vec<Vx, T>;
     });

@@ -146,28 +146,36 @@ TEST(Morphology, TilesAndInPlace) {
     }
 }
 
-// 1U works on the packed bits: the same as 8U over the picture's 0/1 values.
+// 1U works on the packed bits: the same as 8U over the picture's 0/1 values,
+// with the regions at any bit, masks, shaped elements and every border mode.
 TEST(Morphology, BitsMatchBytes) {
     ErrorCapture errors;
     std::mt19937 rng(3);
-    for (int round = 0; round < 12; ++round) {
-        const int width = 1 + static_cast<int>(rng() % 90), height = 1 + static_cast<int>(rng() % 9);
-        TestImage bits(OZL_DEPTH_1U, width, height), bytes(OZL_DEPTH_8U, width, height);
+    for (int round = 0; round < 16; ++round) {
+        const int width = 1 + static_cast<int>(rng() % 200), height = 1 + static_cast<int>(rng() % 9);
+        TestImage bits(OZL_DEPTH_1U, width, height), bytes(OZL_DEPTH_8U, width, height), mask(OZL_DEPTH_1U, width, height);
         bits.fillRandom(rng());
+        mask.fillRandom(rng());
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) bytes.put(x, y, 0, bits.at(x, y));
-        const int mode = static_cast<int>(rng() % 4);
-        ozlSetBorderMode(bits, mode, OZL_SIDE_ALL, 1);
-        ozlSetBorderMode(bytes, mode, OZL_SIDE_ALL, 1);
         TestImage bitsOut = bits.clone(), bytesOut = bytes.clone();
-        const int op = round % 4;
+        const int mode = static_cast<int>(rng() % 4), constant = static_cast<int>(rng() % 2);
+        const int sx = static_cast<int>(rng() % std::min(width, 11)), dx = static_cast<int>(rng() % std::min(width, 11));
+        Win win = randomWindow(rng, round % 2 == 1);
+        if (win.values.empty()) win.values.assign(static_cast<size_t>(win.nCols) * win.nRows, 1);
+        const OzlStructElement e{win.nCols, win.nRows, win.anchorX, win.anchorY, win.values.data()};
         void (*fn[])(OzlImage*, OzlImage*, const OzlStructElement*, int) = {ozlErode, ozlDilate, ozlOpen, ozlClose};
-        fn[op](bits, bitsOut, nullptr, 1 + round % 2);
-        fn[op](bytes, bytesOut, nullptr, 1 + round % 2);
+        for (auto [in, out] : {std::pair{&bits, &bitsOut}, std::pair{&bytes, &bytesOut}}) {
+            ozlSetBorderMode(*in, mode, OZL_SIDE_ALL, constant);
+            in->setRoi(0, sx, 0, width - std::max(sx, dx), height);
+            out->setRoi(0, dx, 0, width - std::max(sx, dx), height);
+            if (round % 3 == 0) out->setMask(&mask);
+            fn[round % 4](*in, *out, round % 4 == 0 ? nullptr : &e, 1 + round % 2);
+        }
         for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x) ASSERT_EQ(bitsOut.at(x, y), bytesOut.at(x, y)) << x << "," << y;
+            for (int x = 0; x < width; ++x) ASSERT_EQ(bitsOut.at(x, y), bytesOut.at(x, y)) << x << "," << y << " round " << round;
     }
-    EXPECT_TRUE(errors.empty());
+    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
 // Zeros and NaNs: -0 below +0, NaNs beyond the infinities by sign, whatever

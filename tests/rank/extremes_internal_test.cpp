@@ -1,0 +1,53 @@
+// The least and greatest kernels of every vector level against the scalar
+// ones, bit for bit: every value type, run lengths through each vector
+// width's head and tail, one and three values a pixel, rows at any alignment,
+// the output's guard bytes untouched, folds in place.
+#include <gtest/gtest.h>
+
+#include "rank/kernels.hpp"
+#include "support/kernel_check.hpp"
+
+namespace {
+
+using namespace ozl;
+
+TEST(ExtremeKernels, LevelsMatchReference) {
+    std::mt19937 rng(7);
+    const rank::RankTable& ref = rank::rankTable(cpu::Level::Ref);
+    std::vector<size_t> widths;
+    for (size_t n = 0; n <= 70; ++n) widths.push_back(n);
+    widths.push_back(1001);
+    for (cpu::Level level : test::vectorLevels()) {
+        const rank::RankTable& vec = rank::rankTable(level);
+        for (int e = 0; e < image::kElemCount; ++e)
+            for (int g = 0; g < 2; ++g)
+                for (size_t n : widths) {
+                    const int step = n % 2 ? 1 : 3;
+                    const size_t vb = image::elemBytes(static_cast<image::Elem>(e));
+                    const size_t skew = vb * (rng() % 16), span = (n + 2 * step) * vb;  // off any vector alignment
+                    std::vector<uint8_t> in(skew + rank::kMaxFold * span);
+                    test::fillValues(in, static_cast<image::Elem>(e), rng);
+                    const void* rows[rank::kMaxFold];
+                    for (int r = 0; r < rank::kMaxFold; ++r) rows[r] = &in[skew + r * span + step * vb];
+                    SCOPED_TRACE(testing::Message() << cpu::name(level) << " type " << e << " greatest " << g << " n " << n);
+                    std::vector<uint8_t> a(n * vb + 64, 0xA5), b = a;
+                    vec.extreme3x3[e][g](rows, a.data() + vb, n, step);
+                    ref.extreme3x3[e][g](rows, b.data() + vb, n, step);
+                    ASSERT_EQ(a, b);
+                    const int k = 2 + static_cast<int>(n % (rank::kMaxFold - 1));
+                    vec.fold[e][g](rows, k, a.data() + 3 * vb, n);
+                    ref.fold[e][g](rows, k, b.data() + 3 * vb, n);
+                    ASSERT_EQ(a, b);
+                    // In place: the output is the first input.
+                    std::vector<uint8_t> c = in;
+                    const void* inPlace[2] = {&in[skew], &in[skew + span]};
+                    vec.fold[e][g](inPlace, 2, &in[skew], n);
+                    inPlace[0] = &c[skew];
+                    inPlace[1] = &c[skew + span];
+                    ref.fold[e][g](inPlace, 2, &c[skew], n);
+                    ASSERT_EQ(in, c);
+                }
+    }
+}
+
+}  // namespace
