@@ -28,16 +28,6 @@ inline void fillAll(std::initializer_list<TestImage*> images, uint32_t seed) {
     for (TestImage* im : images) im->fillRandom(seed++);
 }
 
-// One refused call: the report it gives and the image that must stay as it was.
-struct Refusal { std::function<void()> call; const TestImage* dst; ErrorReport want; };
-inline void expectRefusals(ErrorCapture& errors, const std::vector<Refusal>& cases) {
-    for (const Refusal& c : cases) {
-        const auto before = c.dst->bytes();
-        ozlSetErrStatus(OZL_StsOk);
-        c.call();
-        expectRefused(errors, *c.dst, before, c.want);
-    }
-}
 
 // Runs f on an image pair and checks the result against g(a, b) (Ref or lambda).
 template <class Call, class Want>

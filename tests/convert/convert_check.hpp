@@ -25,16 +25,6 @@ inline auto constant(double v) {
     return [v](double, double) { return v; };
 }
 
-// One refused call: the report it gives and the image that must stay as it was.
-struct Refusal { std::function<void()> call; const TestImage* dst; ErrorReport want; };
-inline void expectRefusals(ErrorCapture& errors, const std::vector<Refusal>& cases) {
-    for (const Refusal& c : cases) {
-        const auto before = c.dst->bytes();
-        ozlSetErrStatus(OZL_StsOk);
-        c.call();
-        expectRefused(errors, *c.dst, before, c.want);
-    }
-}
 
 // A tiled image and a plain one of the same geometry, bytes and region.
 struct TiledPair {

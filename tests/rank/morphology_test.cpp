@@ -213,11 +213,7 @@ TEST(Morphology, Refusals) {
     s.fillRandom(2);
     const uint8_t zeros[4] = {0, 0, 0, 0}, one[4] = {0, 1, 0, 0};
     const OzlStructElement empty{2, 2, 0, 0, zeros}, badAnchor{2, 2, 2, 0, one}, noValues{2, 2, 0, 0, nullptr};
-    struct Case {
-        std::function<void()> call;
-        const TestImage* dst;
-        ErrorReport expected;
-    } cases[] = {
+    expectRefusals(errors, {
         {[&] { ozlMinFilter(s, d, 0, 3, 0, 0); }, &d, {OZL_StsBadArg, "ozlMinFilter", "Non-positive window size", "ozlrank", 213}},
         {[&] { ozlMaxFilter(s, d, 3, 3, 1, 3); }, &d, {OZL_StsBadArg, "ozlMaxFilter", "Anchor point is outside the window", "ozlrank", 242}},
         {[&] { ozlMaxFilter(s, d, 3, 3, -1, 0); }, &d, {OZL_StsBadArg, "ozlMaxFilter", "Anchor point is outside the window", "ozlrank", 242}},
@@ -229,13 +225,7 @@ TEST(Morphology, Refusals) {
         {[&] { ozlClose(s, d, nullptr, 0); }, &d, {OZL_StsBadArg, "ozlClose", "Non-positive number of iterations", "ozlmorph", 221}},
         {[&] { ozlClose(s, d16, nullptr, 2); }, &d16, {OZL_StsBadArg, "ozlClose", "Uncompatible images", "ozlmorph", 222}},
         {[&] { ozlErode(nullptr, d, nullptr, 1); }, &d, {OZL_StsHeaderIsNull, "ozlErode", "Incorrect Image", "ozlmorph", 118}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.expected.context);
-        const std::vector<uint8_t> before = c.dst->bytes();
-        c.call();
-        expectRefused(errors, *c.dst, before, c.expected);
-    }
+    });
     // Region offsets outside the image.
     s.setRoi(0, 8, 0, 2, 2);
     const std::vector<uint8_t> before = d.bytes();

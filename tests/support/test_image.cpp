@@ -270,6 +270,16 @@ void expectRefused(ErrorCapture& errors, const TestImage& dst, const std::vector
     errors.clear();
 }
 
+void expectRefusals(ErrorCapture& errors, const std::vector<Refusal>& cases) {
+    for (const Refusal& c : cases) {
+        SCOPED_TRACE(c.want.context);
+        const std::vector<uint8_t> before = c.dst->bytes();
+        ozlSetErrStatus(OZL_StsOk);
+        c.call();
+        expectRefused(errors, *c.dst, before, c.want);
+    }
+}
+
 // ---------------------------------------------------------------------------
 // TiledImage
 

@@ -96,6 +96,15 @@ void expectPixelwise(const TestImage& before, const OzlImage* dst, const OzlImag
 void expectRefused(ErrorCapture& errors, const TestImage& dst, const std::vector<uint8_t>& before,
                    ErrorReport expected);
 
+// One refused call: the report it gives and the image that must stay as it was.
+struct Refusal {
+    std::function<void()> call;
+    const TestImage* dst;
+    ErrorReport want;
+};
+// Each call made from a clean status, then checked as expectRefused does.
+void expectRefusals(ErrorCapture& errors, const std::vector<Refusal>& cases);
+
 struct TileCall {
     int image;  // tag of the TiledImage
     int x, y, mode;
