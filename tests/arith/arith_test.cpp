@@ -54,7 +54,7 @@ TEST_P(ArithmeticByDepth, MatchesReferenceOnRandomData) {
     std::vector<Ref> ops = {A, S, M};
     if (depth == U8 || depth == U16) ops.push_back(MS);
     // Small second factors keep some products inside the range.
-    const double small = depth == U8 ? 20 : depth == S8 ? 12 : (depth & 0xFF) == 16 ? 250 : 50000;
+    const double bound = depth == U8 ? 20 : depth == S8 ? 12 : (depth & 0xFF) == 16 ? 250 : 50000;
     ErrorCapture errors;
     uint32_t seed = 1;
     for (Ref op : ops)
@@ -65,7 +65,7 @@ TEST_P(ArithmeticByDepth, MatchesReferenceOnRandomData) {
                     TestImage a(depth, width, 3 + (nCh == 2 ? 2 : 0), nCh, order), b(depth, width, 3, nCh, order);
                     TestImage d(depth, width, 3, nCh, order);
                     const bool smallB = op == M && depth != F32;
-                    a.fillRandom(++seed), d.fillRandom(++seed), b.fillRandom(++seed, smallB && (depth & OZL_DEPTH_SIGN) ? -small : 0, smallB ? small : 0);
+                    a.fillRandom(++seed), d.fillRandom(++seed), b.fillRandom(++seed, smallB && (depth & OZL_DEPTH_SIGN) ? -bound : 0, smallB ? bound : 0);
                     if (nCh % 2 == 1) a.setRoi(0, 1, 2, width - 1, 3), d.setRoi(0, 2, 0, width, 3);
                     checkPixelwise(d, a, b, [&] { entry(op)(a, b, d); }, op);
                     if (nCh == 3) {  // in place: the destination is the first source

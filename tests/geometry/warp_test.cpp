@@ -159,7 +159,7 @@ TEST_F(Warp, RemapAgainstReference) {
 TEST_F(Warp, PerspectiveAndBilinearAgainstIndependentPositions) {
     const double quad[4][2] = {{3.3, 1.2}, {40.1, 4.7}, {35.6, 27.9}, {1.8, 22.4}};
     const int sw = 30, sh = 20, dw = 45, dh = 32;
-    auto near = [](double v, double edge) { return std::fabs(v - edge) < 1e-6; };
+    auto atEdge = [](double v, double edge) { return std::fabs(v - edge) < 1e-6; };
     for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_16S, OZL_DEPTH_32F})
         for (int inter : kInters)
             for (bool persp : {true, false}) {
@@ -193,8 +193,8 @@ TEST_F(Warp, PerspectiveAndBilinearAgainstIndependentPositions) {
                 const Source s = sourceOf(src);
                 expectImage(before, dst, [&](int x, int y, int k, double* v) {
                     const double sx = ps[2 * (y * dw + x)], sy = ps[2 * (y * dw + x) + 1];
-                    const bool jump = near(sx, -0.5) || near(sx, sw - 0.5) || near(sy, -0.5) || near(sy, sh - 0.5) ||
-                                      (inter == OZL_INTER_NN && (near(sx - std::floor(sx), 0.5) || near(sy - std::floor(sy), 0.5)));
+                    const bool jump = atEdge(sx, -0.5) || atEdge(sx, sw - 0.5) || atEdge(sy, -0.5) || atEdge(sy, sh - 0.5) ||
+                                      (inter == OZL_INTER_NN && (atEdge(sx - std::floor(sx), 0.5) || atEdge(sy - std::floor(sy), 0.5)));
                     if (jump) return *v = valueOf(dst, x, y, k), true;
                     return sampleAt(s, inter, sx, sy, k, v);
                 }, depth == OZL_DEPTH_32F ? 1e-4 : 1);
