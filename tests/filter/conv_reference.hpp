@@ -63,18 +63,6 @@ void randomBorders(OzlImage* im, Rng& rng, int range) {
     }
 }
 
-// Where a source pixel of a region comes from: the source's region origin
-// plus (x, y), through the border rules (constants clamped as the filters
-// clamp their copies).
-struct SourceView {
-    const OzlImage* modes;   // header with the border modes and the region
-    const OzlImage* pixels;  // the values (a tiled image's backing image)
-    double at(long long x, long long y, int c) const {
-        const int ox = modes->roi ? modes->roi->xOffset : 0, oy = modes->roi ? modes->roi->yOffset : 0;
-        return borderedValue(modes, ox + x, oy + y, c, pixels, true);
-    }
-};
-
 // One integer kernel's output at region (x, y): the exact sum (or, for class
 // 2, the double sum in stored order rounded to an integer), then the shift.
 inline double kernelOutput(const SourceView& s, const GivenKernel& k, unsigned depth, int x, int y,

@@ -100,7 +100,7 @@ TEST(MinMaxFilter, LongRows) {
                 if (w.values.empty()) ozlMinFilter(s, d, w.nCols, w.nRows, w.anchorX, w.anchorY);
                 else ozlErode(s, d, &e, 1);
                 ASSERT_TRUE(errors.empty()) << errors.last();
-                const Source src{s, s};
+                const SourceView src{s, s};
                 const Pass p = extremeOver(w, false);
                 const ValueAt in = [&](long long x, long long y, int c) { return src.at(x, y, c); };
                 expectFiltered(before, d, width, 5, [&](int x, int y, int c) { return p(in, x, y, c); });
@@ -124,7 +124,7 @@ TEST(Morphology, TilesAndInPlace) {
         const std::vector<Pass> close = {extremeOver(w, true), extremeOver(w, false)};
         std::vector<uint8_t> ones(12, 1);
         const OzlStructElement e{4, 3, 1, 2, ones.data()};
-        auto check = [&](const TestImage& before, const OzlImage* out, const Source& src, int w, int h) {
+        auto check = [&](const TestImage& before, const OzlImage* out, const SourceView& src, int w, int h) {
             std::vector<Plane> keep;
             keep.reserve(2);
             const ValueAt r = chained(src, w, h, close, keep);
@@ -135,13 +135,13 @@ TEST(Morphology, TilesAndInPlace) {
         ozlClose(ts, td, &e, 1);
         OzlImage out = *td.pixels().get();
         out.roi = td->roi;
-        check(before, &out, Source{&modes, ts.pixels()}, 31, 24);
+        check(before, &out, SourceView{&modes, ts.pixels()}, 31, 24);
         // In place on the tiled image.
         const TestImage original = ts.pixels().clone();
         ozlClose(ts, ts, &e, 1);
         out = *ts.pixels().get();
         out.roi = ts->roi;
-        check(original, &out, Source{&modes, original}, 33, 25);
+        check(original, &out, SourceView{&modes, original}, 33, 25);
         EXPECT_TRUE(errors.empty()) << errors.last();
     }
 }

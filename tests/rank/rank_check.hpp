@@ -49,16 +49,6 @@ private:
     TestImage pixels_;
 };
 
-// The source as the filters read it: region coordinates, source channel.
-struct Source {
-    const OzlImage* modes;   // header with the border modes and the region
-    const OzlImage* pixels;  // the values (a tiled image's backing image)
-    double at(long long x, long long y, int c) const {
-        const int ox = modes->roi ? modes->roi->xOffset : 0, oy = modes->roi ? modes->roi->yOffset : 0;
-        return borderedValue(modes, ox + x, oy + y, c, pixels, true);
-    }
-};
-
 // One value of the result at region (x, y), source channel c, and a whole
 // result computed pass by pass where the filter chains passes.
 using ValueAt = std::function<double(long long x, long long y, int c)>;
@@ -66,7 +56,7 @@ using Pass = std::function<double(const ValueAt& in, int x, int y, int c)>;
 
 // `passes` applied in turn: each after the first reads a Plane of the one
 // before, under the source's border modes. Returns a reader of the last.
-inline ValueAt chained(const Source& src, int width, int height, const std::vector<Pass>& passes,
+inline ValueAt chained(const SourceView& src, int width, int height, const std::vector<Pass>& passes,
                        std::vector<Plane>& keep) {
     ValueAt in = [src](long long x, long long y, int c) { return src.at(x, y, c); };
     for (size_t p = 0; p + 1 < passes.size(); ++p) {
@@ -124,7 +114,7 @@ inline void randomRounds(uint32_t seed, const RoundSpec& spec, const Call& call)
         ASSERT_TRUE(errors.empty()) << errors.last();
         std::vector<Plane> keep;
         keep.reserve(passes.size());
-        const ValueAt result = chained(Source{s, s}, width, height, passes, keep);
+        const ValueAt result = chained(SourceView{s, s}, width, height, passes, keep);
         expectFiltered(before, d, width, height,
                        [&](int x, int y, int c) { return result(x, y, sourceChannel(s, d, c)); },
                        s->maskROI ? s->maskROI : d->maskROI);
@@ -143,7 +133,7 @@ inline void expectLongRow(unsigned depth, int width, int height, int channels, u
     const TestImage before = d.clone();
     call(s, d);
     ASSERT_TRUE(errors.empty()) << errors.last();
-    const ValueAt in = [src = Source{s, s}](long long x, long long y, int c) { return src.at(x, y, c); };
+    const ValueAt in = [src = SourceView{s, s}](long long x, long long y, int c) { return src.at(x, y, c); };
     expectFiltered(before, d, width, height, [&](int x, int y, int c) { return pass(in, x, y, c); });
 }
 

@@ -24,6 +24,18 @@ namespace ozl::test {
 double borderedValue(const OzlImage* image, long long u, long long v, int channel,
                      const OzlImage* pixels = nullptr, bool clampConstants = true);
 
+// Where a source pixel of a region comes from, as the neighbourhood filters
+// read it: the source's region origin plus (x, y), through the border rules
+// (constants clamped as the filters clamp their copies).
+struct SourceView {
+    const OzlImage* modes;   // header with the border modes and the region
+    const OzlImage* pixels;  // the values (a tiled image's backing image)
+    double at(long long x, long long y, int c) const {
+        const int ox = modes->roi ? modes->roi->xOffset : 0, oy = modes->roi ? modes->roi->yOffset : 0;
+        return borderedValue(modes, ox + x, oy + y, c, pixels, true);
+    }
+};
+
 // The image row (or column) that border mode 1, 2 or 3 maps an outside
 // coordinate to, for an axis of n pixels.
 long long mappedIndex(long long v, long long n, int mode);
