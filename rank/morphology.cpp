@@ -10,10 +10,13 @@ namespace {
 
 using core::fail;
 
+enum class Extreme { Least, Greatest };
+enum class Morph { Erode, Dilate, Open, Close };
+
 void extremeFilter(const core::Caller& caller, int line, OzlImage* src, OzlImage* dst, int nCols,
-                   int nRows, int anchorX, int anchorY, bool greatest) {
+                   int nRows, int anchorX, int anchorY, Extreme extreme) {
     if (!windowCallValid(caller, line, src, dst, nCols, nRows, anchorX, anchorY)) return;
-    const ExtremeStep step{greatest, 1};
+    const ExtremeStep step{extreme == Extreme::Greatest, 1};
     report(caller, runExtremes(src, dst, Shape{nCols, nRows, anchorX, anchorY, nullptr}, &step, 1),
            line + 4);
 }
@@ -32,7 +35,7 @@ bool elementValid(const core::Caller& caller, const OzlStructElement* e, int lin
 // Erosion takes the least value, dilation the greatest; opening and closing
 // are the two in turn.
 void morphology(const core::Caller& caller, int line, OzlImage* src, OzlImage* dst,
-                const OzlStructElement* element, int iterations, bool dilateFirst, int nSteps) {
+                const OzlStructElement* element, int iterations, Morph op) {
     if (!core::headersValid(caller, {src, dst}, line) || !offsetsValid(caller, src, dst, line)) return;
     if (!elementValid(caller, element, line + 1)) return;
     if (iterations <= 0)
@@ -40,6 +43,8 @@ void morphology(const core::Caller& caller, int line, OzlImage* src, OzlImage* d
     if (!sameFormat(caller, src, dst, line + 3)) return;
     Shape shape;
     if (element) shape = Shape{element->nCols, element->nRows, element->anchorX, element->anchorY, element->values};
+    const bool dilateFirst = op == Morph::Dilate || op == Morph::Close;
+    const int nSteps = op == Morph::Open || op == Morph::Close ? 2 : 1;
     const ExtremeStep steps[2] = {{dilateFirst, iterations}, {!dilateFirst, iterations}};
     report(caller, runExtremes(src, dst, shape, steps, nSteps), line + 5);
 }
@@ -50,35 +55,35 @@ void morphology(const core::Caller& caller, int line, OzlImage* src, OzlImage* d
 extern "C" OZL_API void OZL_CALL ozlMinFilter(OzlImage* srcImage, OzlImage* dstImage, int nCols,
                                               int nRows, int anchorX, int anchorY) {
     ozl::rank::extremeFilter({"ozlMinFilter", "ozlrank"}, 212, srcImage, dstImage, nCols, nRows,
-                             anchorX, anchorY, false);
+                             anchorX, anchorY, ozl::rank::Extreme::Least);
 }
 
 extern "C" OZL_API void OZL_CALL ozlMaxFilter(OzlImage* srcImage, OzlImage* dstImage, int nCols,
                                               int nRows, int anchorX, int anchorY) {
     ozl::rank::extremeFilter({"ozlMaxFilter", "ozlrank"}, 241, srcImage, dstImage, nCols, nRows,
-                             anchorX, anchorY, true);
+                             anchorX, anchorY, ozl::rank::Extreme::Greatest);
 }
 
 extern "C" OZL_API void OZL_CALL ozlErode(OzlImage* srcImage, OzlImage* dstImage,
                                           const OzlStructElement* element, int iterations) {
     ozl::rank::morphology({"ozlErode", "ozlmorph"}, 118, srcImage, dstImage, element, iterations,
-                          false, 1);
+                          ozl::rank::Morph::Erode);
 }
 
 extern "C" OZL_API void OZL_CALL ozlDilate(OzlImage* srcImage, OzlImage* dstImage,
                                            const OzlStructElement* element, int iterations) {
     ozl::rank::morphology({"ozlDilate", "ozlmorph"}, 151, srcImage, dstImage, element, iterations,
-                          true, 1);
+                          ozl::rank::Morph::Dilate);
 }
 
 extern "C" OZL_API void OZL_CALL ozlOpen(OzlImage* srcImage, OzlImage* dstImage,
                                          const OzlStructElement* element, int iterations) {
     ozl::rank::morphology({"ozlOpen", "ozlmorph"}, 187, srcImage, dstImage, element, iterations,
-                          false, 2);
+                          ozl::rank::Morph::Open);
 }
 
 extern "C" OZL_API void OZL_CALL ozlClose(OzlImage* srcImage, OzlImage* dstImage,
                                           const OzlStructElement* element, int iterations) {
     ozl::rank::morphology({"ozlClose", "ozlmorph"}, 219, srcImage, dstImage, element, iterations,
-                          true, 2);
+                          ozl::rank::Morph::Close);
 }
