@@ -5,6 +5,7 @@
 // a scratch image of the region's size, the source's border modes around it).
 #pragma once
 
+#include "core/checks.hpp"
 #include "core/neighbourhood.hpp"
 #include "image/mask.hpp"
 #include "ozl.h"
@@ -30,6 +31,10 @@ struct NbSetup {
 NbCode setupNeighbourhood(const OzlImage* src, const OzlImage* dst, NbSetup& setup);
 
 NbCode codeOf(NbResult result);
+
+// Reports a failed neighbourhood run through ozlError at `line` (nothing for
+// Done).
+void reportNbCode(const Caller& caller, NbCode code, int line);
 
 // One kernel run `repeat` times in a row.
 struct NbPass {

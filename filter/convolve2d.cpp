@@ -348,17 +348,7 @@ void convolve(const core::Caller& caller, int line, int engineLine, OzlImage* sr
         return static_cast<void>(
             fail(caller, OZL_StsBadArg, "FP kernel can be used only for 32F images", line + 2));
 
-    using core::NbCode;
-    switch (engine(src, dst, kernel, nKernels, method)) {
-        case NbCode::Done: break;
-        case NbCode::NoChannel: fail(caller, OZL_StsBadArg, "No channel to operate", engineLine); break;
-        case NbCode::Channels: fail(caller, OZL_StsBadArg, "Uncompatible images", engineLine); break;
-        case NbCode::NoMemory: fail(caller, OZL_StsNoMem, "Allocation failure", engineLine); break;
-        case NbCode::Depth: fail(caller, OZL_StsBadDepth, "Inadmissible images depths", engineLine); break;
-        case NbCode::Coi: fail(caller, OZL_StsBadArg, "One of the COI is not defined", engineLine); break;
-        case NbCode::ReadTile: fail(caller, OZL_StsError, "Error get tile to read", engineLine); break;
-        case NbCode::WriteTile: fail(caller, OZL_StsError, "Error get tile to write", engineLine); break;
-    }
+    core::reportNbCode(caller, engine(src, dst, kernel, nKernels, method), engineLine);
 }
 
 }  // namespace

@@ -163,8 +163,8 @@ extern "C" OZL_API void OZL_CALL ozlBlur(OzlImage* srcImage, OzlImage* dstImage,
         plan.box.half = static_cast<uint16_t>(plan.divisor / 2);
         plan.box.divider = divider16(static_cast<uint16_t>(plan.divisor));
     }
-    report(caller, runPlan(srcImage, dstImage, plan, nCols, nRows, anchorX, anchorY, &boxKernel, 9),
-           line + 4);
+    ozl::core::reportNbCode(
+        caller, runPlan(srcImage, dstImage, plan, nCols, nRows, anchorX, anchorY, &boxKernel, 9), line + 4);
 }
 
 extern "C" OZL_API void OZL_CALL ozlFixedFilter(OzlImage* srcImage, OzlImage* dstImage,
@@ -193,7 +193,7 @@ extern "C" OZL_API void OZL_CALL ozlFixedFilter(OzlImage* srcImage, OzlImage* ds
         plan.lo = info->lo;
         plan.hi = info->hi;
     }
-    report(caller, runPlan(srcImage, dstImage, plan, f.size, f.size, f.size / 2, f.size / 2,
-                           &weightedKernel, 0),
-           line + 5);
+    ozl::core::reportNbCode(
+        caller, runPlan(srcImage, dstImage, plan, f.size, f.size, f.size / 2, f.size / 2, &weightedKernel, 0),
+        line + 5);
 }

@@ -235,7 +235,7 @@ void medianFilter(const core::Caller& caller, int line, OzlImage* src, OzlImage*
     core::NbCode code = core::setupNeighbourhood(src, dst, setup);
     if (code == core::NbCode::Done && setup.width > 0) {
         Plan* plan = static_cast<Plan*>(ozlMalloc(sizeof(Plan)));
-        if (!plan) return report(caller, core::NbCode::NoMemory, line + 4);
+        if (!plan) return core::reportNbCode(caller, core::NbCode::NoMemory, line + 4);
         *plan = Plan{};
         plan->table = &activeRankTable();
         plan->type = src->depth == OZL_DEPTH_1U ? image::Elem::U8 : image::elemOf(src->depth);
@@ -277,7 +277,7 @@ void medianFilter(const core::Caller& caller, int line, OzlImage* src, OzlImage*
         code = core::runPasses(setup, &pass, 1);
         ozlFree(plan);
     }
-    report(caller, code, line + 4);
+    core::reportNbCode(caller, code, line + 4);
 }
 
 }  // namespace

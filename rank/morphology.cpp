@@ -17,7 +17,7 @@ void extremeFilter(const core::Caller& caller, int line, OzlImage* src, OzlImage
                    int nRows, int anchorX, int anchorY, Extreme extreme) {
     if (!windowCallValid(caller, line, src, dst, nCols, nRows, anchorX, anchorY)) return;
     const ExtremeStep step{extreme == Extreme::Greatest, 1};
-    report(caller, runExtremes(src, dst, Shape{nCols, nRows, anchorX, anchorY, nullptr}, &step, 1),
+    core::reportNbCode(caller, runExtremes(src, dst, Shape{nCols, nRows, anchorX, anchorY, nullptr}, &step, 1),
            line + 4);
 }
 
@@ -46,7 +46,7 @@ void morphology(const core::Caller& caller, int line, OzlImage* src, OzlImage* d
     const bool dilateFirst = op == Morph::Dilate || op == Morph::Close;
     const int nSteps = op == Morph::Open || op == Morph::Close ? 2 : 1;
     const ExtremeStep steps[2] = {{dilateFirst, iterations}, {!dilateFirst, iterations}};
-    report(caller, runExtremes(src, dst, shape, steps, nSteps), line + 5);
+    core::reportNbCode(caller, runExtremes(src, dst, shape, steps, nSteps), line + 5);
 }
 
 }  // namespace

@@ -29,18 +29,4 @@ bool windowCallValid(const core::Caller& caller, int line, const OzlImage* src, 
     return sameFormat(caller, src, dst, line + 2);
 }
 
-void report(const core::Caller& caller, core::NbCode code, int line) {
-    using core::NbCode;
-    switch (code) {
-        case NbCode::Done: break;
-        case NbCode::NoChannel: fail(caller, OZL_StsBadArg, "No channel to operate", line); break;
-        case NbCode::Channels: fail(caller, OZL_StsBadArg, "Uncompatible images", line); break;
-        case NbCode::Coi: fail(caller, OZL_StsBadArg, "One of the COI is not defined", line); break;
-        case NbCode::Depth: fail(caller, OZL_StsBadDepth, "Inadmissible images depths", line); break;
-        case NbCode::NoMemory: fail(caller, OZL_StsNoMem, "Allocation failure", line); break;
-        case NbCode::ReadTile: fail(caller, OZL_StsError, "Error get tile to read", line); break;
-        case NbCode::WriteTile: fail(caller, OZL_StsError, "Error get tile to write", line); break;
-    }
-}
-
 }  // namespace ozl::rank

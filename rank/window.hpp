@@ -1,6 +1,5 @@
 // What the rank, morphological and fixed filters share around their row
-// kernels: the argument checks in their common order and the reports of the
-// engine's codes.
+// kernels: the argument checks in their common order.
 #pragma once
 
 #include "core/checks.hpp"
@@ -19,9 +18,6 @@ bool windowCallValid(const core::Caller& caller, int line, const OzlImage* src, 
 
 // One depth and data order for both images.
 bool sameFormat(const core::Caller& caller, const OzlImage* src, const OzlImage* dst, int line);
-
-// Reports a code the engine returned (nothing for Done).
-void report(const core::Caller& caller, core::NbCode code, int line);
 
 // The margins a window of nCols x nRows puts around its anchor.
 inline core::Margins marginsOf(int nCols, int nRows, int anchorX, int anchorY) {
