@@ -63,7 +63,8 @@ struct Run {
     int passes = 1;    // 1, or one per processed channel when either image is in plane order
     int channels = 1;  // channels per pass
     int maxWidth = 0;  // widest piece (the buffers' size)
-    int rowsNeeded = 1;
+    int band = 1;      // output rows a call takes at most
+    int rowsNeeded = 1;  // source rows of a call of `band` rows
     bool gathered = false;  // source rows are gathered (strided or 1-bit sources)
     bool stream = false;    // a destination large enough for stores past the caches
     bool packedRows = false;  // 1-bit rows handed over packed
@@ -73,7 +74,8 @@ struct Run {
     const void** rows = nullptr;
     char* ring = nullptr;      // gathered source rows
     size_t ringRowBytes = 0;
-    char* out = nullptr;       // computed row on its way to a masked or strided destination
+    char* out = nullptr;       // computed rows on their way to a masked or strided destination
+    size_t outRowBytes = 0;
     uint8_t* packed = nullptr; // 1-bit destination rows
     char* scratch = nullptr;
 
@@ -87,7 +89,8 @@ struct Run {
         const int64_t slotBytes = packedRows ? align(static_cast<int64_t>(lead) + (static_cast<int64_t>(maxWidth) + m.right + 63) / 64 * 8 + 8)
                                          : align(span * static_cast<int64_t>(srcBytes));
         const int64_t ring = gathered ? slotBytes * rowsNeeded : 0;
-        const int64_t out = align(static_cast<int64_t>(maxWidth) * channels * dstBytes);
+        const int64_t outRow = align(static_cast<int64_t>(maxWidth) * channels * dstBytes);
+        const int64_t out = outRow * band;
         const int64_t packed = align(maxWidth / 8 + 8);
         const int64_t scratch = align(span * static_cast<int64_t>(kernel->scratchPerValue) + 64);
         const int64_t rows = align(static_cast<int64_t>(rowsNeeded) * sizeof(void*));
@@ -102,6 +105,7 @@ struct Run {
         if (packedRows) std::memset(this->ring, 0, static_cast<size_t>(ring));
         p += ring;
         this->out = p;
+        outRowBytes = static_cast<size_t>(outRow);
         p += out;
         this->packed = reinterpret_cast<uint8_t*>(p);
         p += packed;
@@ -245,7 +249,7 @@ void writeRow(const Run& run, const Operand& d, char* row, const char* computed,
 void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand* mask, int width,
               int height, const Edges* edges = nullptr) {
     const NbKernel& k = *run.kernel;
-    const int top = k.margins.top;
+    const int top = k.margins.top, around = top + k.margins.bottom;
     const int n = run.rowsNeeded;
     const bool gather = run.gathered;
     const bool direct = d.valueBytes != 0 && d.stride == run.channels && !mask;
@@ -253,8 +257,10 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
     for (int p = 0; p < run.passes; ++p) {
         const char* sBase = passStart(run, s, p);
         char* dBase = passStart(run, d, p);
-        for (int y = 0; y < height; ++y) {
-            for (int j = 0; j < n; ++j) {
+        int gathered = -top;  // the next source row the ring lacks
+        for (int y = 0; y < height;) {
+            const int rows = std::min(run.band, height - y);
+            for (int j = 0; j < rows + around; ++j) {
                 const int r = y - top + j;
                 if (!gather) {
                     run.rows[j] = sBase + r * s.rowStep;
@@ -262,23 +268,31 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
                 }
                 // A ring of gathered rows: each source row is gathered once.
                 char* slot = run.ring + static_cast<size_t>(((r % n) + n) % n) * run.ringRowBytes;
-                if (y == 0 || j == n - 1) gatherRow(run, s, sBase, r, width, slot, edges);
+                if (r >= gathered) {
+                    gatherRow(run, s, sBase, r, width, slot, edges);
+                    gathered = r + 1;
+                }
                 run.rows[j] = slot + (run.packedRows ? run.lead : leftBytes);
             }
             char* dRow = dBase + y * d.rowStep;
             NbRow row;
             row.src = run.rows;
             row.dst = direct ? dRow : run.out;
+            row.rows = rows;
+            row.dstStride = direct ? d.rowStep : static_cast<ptrdiff_t>(run.outRowBytes);
             row.scratch = run.scratch;
             row.width = width;
             row.channels = run.channels;
             row.stream = direct && run.stream;
             row.firstRow = y == 0;
             k.row(row, k.context);
-            if (direct) continue;
-            const uint8_t* maskRow =
-                mask ? reinterpret_cast<const uint8_t*>(mask->data + y * mask->rowStep) : nullptr;
-            writeRow(run, d, dRow, run.out, width, maskRow, mask ? mask->bit : 0);
+            for (int i = 0; i < rows && !direct; ++i) {
+                const uint8_t* maskRow =
+                    mask ? reinterpret_cast<const uint8_t*>(mask->data + (y + i) * mask->rowStep) : nullptr;
+                writeRow(run, d, dRow + i * d.rowStep, run.out + i * run.outRowBytes, width, maskRow,
+                         mask ? mask->bit : 0);
+            }
+            y += rows;
         }
     }
 }
@@ -306,18 +320,20 @@ NbResult runFetched(const Run& run, const OzlImage* src, int x, int y, int width
 // typical last-level cache: caching them would only evict the sources.
 constexpr int64_t kStreamFrom = int64_t{16} << 20;
 
+constexpr int kMaxKernelBand = 64;
+
 constexpr int kMinStrip = 16;
-// The middle band is computed a few rows at a time, the side strips of each
+// The middle rows are computed a few rows at a time, the side strips of each
 // group right after its interior, while the group's source and destination
 // rows are still in the core's own cache (otherwise each strip row costs a
 // miss or two from far away). Groups hold about this many bytes, and at
-// least kMinBandRows rows so that the strips' vertical margins stay small
+// least kMinGroupRows rows so that the strips' vertical margins stay small
 // beside them.
-constexpr int64_t kBandBytes = 256 << 10;
-constexpr int kMinBandRows = 4, kMaxBandRows = 64;
+constexpr int64_t kGroupBytes = 256 << 10;
+constexpr int kMinGroupRows = 4, kMaxGroupRows = 64;
 
 // Untiled images that share no pixels: the interior in place, the top and
-// bottom strips and, band by band, the left and right strips from bordered
+// bottom strips and, group by group, the left and right strips from bordered
 // copies.
 NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand* mask, int width,
                   int height) {
@@ -373,10 +389,12 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     // at a cost of about its vertical margin in rows: groups are at least four
     // times that.
     const int margin = m.top + m.bottom;
-    const int band = std::max(4 * margin, static_cast<int>(std::clamp<int64_t>(
-                                              kBandBytes / rowBytes, kMinBandRows, kMaxBandRows)));
-    for (int y = y0; y < y1; y += band) {
-        const int h = std::min(band, y1 - y);
+    // Whole bands of the kernel's rows a group.
+    const int rowsAbout = std::max(4 * margin, static_cast<int>(std::clamp<int64_t>(
+                                                   kGroupBytes / rowBytes, kMinGroupRows, kMaxGroupRows)));
+    const int group = (rowsAbout + run.band - 1) / run.band * run.band;
+    for (int y = y0; y < y1; y += group) {
+        const int h = std::min(group, y1 - y);
         if (x1 > x0) {
             const Operand mk = mask ? shifted(*mask, x0, y) : Operand{};
             runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
@@ -439,7 +457,10 @@ NbResult runNeighbourhood(OzlImage* src, OzlImage* dst, const OzlImage* mask, in
     run.passes = planes ? channels : 1;
     run.channels = planes ? 1 : channels;
     run.maxWidth = width;
-    run.rowsNeeded = static_cast<int>(rows);
+    // Bands no taller than the region, nor than a few dozen rows (the
+    // computed rows of a masked destination are held together).
+    run.band = std::clamp(kernel.bandRows, 1, std::min(height, kMaxKernelBand));
+    run.rowsNeeded = static_cast<int>(rows) - 1 + run.band;
     run.srcBytes = static_cast<size_t>(std::max(1, image::depthBits(src->depth) / 8));
     run.dstBytes = static_cast<size_t>(std::max(1, image::depthBits(dst->depth) / 8));
     const int srcStride = src->dataOrder == OZL_DATA_ORDER_PLANE ? 1 : src->nChannels;
