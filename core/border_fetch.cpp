@@ -258,12 +258,24 @@ struct EdgePlan {
         for (const Span& span : rows) {
             if (span.index == kConstant) continue;
             const AxisMap& columns = columnsOf(span);
+            // Whole bytes from the image only (a side strip's rows): the
+            // spans copied inline, row after row.
+            const bool plain = g.pixelBits % 8 == 0 &&
+                               std::none_of(columns.begin(), columns.end(),
+                                            [](const Span& c) { return c.index == kConstant; });
+            const size_t pb = g.pixelBits / 8;
             for (int r = std::max(from, span.at); r < std::min(to, span.at + span.count); ++r)
                 for (int p = 0; p < g.planes; ++p) {
                     const SourceRow src{image->imageData + p * planeStep +
                                             (span.index + (r - span.at)) * static_cast<int64_t>(image->widthStep),
                                         0};
-                    fillRow(blockRow(p, r), src, columns, g, constants, valueBytes);
+                    char* dst = blockRow(p, r);
+                    if (!plain) {
+                        fillRow(dst, src, columns, g, constants, valueBytes);
+                        continue;
+                    }
+                    for (const Span& c : columns)
+                        copyBytes(dst + c.at * pb, src.data + c.index * pb, c.count * pb);
                 }
         }
     }
