@@ -16,6 +16,8 @@ namespace ozl::core {
 
 namespace {
 
+constexpr int64_t kStreamRowBytes = 1024;
+
 // An operand's region as the row loop reads or writes it.
 struct Operand {
     char* data = nullptr;  // region (0, 0), first processed channel
@@ -254,6 +256,10 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
     const bool gather = run.gathered;
     const bool direct = d.valueBytes != 0 && d.stride == run.channels && !mask;
     const size_t leftBytes = static_cast<size_t>(k.margins.left) * run.channels * run.srcBytes;
+    // Stores past the caches pay on long rows only: a side strip's few bytes
+    // a row share their cache lines with the interior's, and writing a line
+    // in parts that way costs a trip to memory for each part.
+    const bool streamed = static_cast<int64_t>(width) * run.channels * static_cast<int64_t>(run.dstBytes) >= kStreamRowBytes;
     for (int p = 0; p < run.passes; ++p) {
         const char* sBase = passStart(run, s, p);
         char* dBase = passStart(run, d, p);
@@ -283,7 +289,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             row.scratch = run.scratch;
             row.width = width;
             row.channels = run.channels;
-            row.stream = direct && run.stream;
+            row.stream = direct && run.stream && streamed;
             row.firstRow = y == 0;
             k.row(row, k.context);
             for (int i = 0; i < rows && !direct; ++i) {
