@@ -345,6 +345,8 @@ FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
         return out;
     }
 
+    // Untiled images whole; of tiled ones the constant rows here, the rows
+    // read from the image below.
     const EdgePlan plan(image, rect, g);
     plan.fill(out.data, rowStep, rect.height, 0, rect.height, 0);
     if (!image->tileInfo) {
@@ -352,13 +354,11 @@ FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
         return out;
     }
     const AxisMap& rows = plan.rows;
+    const AxisMap& besideColumns = plan.besideColumns;
     const AxisMap* outsideColumns = plan.outsideColumns;
-    const Constant* constants = plan.constants;
-    const size_t valueBytes = plan.valueBytes;
     auto blockRow = [&](int plane, int r) {
         return out.data + (static_cast<int64_t>(plane) * rect.height + r) * rowStep;
     };
-    const AxisMap& besideColumns = plan.besideColumns;
 
     // A tiled image: the columns any row reads span [first, last]; for each
     // band of tiles that holds a row some block row reads, those columns of
@@ -423,7 +423,7 @@ FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
                 for (int p = 0; p < g.planes; ++p) {
                     const SourceRow src{band + (static_cast<int64_t>(p) * tile->height + (row - bandTop)) * bandStep,
                                         first};
-                    fillRow(blockRow(p, span.at + k), src, plan.columnsOf(span), g, constants, valueBytes);
+                    fillRow(blockRow(p, span.at + k), src, plan.columnsOf(span), g, plan.constants, plan.valueBytes);
                 }
             }
         }
