@@ -108,6 +108,71 @@ void avx2VLinear8u(const int16_t* h0, const int16_t* h1, uint8_t* d, int w, size
 }
 
 // ---------------------------------------------------------------------------
+// 8U cubic resampling. Horizontal: four output pixels per step as in the
+// linear pass, each pixel's neighbours as two runs of pairs (p0, p1) and
+// (p2, p3), one multiply-add each. Vertical: 32 values per step.
+
+// The row sums of output pixels lo (low lane) and hi (high lane) of a step
+// of four, whose weight pairs (w0|w1, w2|w3) are w's.
+template <int cn, int lo, int hi>
+__m256i cubicSums(const uint8_t* row, const int32_t* o, __m256i w, __m256i shuffle) {
+    const uint8_t* a = row + o[4 * lo];
+    const uint8_t* b = row + o[4 * hi];
+    const __m256i first = _mm256_shuffle_epi8(two(a, b), shuffle);
+    const __m256i second = _mm256_shuffle_epi8(two(a + 2 * cn, b + 2 * cn), shuffle);
+    const __m256i s = _mm256_add_epi32(_mm256_madd_epi16(first, pairWeights<2 * lo, 2 * hi>(w)),
+                                       _mm256_madd_epi16(second, pairWeights<2 * lo + 1, 2 * hi + 1>(w)));
+    return _mm256_srai_epi32(_mm256_add_epi32(s, _mm256_set1_epi32(16)), 5);
+}
+
+template <int cn>
+void hCubicVec(const uint8_t* row, int16_t* out, const CubicTaps8u& t, int n) {
+    const __m256i shuffle = lanes(cn == 3 ? kPairs3 : kPairs4);
+    const __m256i drop = lanes(kDrop4th16);
+    const __m256i compact = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
+    hCubic8uScalar(row, out, t, 0, t.vecFrom);
+    int i = t.vecFrom;
+    for (; i + 4 <= t.vecTo; i += 4) {
+        const int32_t* o = t.ofs + 4 * i;
+        const __m256i w = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(t.coef + 2 * i));
+        __m256i r = _mm256_packs_epi32(cubicSums<cn, 0, 2>(row, o, w, shuffle),
+                                       cubicSums<cn, 1, 3>(row, o, w, shuffle));  // A B | C D
+        if constexpr (cn == 3) r = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(r, drop), compact);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i * cn), r);
+    }
+    hCubic8uScalar(row, out, t, i, n);
+}
+
+void avx2HCubic8u(const uint8_t* row, int16_t* out, const CubicTaps8u& t, int n) {
+    if (t.channelStep == 1 && t.pixelStep == 3 && t.cn == 3) return hCubicVec<3>(row, out, t, n);
+    if (t.channelStep == 1 && t.pixelStep == 4 && t.cn == 4) return hCubicVec<4>(row, out, t, n);
+    hCubic8uScalar(row, out, t, 0, n);
+}
+
+void avx2VCubic8u(const int16_t* const h[4], uint8_t* d, const int32_t coef[2], size_t n) {
+    if (n < 32) return vCubic8uScalar(h, d, coef, 0, n);
+    const __m256i w01 = _mm256_set1_epi32(coef[0]), w23 = _mm256_set1_epi32(coef[1]);
+    const __m256i round = _mm256_set1_epi32(1 << 16);
+    auto ld = [&](int j, size_t i) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(h[j] + i)); };
+    auto sums = [&](size_t i) {
+        const __m256i h0 = ld(0, i), h1 = ld(1, i), h2 = ld(2, i), h3 = ld(3, i);
+        const __m256i lo = _mm256_add_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(h0, h1), w01),
+                                            _mm256_madd_epi16(_mm256_unpacklo_epi16(h2, h3), w23));
+        const __m256i hi = _mm256_add_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(h0, h1), w01),
+                                            _mm256_madd_epi16(_mm256_unpackhi_epi16(h2, h3), w23));
+        return _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(lo, round), 17),
+                                  _mm256_srai_epi32(_mm256_add_epi32(hi, round), 17));
+    };
+    auto step = [&](size_t i) {
+        const __m256i r = _mm256_permute4x64_epi64(_mm256_packus_epi16(sums(i), sums(i + 16)), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), r);
+    };
+    size_t i = 0;
+    for (; i + 32 <= n; i += 32) step(i);
+    if (i < n) step(n - 32);  // the last values again, from the same inputs
+}
+
+// ---------------------------------------------------------------------------
 // 2 x 2 block means: the two pixels of a pair brought next to each other
 // byte by byte, summed by a multiply-add with ones, the rows added.
 
@@ -282,7 +347,8 @@ void avx2Reverse(const char* s, char* d, size_t n, size_t pixelBytes) {
 }  // namespace
 
 const KernelTable& kernelTableAvx2() {
-    static const KernelTable table{&avx2HLinear8u, &avx2VLinear8u, &avx2Box2x2, &avx2WarpLinear8u,
+    static const KernelTable table{&avx2HLinear8u, &avx2VLinear8u, &avx2HCubic8u, &avx2VCubic8u,
+                                   &avx2Box2x2,    &avx2WarpLinear8u,
                                    &avx2Reverse};
     return table;
 }
