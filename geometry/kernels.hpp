@@ -57,10 +57,10 @@ using VCubic8uFn = void (*)(const int16_t* const h[4], uint8_t* d, const int32_t
 // n output pixels of cn interleaved values: the rounded mean (s + 2) >> 2 of
 // each 2 x 2 block of the rows r0 and r1.
 using Box2x2Fn = void (*)(const uint8_t* r0, const uint8_t* r1, uint8_t* d, size_t n, int cn);
-// n pixels sampled with 8U linear interpolation at (sx[i], sy[i]) into dense
-// pixels of s.channels values; pixels left as they are where samplePixel
-// leaves them.
-using WarpLinear8uFn = void (*)(const core::SampledSource& s, const Edges& e, const double* sx,
+// n pixels sampled with 8U linear (or cubic) interpolation at (sx[i], sy[i])
+// into dense pixels of s.channels values; pixels left as they are where
+// samplePixel leaves them.
+using WarpSample8uFn = void (*)(const core::SampledSource& s, const Edges& e, const double* sx,
                                 const double* sy, int n, uint8_t* d);
 // d holds the n pixels of s (pixelBytes each) in reverse order; d and s apart.
 using ReverseFn = void (*)(const char* s, char* d, size_t n, size_t pixelBytes);
@@ -71,7 +71,8 @@ struct KernelTable {
     HCubic8uFn hCubic8u = nullptr;
     VCubic8uFn vCubic8u = nullptr;
     Box2x2Fn box2x2 = nullptr;
-    WarpLinear8uFn warpLinear8u = nullptr;
+    WarpSample8uFn warpLinear8u = nullptr;
+    WarpSample8uFn warpCubic8u = nullptr;
     ReverseFn reverse = nullptr;
 };
 
@@ -138,12 +139,22 @@ inline void box2x2Scalar(const uint8_t* r0, const uint8_t* r1, uint8_t* d, size_
         }
 }
 
-inline void warpLinear8uScalar(const core::SampledSource& s, const Edges& e, const double* sx,
-                               const double* sy, int from, int n, uint8_t* d) {
+template <Inter inter>
+inline void warp8uScalar(const core::SampledSource& s, const Edges& e, const double* sx,
+                         const double* sy, int from, int n, uint8_t* d) {
     const ptrdiff_t cn = s.channels;
     for (int i = from; i < n; ++i)
-        samplePixel<uint8_t>(s, e, Inter::Linear, sx[i], sy[i], reinterpret_cast<char*>(d + i * cn),
-                             1);
+        samplePixel<uint8_t>(s, e, inter, sx[i], sy[i], reinterpret_cast<char*>(d + i * cn), 1);
+}
+
+inline void warpLinear8uScalar(const core::SampledSource& s, const Edges& e, const double* sx,
+                               const double* sy, int from, int n, uint8_t* d) {
+    warp8uScalar<Inter::Linear>(s, e, sx, sy, from, n, d);
+}
+
+inline void warpCubic8uScalar(const core::SampledSource& s, const Edges& e, const double* sx,
+                              const double* sy, int from, int n, uint8_t* d) {
+    warp8uScalar<Inter::Cubic>(s, e, sx, sy, from, n, d);
 }
 
 // Pixels of the common sizes move as fixed-size copies.

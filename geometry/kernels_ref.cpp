@@ -35,13 +35,18 @@ void refWarpLinear8u(const core::SampledSource& s, const Edges& e, const double*
     warpLinear8uScalar(s, e, sx, sy, 0, n, d);
 }
 
+void refWarpCubic8u(const core::SampledSource& s, const Edges& e, const double* sx,
+                    const double* sy, int n, uint8_t* d) {
+    warpCubic8uScalar(s, e, sx, sy, 0, n, d);
+}
+
 void refReverse(const char* s, char* d, size_t n, size_t pixelBytes) {
     reverseScalar(s, d, 0, n, pixelBytes);
 }
 
 const KernelTable& kernelTableRef() {
     static const KernelTable table{&refHLinear8u, &refVLinear8u, &refHCubic8u, &refVCubic8u,
-                                   &refBox2x2,    &refWarpLinear8u, &refReverse};
+                                   &refBox2x2,    &refWarpLinear8u, &refWarpCubic8u, &refReverse};
     return table;
 }
 

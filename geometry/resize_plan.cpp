@@ -1,7 +1,6 @@
 #include "geometry/resize_plan.hpp"
 
 #include <algorithm>
-#include <cmath>
 
 namespace ozl::geometry {
 
@@ -79,13 +78,7 @@ bool ResampleAxis::build(Inter inter, int size, int num, int den, int n, bool fi
                 double w[4];
                 cubicWeights(f, w);
                 for (int k = 0; k < 4; ++k) add(x0 - 1 + k, w[k]);
-                if (fixed8u) {
-                    // Rounded to 1/2048, halves up; the third weight takes what
-                    // makes the sum 2048, so that flat areas stay flat.
-                    int32_t* q = &fixedW[4 * i];
-                    for (int k : {0, 1, 3}) q[k] = static_cast<int32_t>(std::floor(w[k] * kWeightOne + 0.5));
-                    q[2] = kWeightOne - q[0] - q[1] - q[3];
-                }
+                if (fixed8u) fixedCubicWeights(f, &fixedW[4 * i]);
                 break;
             }
             case Inter::Super: {

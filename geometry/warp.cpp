@@ -79,16 +79,17 @@ void warpRow(const core::SampledSource& s, const core::SampledRow& r, void* cont
     const Context& k = *static_cast<const Context*>(context);
     double sx[kChunk], sy[kChunk];
     const int cn = s.channels;
-    // Interleaved 8-bit pixels on both sides take the vector sampler.
-    const bool interleaved8u = std::is_same_v<T, uint8_t> && k.inter == Inter::Linear &&
-                               s.pixelStep == cn && s.channelStep == 1 &&
-                               r.dst.pixelStep == cn && r.dst.channelStep == 1;
+    // Interleaved 8-bit pixels on both sides take the vector samplers.
+    const WarpSample8uFn sampler = k.inter == Inter::Linear  ? k.table->warpLinear8u
+                                   : k.inter == Inter::Cubic ? k.table->warpCubic8u
+                                                             : nullptr;
+    const bool interleaved8u = std::is_same_v<T, uint8_t> && sampler && s.pixelStep == cn &&
+                               s.channelStep == 1 && r.dst.pixelStep == cn && r.dst.channelStep == 1;
     for (int from = 0; from < r.width; from += kChunk) {
         const int n = std::min(kChunk, r.width - from);
         positions(k, s, r, from, n, sx, sy);
         if (interleaved8u) {
-            k.table->warpLinear8u(s, k.edges, sx, sy, n,
-                                  reinterpret_cast<uint8_t*>(r.dst.data) + from * cn);
+            sampler(s, k.edges, sx, sy, n, reinterpret_cast<uint8_t*>(r.dst.data) + from * cn);
             continue;
         }
         for (int i = 0; i < n; ++i)

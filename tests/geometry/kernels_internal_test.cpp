@@ -143,35 +143,36 @@ TEST_P(GeometryKernels, BlockMeans) {
             }
 }
 
-TEST_P(GeometryKernels, LinearSamplingAtPositions) {
-    for (int cn = 1; cn <= 4; ++cn)
-        for (int w : {1, 2, 3, 4, 9, 30})
-            for (int h : {1, 2, 5, 17})
-                for (bool fill : {false, true}) {
-                    // Rows with a pitch of their own, the last one ending the buffer.
-                    const int step = w * cn + 3;
-                    const std::vector<uint8_t> data = bytes(static_cast<size_t>(step) * (h - 1) + w * cn);
-                    ozl::core::SampledSource s;
-                    s.data = reinterpret_cast<const char*>(data.data());
-                    s.rowStep = step, s.pixelStep = cn, s.channelStep = 1, s.channels = cn, s.width = w, s.height = h;
-                    Edges e;
-                    e.fill = fill;
-                    for (int side = 0; side < 4; ++side) e.mode[side] = static_cast<int>(rng() % 4), e.constant[side] = rng() % 256;
-                    // Mostly inside, runs of eight inside, some at the edges, outside and not numbers.
-                    const int n = 8 * 9 + 5;
-                    std::vector<double> sx(n), sy(n);
-                    for (int i = 0; i < n; ++i) {
-                        const bool inside = (i / 8) % 3 != 2;
-                        sx[i] = std::uniform_real_distribution<double>(inside ? 0 : -2, inside ? w - 1 : w + 1)(rng);
-                        sy[i] = std::uniform_real_distribution<double>(inside ? 0 : -2, inside ? h - 1 : h + 1)(rng);
-                        if (i % 29 == 28) sx[i] = NAN;
-                        if (i % 31 == 30) sy[i] = std::floor(sy[i]) + 0.5;
+TEST_P(GeometryKernels, LinearAndCubicSamplingAtPositions) {
+    for (bool cubic : {false, true})
+        for (int cn = 1; cn <= 4; ++cn)
+            for (int w : {1, 2, 3, 4, 9, 30})
+                for (int h : {1, 2, 5, 17})
+                    for (bool fill : {false, true}) {
+                        // Rows with a pitch of their own, the last one ending the buffer.
+                        const int step = w * cn + 3;
+                        const std::vector<uint8_t> data = bytes(static_cast<size_t>(step) * (h - 1) + w * cn);
+                        ozl::core::SampledSource s;
+                        s.data = reinterpret_cast<const char*>(data.data());
+                        s.rowStep = step, s.pixelStep = cn, s.channelStep = 1, s.channels = cn, s.width = w, s.height = h;
+                        Edges e;
+                        e.fill = fill;
+                        for (int side = 0; side < 4; ++side) e.mode[side] = static_cast<int>(rng() % 4), e.constant[side] = rng() % 256;
+                        // Mostly inside, runs of eight inside, some at the edges, outside and not numbers.
+                        const int n = 8 * 9 + 5;
+                        std::vector<double> sx(n), sy(n);
+                        for (int i = 0; i < n; ++i) {
+                            const bool inside = (i / 8) % 3 != 2;
+                            sx[i] = std::uniform_real_distribution<double>(inside ? 0 : -2, inside ? w - 1 : w + 1)(rng);
+                            sy[i] = std::uniform_real_distribution<double>(inside ? 0 : -2, inside ? h - 1 : h + 1)(rng);
+                            if (i % 29 == 28) sx[i] = NAN;
+                            if (i % 31 == 30) sy[i] = std::floor(sy[i]) + 0.5;
+                        }
+                        std::vector<uint8_t> a = bytes(n * cn + kGuard), b = a;
+                        (cubic ? vec().warpCubic8u : vec().warpLinear8u)(s, e, sx.data(), sy.data(), n, a.data());
+                        (cubic ? ref().warpCubic8u : ref().warpLinear8u)(s, e, sx.data(), sy.data(), n, b.data());
+                        ASSERT_EQ(a, b) << "cubic " << cubic << " cn " << cn << " w " << w << " h " << h << " fill " << fill;
                     }
-                    std::vector<uint8_t> a = bytes(n * cn + kGuard), b = a;
-                    vec().warpLinear8u(s, e, sx.data(), sy.data(), n, a.data());
-                    ref().warpLinear8u(s, e, sx.data(), sy.data(), n, b.data());
-                    ASSERT_EQ(a, b) << "cn " << cn << " w " << w << " h " << h << " fill " << fill;
-                }
 }
 
 TEST_P(GeometryKernels, PixelReversal) {

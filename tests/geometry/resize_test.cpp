@@ -59,22 +59,7 @@ double resizeRef(const geom::Source& s, int inter, const Factors& f, int x, int 
         const double h1 = (1 - fx) * s.pixel(x0, y0 + 1, k) + fx * s.pixel(x0 + 1, y0 + 1, k);
         return geom::stored(depth, (1 - fy) * h0 + fy * h1);
     }
-    if (depth != OZL_DEPTH_8U) return geom::cubicAt(s, x0, y0, ax.frac(x), ay.frac(y), k);
-    // 8U: weights in 1/2048, row sums in 1/64 of a level.
-    auto weights = [](double f, long long q[4]) {
-        double w[4];
-        geom::cubicWeights(f, w);
-        for (int i : {0, 1, 3}) q[i] = static_cast<long long>(std::floor(w[i] * 2048 + 0.5));
-        q[2] = 2048 - q[0] - q[1] - q[3];
-    };
-    long long qx[4], qy[4], sum = 0;
-    weights(ax.frac(x), qx), weights(ay.frac(y), qy);
-    for (int j = 0; j < 4; ++j) {
-        long long h = 16;
-        for (int i = 0; i < 4; ++i) h += qx[i] * static_cast<long long>(s.pixel(x0 - 1 + i, y0 - 1 + j, k));
-        sum += qy[j] * (h >> 5);
-    }
-    return static_cast<double>(std::clamp((sum + 65536) >> 17, 0LL, 255LL));
+    return geom::cubicAt(s, x0, y0, ax.frac(x), ay.frac(y), k);
 }
 
 // Checks dst after a resampling of src: the written area against the
