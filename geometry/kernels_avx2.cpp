@@ -6,6 +6,8 @@
 #include <immintrin.h>
 
 #include "geometry/kernels.hpp"
+#include "geometry/vec_resample.hpp"
+#include "simd/avx2.hpp"
 
 namespace ozl::geometry {
 
@@ -82,35 +84,9 @@ void avx2HLinear8u(const uint8_t* row, int16_t* out, const LinearTaps8u& t, int 
 }
 
 // ---------------------------------------------------------------------------
-// Vertical pass: (h0 (2048 - w) + h1 w + 2^17) >> 18, 32 values per step.
-
-__m256i vSums(__m256i h0, __m256i h1, __m256i w) {
-    const __m256i round = _mm256_set1_epi32(1 << 17);
-    const __m256i lo = _mm256_madd_epi16(_mm256_unpacklo_epi16(h0, h1), w);
-    const __m256i hi = _mm256_madd_epi16(_mm256_unpackhi_epi16(h0, h1), w);
-    return _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(lo, round), 18),
-                              _mm256_srai_epi32(_mm256_add_epi32(hi, round), 18));
-}
-
-void avx2VLinear8u(const int16_t* h0, const int16_t* h1, uint8_t* d, int w, size_t n) {
-    if (n < 32) return vLinear8uScalar(h0, h1, d, w, 0, n);
-    const __m256i wv = _mm256_set1_epi32((kWeightOne - w) | (w << 16));
-    auto step = [&](size_t i) {
-        auto ld = [](const int16_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); };
-        const __m256i a = vSums(ld(h0 + i), ld(h1 + i), wv);
-        const __m256i b = vSums(ld(h0 + i + 16), ld(h1 + i + 16), wv);
-        const __m256i r = _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), r);
-    };
-    size_t i = 0;
-    for (; i + 32 <= n; i += 32) step(i);
-    if (i < n) step(n - 32);  // the last values again, from the same inputs
-}
-
-// ---------------------------------------------------------------------------
 // 8U cubic resampling. Horizontal: four output pixels per step as in the
 // linear pass, each pixel's neighbours as two runs of pairs (p0, p1) and
-// (p2, p3), one multiply-add each. Vertical: 32 values per step.
+// (p2, p3), one multiply-add each.
 
 // The row sums of output pixels lo (low lane) and hi (high lane) of a step
 // of four, whose weight pairs (w0|w1, w2|w3) are w's.
@@ -149,27 +125,18 @@ void avx2HCubic8u(const uint8_t* row, int16_t* out, const CubicTaps8u& t, int n)
     hCubic8uScalar(row, out, t, 0, n);
 }
 
+
+// ---------------------------------------------------------------------------
+// The vertical passes: one template over the vector layer.
+
+void avx2VLinear8u(const int16_t* h0, const int16_t* h1, uint8_t* d, int w, size_t n) {
+    const int16_t* const rows[2] = {h0, h1};
+    const int32_t weights[1] = {(kWeightOne - w) | (w << 16)};
+    if (!weighRows<simd::Avx2, 1, 18>(rows, weights, d, n)) vLinear8uScalar(h0, h1, d, w, 0, n);
+}
+
 void avx2VCubic8u(const int16_t* const h[4], uint8_t* d, const int32_t coef[2], size_t n) {
-    if (n < 32) return vCubic8uScalar(h, d, coef, 0, n);
-    const __m256i w01 = _mm256_set1_epi32(coef[0]), w23 = _mm256_set1_epi32(coef[1]);
-    const __m256i round = _mm256_set1_epi32(1 << 16);
-    auto ld = [&](int j, size_t i) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(h[j] + i)); };
-    auto sums = [&](size_t i) {
-        const __m256i h0 = ld(0, i), h1 = ld(1, i), h2 = ld(2, i), h3 = ld(3, i);
-        const __m256i lo = _mm256_add_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(h0, h1), w01),
-                                            _mm256_madd_epi16(_mm256_unpacklo_epi16(h2, h3), w23));
-        const __m256i hi = _mm256_add_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(h0, h1), w01),
-                                            _mm256_madd_epi16(_mm256_unpackhi_epi16(h2, h3), w23));
-        return _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(lo, round), 17),
-                                  _mm256_srai_epi32(_mm256_add_epi32(hi, round), 17));
-    };
-    auto step = [&](size_t i) {
-        const __m256i r = _mm256_permute4x64_epi64(_mm256_packus_epi16(sums(i), sums(i + 16)), 0xD8);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), r);
-    };
-    size_t i = 0;
-    for (; i + 32 <= n; i += 32) step(i);
-    if (i < n) step(n - 32);  // the last values again, from the same inputs
+    if (!weighRows<simd::Avx2, 2, 17>(h, coef, d, n)) vCubic8uScalar(h, d, coef, 0, n);
 }
 
 // ---------------------------------------------------------------------------

@@ -6,6 +6,8 @@
 #include <emmintrin.h>
 
 #include "geometry/kernels.hpp"
+#include "geometry/vec_resample.hpp"
+#include "simd/sse2.hpp"
 
 namespace ozl::geometry {
 
@@ -55,34 +57,8 @@ void sse2HLinear8u(const uint8_t* row, int16_t* out, const LinearTaps8u& t, int 
 }
 
 // ---------------------------------------------------------------------------
-// Vertical pass, 16 values per step.
-
-__m128i vSums(__m128i h0, __m128i h1, __m128i w) {
-    const __m128i round = _mm_set1_epi32(1 << 17);
-    const __m128i lo = _mm_madd_epi16(_mm_unpacklo_epi16(h0, h1), w);
-    const __m128i hi = _mm_madd_epi16(_mm_unpackhi_epi16(h0, h1), w);
-    return _mm_packs_epi32(_mm_srai_epi32(_mm_add_epi32(lo, round), 18),
-                           _mm_srai_epi32(_mm_add_epi32(hi, round), 18));
-}
-
-void sse2VLinear8u(const int16_t* h0, const int16_t* h1, uint8_t* d, int w, size_t n) {
-    if (n < 16) return vLinear8uScalar(h0, h1, d, w, 0, n);
-    const __m128i wv = _mm_set1_epi32((kWeightOne - w) | (w << 16));
-    auto step = [&](size_t i) {
-        auto ld = [](const int16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
-        const __m128i a = vSums(ld(h0 + i), ld(h1 + i), wv);
-        const __m128i b = vSums(ld(h0 + i + 8), ld(h1 + i + 8), wv);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_packus_epi16(a, b));
-    };
-    size_t i = 0;
-    for (; i + 16 <= n; i += 16) step(i);
-    if (i < n) step(n - 16);  // the last values again, from the same inputs
-}
-
-// ---------------------------------------------------------------------------
-// 8U cubic resampling: the four neighbours as two runs of pairs, each weighed
-// by one multiply-add; two output pixels per horizontal step, 16 values per
-// vertical one.
+// Horizontal pass of 8U cubic resampling: the four neighbours as two runs of
+// pairs, each weighed by one multiply-add; two output pixels per step.
 
 // (p0 w0 + p1 w1 + p2 w2 + p3 w3 + 16) >> 5 for each channel of the pixel at p.
 template <int cn>
@@ -115,26 +91,18 @@ void sse2HCubic8u(const uint8_t* row, int16_t* out, const CubicTaps8u& t, int n)
     hCubic8uScalar(row, out, t, 0, n);
 }
 
+
+// ---------------------------------------------------------------------------
+// The vertical passes: one template over the vector layer.
+
+void sse2VLinear8u(const int16_t* h0, const int16_t* h1, uint8_t* d, int w, size_t n) {
+    const int16_t* const rows[2] = {h0, h1};
+    const int32_t weights[1] = {(kWeightOne - w) | (w << 16)};
+    if (!weighRows<simd::Sse2, 1, 18>(rows, weights, d, n)) vLinear8uScalar(h0, h1, d, w, 0, n);
+}
+
 void sse2VCubic8u(const int16_t* const h[4], uint8_t* d, const int32_t coef[2], size_t n) {
-    if (n < 16) return vCubic8uScalar(h, d, coef, 0, n);
-    const __m128i w01 = _mm_set1_epi32(coef[0]), w23 = _mm_set1_epi32(coef[1]);
-    const __m128i round = _mm_set1_epi32(1 << 16);
-    auto ld = [&](int j, size_t i) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(h[j] + i)); };
-    auto sums = [&](size_t i) {
-        const __m128i h0 = ld(0, i), h1 = ld(1, i), h2 = ld(2, i), h3 = ld(3, i);
-        const __m128i lo = _mm_add_epi32(_mm_madd_epi16(_mm_unpacklo_epi16(h0, h1), w01),
-                                         _mm_madd_epi16(_mm_unpacklo_epi16(h2, h3), w23));
-        const __m128i hi = _mm_add_epi32(_mm_madd_epi16(_mm_unpackhi_epi16(h0, h1), w01),
-                                         _mm_madd_epi16(_mm_unpackhi_epi16(h2, h3), w23));
-        return _mm_packs_epi32(_mm_srai_epi32(_mm_add_epi32(lo, round), 17),
-                               _mm_srai_epi32(_mm_add_epi32(hi, round), 17));
-    };
-    auto step = [&](size_t i) {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_packus_epi16(sums(i), sums(i + 8)));
-    };
-    size_t i = 0;
-    for (; i + 16 <= n; i += 16) step(i);
-    if (i < n) step(n - 16);  // the last values again, from the same inputs
+    if (!weighRows<simd::Sse2, 2, 17>(h, coef, d, n)) vCubic8uScalar(h, d, coef, 0, n);
 }
 
 // ---------------------------------------------------------------------------
