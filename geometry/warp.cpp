@@ -65,6 +65,16 @@ void positions(const Context& k, const core::SampledSource& s, const core::Sampl
         case Mapping::Remap: {
             const core::RowView& mx = r.aligned[0];
             const core::RowView& my = r.aligned[1];
+            if (mx.pixelStep == sizeof(float) && my.pixelStep == sizeof(float)) {
+                // Dense maps: a loop the compiler turns into vector conversions.
+                const char* px = mx.data + from * sizeof(float);
+                const char* py = my.data + from * sizeof(float);
+                for (int i = 0; i < n; ++i) {
+                    sx[i] = loadValue<float>(px + i * sizeof(float));
+                    sy[i] = loadValue<float>(py + i * sizeof(float));
+                }
+                break;
+            }
             for (int i = 0; i < n; ++i) {
                 sx[i] = loadValue<float>(mx.data + (from + i) * mx.pixelStep);
                 sy[i] = loadValue<float>(my.data + (from + i) * my.pixelStep);
@@ -169,9 +179,13 @@ void runWarp(const Entry& entry, OzlImage* src, OzlImage* dst, const Mapping& ma
     job.width = job.areaWidth = size.width;
     job.height = job.areaHeight = size.height;
     if (mapping.kind == Mapping::Affine && !fill) affineArea(mapping, rs.width, rs.height, job);
-    // Destination blocks whose sources stay in the caches while they are read.
-    job.blockWidth = kBlockWidth;
-    job.blockHeight = kBlockHeight;
+    // Destination blocks whose sources stay in the caches while they are read;
+    // remapping reads its maps in rows, which the blocks would cut into
+    // short pieces of many rows.
+    if (mapping.kind != Mapping::Remap) {
+        job.blockWidth = kBlockWidth;
+        job.blockHeight = kBlockHeight;
+    }
     walkDone(entry, core::walkSampled(job));
     image::releaseMask(mask);
 }
