@@ -48,17 +48,6 @@ TEST(StockReports, SilentOutsideTheirReportingModes) {
     }
 }
 
-TEST(StdErrReport, ReachedThroughOzlErrorExceptForZero) {
-    ModeScope scope(OZL_ErrModeParent);
-    const OzlErrorCallBack previous = ozlRedirectError(ozlStdErrReport);
-    EXPECT_EQ(captureStderr([&] { EXPECT_EQ(ozlError(-24, "ozlCopy", "bad coi", "ozlcopy", 40), -24); }),
-              "\nOZL Library Error: Incorrect COI of the image \n\tin function [ozlcopy:40]:ozlCopy(): bad coi\n");
-    EXPECT_EQ(ozlGetErrStatus(), -24);
-    EXPECT_EQ(captureStderr([&] { ozlError(0, "f", "c", "m", 1); }), "");
-    ozlRedirectError(previous);
-    ozlSetErrStatus(0);
-}
-
 #if !defined(_WIN32)
 
 // Marks, after the report, that exit handlers ran: termination is an ordinary exit.

@@ -56,12 +56,7 @@ void expectSums(const OzlMomentState state, const Sums& ref, bool isFloat) {
 
 struct Layout { int width, height, nCh, order, coi, x, y, w, h; };
 
-// Every test ends without a report it did not expect.
-class Moments : public testing::Test {
-protected:
-    void TearDown() override { EXPECT_TRUE(errors.empty()) << errors.last(); }
-    ErrorCapture errors;
-};
+using Moments = StatsTest;
 
 const unsigned kAllDepths[] = {OZL_DEPTH_1U, OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U, OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F};
 

@@ -60,12 +60,7 @@ void expectNorm(double got, double expected, unsigned depth, int type) {
 
 struct Layout { int width, height, nCh, order; bool alpha; int coi; };
 
-// Every test ends without a report it did not expect.
-class Norm : public testing::Test {
-protected:
-    void TearDown() override { EXPECT_TRUE(errors.empty()) << errors.last(); }
-    ErrorCapture errors;
-};
+using Norm = StatsTest;
 
 TEST_F(Norm, EveryTypeAndDepthAgainstSumsOfTheSharedRegion) {
     const unsigned depths[] = {OZL_DEPTH_1U, OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U, OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F};

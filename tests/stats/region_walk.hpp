@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "ozl.h"
 #include "support/test_image.hpp"
 
@@ -54,18 +56,23 @@ void forSharedRegion(const OzlImage* im, std::initializer_list<const OzlImage*> 
         }
 }
 
+// A clean status to start from (a negative one left over stops these
+// operations), and no report the test did not clear.
+class StatsTest : public testing::Test {
+protected:
+    void SetUp() override { ozlSetErrStatus(OZL_StsOk); }
+    void TearDown() override { EXPECT_TRUE(errors.empty()) << errors.last(); }
+    ErrorCapture errors;
+};
+
 // While alive, every report clears the stored status, so that operations that
 // stop only on a negative status go on; seen() lists the messages.
 struct ClearingHandler {
     ClearingHandler() : previous(ozlRedirectError(clear)) { seen().clear(); }
     ~ClearingHandler() { ozlRedirectError(previous); }
-    static std::vector<std::string>& seen() {
-        static std::vector<std::string> messages;
-        return messages;
-    }
+    static std::vector<std::string>& seen() { static std::vector<std::string> messages; return messages; }
     static OzlStatus OZL_CALL clear(OzlStatus status, const char*, const char* context, const char*, int) {
-        seen().push_back(context);
-        ozlSetErrStatus(OZL_StsOk);
+        seen().push_back(context), ozlSetErrStatus(OZL_StsOk);
         return status;
     }
     OzlErrorCallBack previous;
