@@ -27,11 +27,9 @@ TEST(ErrorContext, EachThreadGetsItsOwnInitialisedContext) {
     const OzlErrorContext* theirs = nullptr;
     std::thread([&] {
         OzlErrorContext* c = tlsContext();
-        theirs = c;
-        copy = *c;
+        theirs = c, copy = *c;
         // Tables left behind must go with the thread (the sanitizer build checks).
-        c->caches.fft.tables[3] = ozlMalloc(4096);
-        c->caches.fft.count = 1;
+        c->caches.fft.tables[3] = ozlMalloc(4096), c->caches.fft.count = 1;
     }).join();
     EXPECT_NE(theirs, mine);
     EXPECT_EQ(std::make_tuple(copy.status, copy.mode, copy.callback), std::make_tuple(0, OZL_ErrModeLeaf, &ozlGuiBoxReport));
@@ -43,27 +41,14 @@ TEST(ErrorContext, ReleaseFreesTablesAndZeroesCounts) {
     initContext(&context);
     // Tables as the transforms leave them: some slots filled, not necessarily packed.
     for (int i : {0, 5, kTransformTableSlots - 1}) context.caches.fft.tables[i] = ozlMalloc(64 * (i + 1));
-    context.caches.fft.count = 3;
-    context.caches.dct.tables[2] = ozldMalloc(100);
-    context.caches.dct.count = 1;
-    context.caches.scratch = ozlMalloc(256);
-    context.caches.cachedSize = 256;
-    context.caches.useClock = 9;
+    TransformCaches& c = context.caches;
+    c.fft.count = 3, c.dct.tables[2] = ozldMalloc(100), c.dct.count = 1;
+    c.scratch = ozlMalloc(256), c.cachedSize = 256, c.useClock = 9;
     for (int twice = 0; twice < 2; ++twice) {  // the sanitizer build reports any block left behind
         releaseTransformCaches(&context);
         EXPECT_TRUE(cachesAreEmpty(context.caches));
     }
     EXPECT_EQ(context.callback, ozlGuiBoxReport);
-}
-
-TEST(Alloc, RawAddressSitsInTheGapBelowTheBlock) {
-    for (int length : {0, 17, 4096}) {
-        auto* p = static_cast<unsigned char*>(ozlMalloc(length));
-        ASSERT_NE(p, nullptr);
-        const std::ptrdiff_t gap = p - static_cast<unsigned char*>(reinterpret_cast<void**>(p)[-1]);
-        EXPECT_TRUE(gap >= static_cast<std::ptrdiff_t>(sizeof(void*)) && gap <= 35) << gap;
-        ozlFree(p);
-    }
 }
 
 }  // namespace

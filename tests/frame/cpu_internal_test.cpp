@@ -24,9 +24,9 @@ TEST(Cpu, DetectionMatchesTheCompilersViewAndForceCapsIt) {
     EXPECT_EQ(ozl::cpu::active(), found);
     ozl::cpu::force(Level::Ref);
     EXPECT_EQ(ozl::cpu::active(), Level::Ref);
-    ozl::cpu::force(Level::Sse2);
+    ozl::cpu::force(Level::Sse2);  // never above what the processor has
     EXPECT_EQ(ozl::cpu::active(), found == Level::Ref ? Level::Ref : Level::Sse2);
-    ozl::cpu::force(ozl::cpu::kTopLevel);  // never above what the processor has
+    ozl::cpu::force(ozl::cpu::kTopLevel);
     EXPECT_EQ(ozl::cpu::active(), found);
 }
 

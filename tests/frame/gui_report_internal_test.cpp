@@ -13,10 +13,7 @@ namespace {
 
 using namespace ozl::frame;
 
-struct Asked {
-    std::string text, caption;
-    unsigned flags;
-};
+struct Asked { std::string text, caption; unsigned flags; };
 
 std::vector<Asked> g_asked;
 int g_answer = kAnswerOk;
@@ -36,10 +33,8 @@ class GuiBoxReport : public ::testing::Test {
 protected:
     void SetUp() override { g_asked.clear(), previousPrompt_ = setUserPrompt(recordingPrompt); }
     void TearDown() override { setUserPrompt(previousPrompt_), ozlSetErrMode(savedMode_); }
-    OzlStatus report(int mode, int answer, OzlStatus status, const char* func = "f", const char* context = "c",
-                     const char* file = "m", int line = 1) {
-        ozlSetErrMode(mode);
-        g_answer = answer;
+    OzlStatus report(int mode, int answer, OzlStatus status, const char* func = "f", const char* context = "c", const char* file = "m", int line = 1) {
+        ozlSetErrMode(mode), g_answer = answer;
         return ozlGuiBoxReport(status, func, context, file, line);
     }
     UserPrompt previousPrompt_ = nullptr;
@@ -54,13 +49,7 @@ const std::string kLeafSuffix = "\n\nErrMode=OZL_ErrorModeLeaf\n\nTerminate the 
 TEST_F(GuiBoxReport, QuestionTextAndButtons) {
     const std::string func(300, 'f'), file(300, 'm'), context(150, 'c');
     const std::string unsupported = "In function f(): [file m, line 2]\nc\n\nUnsupported function\n(status: -6)";
-    const struct {
-        int mode, answer;
-        OzlStatus status;
-        const char *func, *context, *file;
-        int line;
-        std::string text;
-    } cases[] = {
+    const struct { int mode, answer; OzlStatus status; const char *func, *context, *file; int line; std::string text; } cases[] = {
         {OZL_ErrModeParent, kAnswerOk, -5, "ozlAdd", "(srcImageA->depth != dstImage->depth)", "ozladd", 97,
          "In function ozlAdd(): [file ozladd, line 97]\n(srcImageA->depth != dstImage->depth)\n\nBad argument\n(status: -5)"},
         {OZL_ErrModeLeaf, kAnswerNo, -117, "ozlCopy", "ctx", "ozlcopy", 3,
@@ -117,18 +106,13 @@ void answerTerminating(bool leaf) {
 void atExitMarker() { std::fputs("[exit handlers ran]", stderr); }
 
 TEST_F(GuiBoxReport, TerminatingAnswersExitAfterInformationBox) {
-    ozl::test::ChildOutcome out = ozl::test::runInChild([] {
-        std::atexit(atExitMarker);
-        answerTerminating(false);
-        return 3;
-    });
+    ozl::test::ChildOutcome out = ozl::test::runInChild([] { std::atexit(atExitMarker), answerTerminating(false); return 3; });
     EXPECT_EQ(out.exitCode, 1);
-    EXPECT_EQ(out.err, "<2011|OZL 2.1|In function f(): [file m, line 1]\nc\n\nBad argument\n(status: -5)" +
-                           kParentSuffix + ">" + kExitRecord + "[exit handlers ran]");
+    EXPECT_EQ(out.err, "<2011|OZL 2.1|In function f(): [file m, line 1]\nc\n\nBad argument\n(status: -5)" + kParentSuffix + ">" + kExitRecord +
+                           "[exit handlers ran]");
     out = ozl::test::runInChild([] { answerTerminating(true); return 3; });
     EXPECT_EQ(out.exitCode, 1);
-    EXPECT_EQ(out.err, "<2014|OZL 2.1|Called from f(): [file m, line 1]\nc\n\nAutotrace call\n(status: -8)" +
-                           kLeafSuffix + ">" + kExitRecord);
+    EXPECT_EQ(out.err, "<2014|OZL 2.1|Called from f(): [file m, line 1]\nc\n\nAutotrace call\n(status: -8)" + kLeafSuffix + ">" + kExitRecord);
 }
 
 #else  // _WIN32: the child process is a death test.

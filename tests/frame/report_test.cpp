@@ -40,24 +40,12 @@ TEST(StdErrReport, ExactTextInParentAndUnknownModes) {
 }
 
 TEST(StockReports, SilentOutsideTheirReportingModes) {
-    const struct { OzlErrorCallBack report; int mode; } cases[] = {
-        {ozlStdErrReport, OZL_ErrModeSilent}, {ozlGuiBoxReport, OZL_ErrModeSilent},
-        {ozlNulDevReport, OZL_ErrModeParent}, {ozlNulDevReport, OZL_ErrModeSilent}, {ozlNulDevReport, 5}};
+    const struct { OzlErrorCallBack report; int mode; } cases[] = {{ozlStdErrReport, OZL_ErrModeSilent}, {ozlGuiBoxReport, OZL_ErrModeSilent},
+                                                               {ozlNulDevReport, OZL_ErrModeParent}, {ozlNulDevReport, OZL_ErrModeSilent}, {ozlNulDevReport, 5}};
     for (const auto& c : cases) {
         ModeScope scope(c.mode);
         EXPECT_EQ(captureStderr([&] { EXPECT_EQ(c.report(-9, "f", "c", "m", 1), -9); }), "") << "mode " << c.mode;
     }
-}
-
-TEST(StdErrReport, ReachedThroughOzlErrorExceptForZero) {
-    ModeScope scope(OZL_ErrModeParent);
-    const OzlErrorCallBack previous = ozlRedirectError(ozlStdErrReport);
-    EXPECT_EQ(captureStderr([&] { EXPECT_EQ(ozlError(-24, "ozlCopy", "bad coi", "ozlcopy", 40), -24); }),
-              "\nOZL Library Error: Incorrect COI of the image \n\tin function [ozlcopy:40]:ozlCopy(): bad coi\n");
-    EXPECT_EQ(ozlGetErrStatus(), -24);
-    EXPECT_EQ(captureStderr([&] { ozlError(0, "f", "c", "m", 1); }), "");
-    ozlRedirectError(previous);
-    ozlSetErrStatus(0);
 }
 
 #if !defined(_WIN32)
@@ -76,22 +64,15 @@ const char* const kBoxText = "OZL 2.1\nIn function ozlAdd(): [file ozladd, line 
 
 TEST(StockReports, LeafModeExitsWithOne) {
     expectChild([] {
-        std::atexit(atExitMarker);
-        ozlSetErrMode(OZL_ErrModeLeaf);
-        ozlRedirectError(ozlStdErrReport);
+        std::atexit(atExitMarker), ozlSetErrMode(OZL_ErrModeLeaf), ozlRedirectError(ozlStdErrReport);
         ozlError(-5, "ozlAdd", "msg", "ozladd", 12);
         return 3;  // not reached
     }, 1, std::string("\nOZL Library Error: Bad argument \n\tin function [ozladd:12]:ozlAdd(): msg\n") +
               kLeafTrailer + "[exit handlers ran]");
-    expectChild([] {  // trace codes terminate too
-        ozlSetErrMode(OZL_ErrModeLeaf);
-        ozlStdErrReport(-8, "f", "inner", nullptr, 0);
-        return 3;
-    }, 1, std::string("\tcalled from:f(inner)\n") + kLeafTrailer);
+    expectChild([] { ozlSetErrMode(OZL_ErrModeLeaf), ozlStdErrReport(-8, "f", "inner", nullptr, 0); return 3; },  // trace codes too
+                1, std::string("\tcalled from:f(inner)\n") + kLeafTrailer);
     expectChild([] {
-        std::atexit(atExitMarker);
-        ozlSetErrMode(OZL_ErrModeLeaf);
-        ozlRedirectError(ozlNulDevReport);
+        std::atexit(atExitMarker), ozlSetErrMode(OZL_ErrModeLeaf), ozlRedirectError(ozlNulDevReport);
         ozlError(-4, "f", "c", "m", 1);
         return 3;
     }, 1, "[exit handlers ran]");
@@ -101,14 +82,11 @@ TEST(StockReports, LeafModeExitsWithOne) {
 // question ends the process, the Parent question continues.
 TEST(GuiBoxReport, WithoutTerminal) {
     expectChild([] {
-        setsid();  // drops the controlling terminal
-        ozlSetErrMode(OZL_ErrModeParent);
+        setsid(), ozlSetErrMode(OZL_ErrModeParent);  // setsid drops the controlling terminal
         return ozlGuiBoxReport(-5, "ozlAdd", "msg", "ozladd", 12) == -5 ? 0 : 3;
     }, 0, std::string(kBoxText) + "\n\nErrMode=OZL_ErrorModeParent\n\nContinue?\n");
     expectChild([] {
-        setsid();
-        std::atexit(atExitMarker);
-        ozlSetErrMode(OZL_ErrModeLeaf);
+        setsid(), std::atexit(atExitMarker), ozlSetErrMode(OZL_ErrModeLeaf);
         ozlError(-5, "ozlAdd", "msg", "ozladd", 12);  // the default report of a thread
         return 3;
     }, 1, std::string(kBoxText) + "\n\nErrMode=OZL_ErrorModeLeaf\n\nTerminate the application?\n"
@@ -118,19 +96,9 @@ TEST(GuiBoxReport, WithoutTerminal) {
 #else  // _WIN32: the child process is a death test.
 
 TEST(StockReports, LeafModeExitsWithOne) {
-    EXPECT_EXIT(
-        {
-            ozlSetErrMode(OZL_ErrModeLeaf);
-            ozlRedirectError(ozlStdErrReport);
-            ozlError(-5, "ozlAdd", "msg", "ozladd", 12);
-        },
-        ::testing::ExitedWithCode(1), "ErrMode=OZL_ErrModeLeaf\nterminating the application$");
-    EXPECT_EXIT(
-        {
-            ozlSetErrMode(OZL_ErrModeLeaf);
-            ozlNulDevReport(-4, "f", "c", "m", 1);
-        },
-        ::testing::ExitedWithCode(1), "^$");
+    EXPECT_EXIT((ozlSetErrMode(OZL_ErrModeLeaf), ozlRedirectError(ozlStdErrReport), ozlError(-5, "ozlAdd", "msg", "ozladd", 12)),
+                ::testing::ExitedWithCode(1), "ErrMode=OZL_ErrModeLeaf\nterminating the application$");
+    EXPECT_EXIT((ozlSetErrMode(OZL_ErrModeLeaf), ozlNulDevReport(-4, "f", "c", "m", 1)), ::testing::ExitedWithCode(1), "^$");
 }
 
 #endif

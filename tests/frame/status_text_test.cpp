@@ -12,17 +12,16 @@ namespace {
 const char* const kUnknown = "Unknown error or status code";
 
 const char* const kPlain[] = {
-    "No Error", "Backtrace", nullptr, "Internal error (bad state)", "Out of memory", "Bad argument",
-    "Unsupported function", "Iteration convergence failed", "Autotrace call", "Null pointer to an image header",
-    "Incorrect image size", "Incorrect offset of ROI of the image",
+    "No Error", "Backtrace", nullptr, "Internal error (bad state)", "Out of memory", "Bad argument", "Unsupported function",
+    "Iteration convergence failed", "Autotrace call", "Null pointer to an image header", "Incorrect image size",
+    "Incorrect offset of ROI of the image",
     "One from two pointers should be null, and other should be not null, imageData or tileInfo ",
     "Incorrect widthStep of the image", "Incorrect Color model or channel sequence of the image",
     "Incorrect number of channels in the image", "Number of channels for 1U depth image must be one",
     "Incorrect depth value in the image header", "Incorrect alpha channel number in the image header",
     "Incorrect data order value in the image header", "Incorrect data origin value in the image header",
-    "Incorrect data alignment value in the image header", "Null pointer to callback function",
-    "Incorrect size of the tile", "Incorrect COI of the image", "Incorrect size of ROI in the image header",
-    "Mask image is taled",
+    "Incorrect data alignment value in the image header", "Null pointer to callback function", "Incorrect size of the tile",
+    "Incorrect COI of the image", "Incorrect size of ROI in the image header", "Mask image is taled",
 };
 
 // Index i of the table is status -i (-2 is a hole); the mask texts share their

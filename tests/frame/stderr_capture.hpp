@@ -26,8 +26,7 @@ std::string captureStderr(Body body) {
     dup2(fileno(file), 2);
     body();
     std::fflush(stderr);
-    dup2(saved, 2);
-    close(saved);
+    dup2(saved, 2), close(saved);
     std::string text;
     std::rewind(file);
     char chunk[512];
@@ -38,18 +37,14 @@ std::string captureStderr(Body body) {
 }
 
 #if !defined(_WIN32)
-struct ChildOutcome {
-    int exitCode = -1;  // -1 unless the child ended through exit
-    std::string err;
-};
+struct ChildOutcome { int exitCode = -1; std::string err; };  // -1 unless the child ended through exit
 
 // Runs body in a child process with standard error on a pipe; the child ends
 // with body's result unless body ends it first.
 template <class Body>
 ChildOutcome runInChild(Body body) {
     ChildOutcome outcome;
-    std::fflush(stdout);
-    std::fflush(stderr);
+    std::fflush(stdout), std::fflush(stderr);
     int fds[2];
     if (pipe(fds) != 0) return outcome;
     const pid_t pid = fork();

@@ -17,8 +17,8 @@ void OZL_CALL noTiles(const OzlImage*, int, int, int) {}
 
 // A valid 4x4 header over caller pixels: 8-bit with 3 channels, or a 1-bit mask.
 OzlImage validHeader(char* pixels, bool mask) {
-    OzlImage* made = ozlCreateImageHeader(mask ? 1 : 3, 0, mask ? OZL_DEPTH_1U : OZL_DEPTH_8U, "RGB", "BGR", 0, 0, 4,
-                                          4, 4, nullptr, nullptr, nullptr, nullptr);
+    OzlImage* made = ozlCreateImageHeader(mask ? 1 : 3, 0, mask ? OZL_DEPTH_1U : OZL_DEPTH_8U, "RGB", "BGR", 0, 0, 4, 4, 4,
+                                          nullptr, nullptr, nullptr, nullptr);
     OzlImage image = *made;
     ozlDeallocateHeader(made);
     image.imageData = pixels;
@@ -28,16 +28,11 @@ OzlImage validHeader(char* pixels, bool mask) {
 // A valid image and the records the cases hang on it: a mask, the mask's mask
 // and a third level, a tile record, ROIs. `checked` is what gets checked.
 struct Scene {
-    alignas(32) char pixels[64] = {};
-    alignas(32) char maskPixels[16] = {};
-    alignas(32) char innerPixels[16] = {};
+    alignas(32) char pixels[64] = {}, maskPixels[16] = {}, innerPixels[16] = {};
     OzlImage image = validHeader(pixels, false);
-    OzlImage mask = validHeader(maskPixels, true);
-    OzlImage inner = validHeader(innerPixels, true);
-    OzlImage innermost = validHeader(innerPixels, true);
+    OzlImage mask = validHeader(maskPixels, true), inner = validHeader(innerPixels, true), innermost = validHeader(innerPixels, true);
     OzlTileInfo tile{noTiles, nullptr, nullptr, 8, 8};
-    OzlROI roi{0, 0, 0, 1, 1};
-    OzlROI maskRoi{0, 0, 0, 1, 1};
+    OzlROI roi{0, 0, 0, 1, 1}, maskRoi{0, 0, 0, 1, 1};
     const OzlImage* checked = &image;
 
     void tiled() { image.imageData = nullptr; image.tileInfo = &tile; }
@@ -50,12 +45,7 @@ struct Scene {
 
 // A change to the scene, applied once per value.
 #define SET(...) [](Scene& s, int64_t v) { (void)v; __VA_ARGS__; }
-struct Case {
-    std::string what;
-    std::function<void(Scene&, int64_t)> change;
-    OzlStatus status;
-    std::vector<int64_t> values = {0};
-};
+struct Case { std::string what; std::function<void(Scene&, int64_t)> change; OzlStatus status; std::vector<int64_t> values = {0}; };
 
 // Most cases also break a later rule, so that the order of the checks shows.
 const Case kCases[] = {
@@ -71,12 +61,9 @@ const Case kCases[] = {
     {"width", SET(s.image.width = 0; s.image.nChannels = 0), -10},
     {"height", SET(s.image.height = -2; s.image.nChannels = 0), -10},
     {"channels", SET(s.image.nChannels = 0; s.image.depth = OZL_DEPTH_1U), -15},
-    {"1-bit channels", SET(s.image.nChannels = 2; s.image.depth = OZL_DEPTH_1U;
-                           s.image.alphaChannel = 1), -16},
-    {"depth", SET(s.image.depth = static_cast<uint32_t>(v); s.image.alphaChannel = 1), -17,
-     {0, 2, 7, 24, 33, 64, 0x80000001, 0x80000040, 0x80000000, 0x40000008}},
-    {"legal depth", SET(s.image.depth = static_cast<uint32_t>(v)), 0,
-     {OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U, OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F}},
+    {"1-bit channels", SET(s.image.nChannels = 2; s.image.depth = OZL_DEPTH_1U; s.image.alphaChannel = 1), -16},
+    {"depth", SET(s.image.depth = static_cast<uint32_t>(v); s.image.alphaChannel = 1), -17, {0, 2, 7, 24, 33, 64, 0x80000001, 0x80000040, 0x80000000, 0x40000008}},
+    {"legal depth", SET(s.image.depth = static_cast<uint32_t>(v)), 0, {OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U, OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F}},
     {"alpha", SET(s.image.alphaChannel = v; s.image.dataOrder = 5), -18, {-1, 1, 2, 4}},
     {"alpha last", SET(s.image.alphaChannel = 3), 0},
     {"order", SET(s.image.dataOrder = v; s.image.origin = 5), -19, {-1, 2}},
@@ -93,30 +80,22 @@ const Case kCases[] = {
     {"mask channels", SET(s.masked(); s.mask.nChannels = 2), -116},
     {"mask ROI offset", SET(s.masked(); s.mask.roi = &s.maskRoi; s.maskRoi.xOffset = -1), -111},
     {"mask ROI channel", SET(s.masked(); s.mask.roi = &s.maskRoi; s.maskRoi.coi = 2), -124},
-    {"mask ROI past the mask, then the image's ROI",
-     SET(s.masked(); s.mask.roi = &s.maskRoi; s.maskRoi = {1, 100, 0, 1, 1}), -24},
-    {"mask ROI past the mask",
-     SET(s.image.maskROI = &s.mask; s.mask.roi = &s.maskRoi; s.maskRoi.xOffset = 100), 0},
+    {"mask ROI past the mask, then the image's ROI", SET(s.masked(); s.mask.roi = &s.maskRoi; s.maskRoi = {1, 100, 0, 1, 1}), -24},
+    {"mask ROI past the mask", SET(s.image.maskROI = &s.mask; s.mask.roi = &s.maskRoi; s.maskRoi.xOffset = 100), 0},
     {"tile record before the ROI", SET(s.masked(); s.tiled(); s.tile.callBack = nullptr), -22},
-    {"the mask before the tile record",
-     SET(s.masked(); s.mask.depth = OZL_DEPTH_8U; s.tiled(); s.tile.callBack = nullptr), -117},
+    {"the mask before the tile record", SET(s.masked(); s.mask.depth = OZL_DEPTH_8U; s.tiled(); s.tile.callBack = nullptr), -117},
 
     {"mask of a mask", SET(s.twoMasks()), 0},
     {"inner imageSize", SET(s.twoMasks(); s.inner.imageSize = 0), -210},
     {"inner depth", SET(s.twoMasks(); s.inner.depth = OZL_DEPTH_8U), -217},
     {"inner tiled", SET(s.twoMasks(); s.inner.tileInfo = &s.tile), -126},
-    {"third level", SET(s.twoMasks(); s.inner.maskROI = &s.innermost; s.innermost.height = 0),
-     -310},
-    {"the mask itself shifts one level less",
-     SET(s.twoMasks(); s.inner.maskROI = &s.innermost; s.innermost.height = 0;
-         s.checked = &s.mask), -210},
+    {"third level", SET(s.twoMasks(); s.inner.maskROI = &s.innermost; s.innermost.height = 0), -310},
+    {"the mask itself shifts one level less", SET(s.twoMasks(); s.inner.maskROI = &s.innermost; s.innermost.height = 0; s.checked = &s.mask), -210},
 
     {"tile callback", SET(s.tiledWithBadRoi(); s.tile.callBack = nullptr; s.tile.width = 0), -22},
     {"tile width", SET(s.tiledWithBadRoi(); s.tile.width = v), -23, {0, -8, 4, 12, 20}},
-    {"tile height", SET(s.tiledWithBadRoi(); s.tile.width = 16; s.tile.height = v), -23,
-     {0, -8, 1, 12}},
-    {"tile 16x24, then the ROI",
-     SET(s.tiledWithBadRoi(); s.tile.width = 16; s.tile.height = 24), -11},
+    {"tile height", SET(s.tiledWithBadRoi(); s.tile.width = 16; s.tile.height = v), -23, {0, -8, 1, 12}},
+    {"tile 16x24, then the ROI", SET(s.tiledWithBadRoi(); s.tile.width = 16; s.tile.height = 24), -11},
     {"tile 16x24", SET(s.tiled(); s.tile.width = 16; s.tile.height = 24), 0},
 
     {"ROI", SET(s.image.roi = &s.roi), 0},

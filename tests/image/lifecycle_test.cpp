@@ -16,9 +16,7 @@
 
 namespace {
 
-using ozl::test::ErrorCapture;
-using ozl::test::ErrorReport;
-using ozl::test::TestImage;
+using namespace ozl::test;
 
 // Releases the header, library-owned data and the ROI; other records stay the test's.
 struct Release {
@@ -105,16 +103,10 @@ struct HeaderCall {
 TEST(CreateImageHeader, RefusesInCheckOrder) {
     TestImage grey(OZL_DEPTH_8U, 4, 4), overGrey(OZL_DEPTH_1U, 4, 4), overEmpty(OZL_DEPTH_1U, 4, 4);
     ImagePtr emptyMask = header(1, OZL_DEPTH_1U, 4, 4), tiledMask = header(1, OZL_DEPTH_1U, 8, 8, 0, 4, 0, &g_tile);
-    overGrey.setMask(&grey);
-    overEmpty->maskROI = emptyMask.get();
+    overGrey.setMask(&grey), overEmpty->maskROI = emptyMask.get();
     constexpr int kMax = 2147483647;
 #define SET(...) [&](HeaderCall& c, int64_t v) { (void)v; __VA_ARGS__; }
-    const struct {
-        std::string what;
-        std::function<void(HeaderCall&, int64_t)> change;
-        OzlStatus status;
-        std::vector<int64_t> values = {0};
-    } cases[] = {
+    const struct { std::string what; std::function<void(HeaderCall&, int64_t)> change; OzlStatus status; std::vector<int64_t> values = {0}; } cases[] = {
         {"width", SET(c.width = 0; c.nChannels = 0), -10},
         {"height", SET(c.height = -1; c.nChannels = 0), -10},
         {"channels", SET(c.nChannels = 0; c.depth = OZL_DEPTH_1U; c.model = nullptr), -15},
@@ -188,14 +180,7 @@ TEST(AllocateImage, RefusesInCheckOrder) {
     const auto callerData = [&](OzlImage* i) { i->imageData = pixels; i->tileInfo = &g_tile; };
     const auto none = [](OzlImage*) {};
     // A 4x4 one-channel header of `depth`, changed; no change: the call gets a NULL image.
-    const struct {
-        const char* func;
-        unsigned depth;
-        std::function<void(OzlImage*)> change;
-        OzlStatus status;
-        const char* context;
-        int line;
-    } cases[] = {
+    const struct { const char* func; unsigned depth; std::function<void(OzlImage*)> change; OzlStatus status; const char* context; int line; } cases[] = {
         {kInt, OZL_DEPTH_8U, nullptr, -5, "( image == ((void *)0) )", 256},
         {kInt, OZL_DEPTH_32F, callerData, -5, "( image->imageData != ((void *)0) )", 257},
         {kInt, OZL_DEPTH_32F, [&](OzlImage* i) { i->tileInfo = &g_tile; i->align = 3; }, -5, "( image->tileInfo != ((void *)0) )", 258},
@@ -233,12 +218,9 @@ TEST(AllocateImage, RefusesInCheckOrder) {
 OzlImage* dressed() {
     OzlImage* image = header(1, OZL_DEPTH_8U, 8, 8).release();
     OzlImage* mask = header(1, OZL_DEPTH_1U, 8, 8).release();
-    ozlAllocateImage(image, 0, 0);
-    ozlAllocateImage(mask, 0, 0);
-    image->roi = ozlCreateROI(0, 1, 1, 2, 2);
-    mask->roi = ozlCreateROI(0, 0, 0, 1, 1);
-    image->tileInfo = ozlCreateTileInfo(noTiles, nullptr, 8, 8);
-    mask->tileInfo = ozlCreateTileInfo(noTiles, nullptr, 16, 16);
+    ozlAllocateImage(image, 0, 0), ozlAllocateImage(mask, 0, 0);
+    image->roi = ozlCreateROI(0, 1, 1, 2, 2), mask->roi = ozlCreateROI(0, 0, 0, 1, 1);
+    image->tileInfo = ozlCreateTileInfo(noTiles, nullptr, 8, 8), mask->tileInfo = ozlCreateTileInfo(noTiles, nullptr, 16, 16);
     image->maskROI = mask;
     return image;
 }
@@ -263,8 +245,7 @@ TEST(Deallocate, EachFlagReleasesItsPartOnly) {
     ozlDeallocate(nullptr, OZL_IMAGE_ALL | OZL_IMAGE_MASK);
     // Caller data stays; ozlDeallocateImage forgets the pointer whoever owns it, freeing only its own.
     alignas(4) char pixels[16] = {1, 2, 3};
-    image = header(1, OZL_DEPTH_8U, 4, 4).release();
-    image->imageData = pixels;
+    (image = header(1, OZL_DEPTH_8U, 4, 4).release())->imageData = pixels;
     ozlDeallocate(image, OZL_IMAGE_DATA);
     EXPECT_EQ(std::make_pair(image->imageData, pixels[2]), std::make_pair(&pixels[0], '\3'));
     for (int round = 0; round < 3; ++round) {
@@ -276,24 +257,23 @@ TEST(Deallocate, EachFlagReleasesItsPartOnly) {
     ozlDeallocateHeader(nullptr);
 }
 
+// Values are stored unchecked, in record order, in an ozlMalloc block; setting
+// a tile record forgets the current tile; NULL records are ignored.
 TEST(RoiAndTileRecords, LayoutCreationAndRelease) {
-    // Values are stored unchecked, in record order, in an ozlMalloc block.
-    const OzlROI wantRoi{-1, -2, 3, 0, -5};
     int id = 0;
+    const OzlROI wantRoi{-1, -2, 3, 0, -5};
     const OzlTileInfo wantTile{noTiles, &id, nullptr, 12, -3};
     OzlROI* roi = ozlCreateROI(-1, -2, 3, 0, -5);
     OzlTileInfo* tile = ozlCreateTileInfo(noTiles, &id, 12, -3);
     ASSERT_TRUE(roi && tile);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(roi) % 32, 0u);
     EXPECT_EQ(0, std::memcmp(roi, &wantRoi, sizeof wantRoi) | std::memcmp(tile, &wantTile, sizeof wantTile));
-    ozlSetROI(nullptr, 1, 2, 3, 4, 5);
-    ozlDeleteROI(roi);
     char buffer[4];
     tile->tileData = buffer;
     ozlSetTileInfo(tile, nullptr, nullptr, 16, 24);
-    EXPECT_EQ(tile->tileData, nullptr);  // setting forgets the current tile
-    ozlSetTileInfo(nullptr, noTiles, nullptr, 8, 8);
-    ozlDeleteTileInfo(tile);
+    EXPECT_EQ(tile->tileData, nullptr);
+    ozlSetROI(nullptr, 1, 2, 3, 4, 5), ozlSetTileInfo(nullptr, noTiles, nullptr, 8, 8);
+    ozlDeleteROI(roi), ozlDeleteTileInfo(tile);
 }
 
 TEST(CloneImage, CopiesLayoutBordersRoiAndData) {
@@ -303,10 +283,7 @@ TEST(CloneImage, CopiesLayoutBordersRoiAndData) {
     OzlROI roi{2, 1, 2, 3, 1};
     TestImage mask(OZL_DEPTH_1U, 5, 4);
     int tag = 0;
-    source->roi = &roi;
-    source->maskROI = mask;
-    source->imageId = &tag;
-    source->ID = 5;
+    source->roi = &roi, source->maskROI = mask, source->imageId = &tag, source->ID = 5;
     ozlSetBorderMode(source.get(), 2, OZL_SIDE_LEFT | OZL_SIDE_TOP, -200);
     ozlSetBorderMode(source.get(), 3, OZL_SIDE_RIGHT, 77);
     ImagePtr clone(ozlCloneImage(source.get()));
@@ -320,8 +297,7 @@ TEST(CloneImage, CopiesLayoutBordersRoiAndData) {
     EXPECT_EQ(0, std::memcmp(clone->roi, &roi, sizeof roi));
     EXPECT_EQ(reinterpret_cast<uintptr_t>(clone->imageData) % 8, 0u);
     EXPECT_EQ(0, std::memcmp(clone->imageData, source->imageData, static_cast<size_t>(source->imageSize)));
-    clone->imageData[0] = 99;  // copies, not shared
-    clone->roi->width = 1;
+    clone->imageData[0] = 99, clone->roi->width = 1;  // copies, not shared
     EXPECT_EQ(std::make_pair(source->imageData[0], roi.width), std::make_pair('\0', 3));
     source->roi = nullptr;
 }
@@ -330,8 +306,7 @@ TEST(CloneImage, CallerPitchIsRepackedByTheRowRule) {
     std::vector<uint32_t> pixels(64, 0x01020304u);
     ImagePtr pitched = header(1, OZL_DEPTH_8U, 4, 4);
     pitched->imageData = reinterpret_cast<char*>(pixels.data());
-    pitched->widthStep = 64;
-    pitched->imageSize = 256;
+    pitched->widthStep = 64, pitched->imageSize = 256;
     ImagePtr pitchedClone(ozlCloneImage(pitched.get()));
     ASSERT_TRUE(pitchedClone && pitchedClone->imageDataOrigin);
     EXPECT_EQ(std::make_pair(pitchedClone->widthStep, pitchedClone->imageSize), std::make_pair(4, 16));
@@ -345,9 +320,7 @@ TEST(CloneImage, Refusals) {
     // Caller data with its own pitch whose layout by the row rule does not fit 32 bits.
     alignas(4) char pixels[4] = {};
     ImagePtr huge = header(4, OZL_DEPTH_32S, 8, 8);
-    huge->width = huge->height = 1 << 15;
-    huge->imageData = pixels;
-    huge->imageSize = huge->widthStep = 4;
+    huge->width = huge->height = 1 << 15, huge->imageData = pixels, huge->imageSize = huge->widthStep = 4;
     huge->roi = ozlCreateROI(0, 0, 0, 1, 1);
     const struct { const OzlImage* source; OzlStatus status; const char* context; int line; } cases[] = {
         {nullptr, -9, "Incorrect Image", 37},

@@ -13,9 +13,7 @@
 namespace {
 
 using namespace ozl::image;
-using ozl::test::TestImage;
-using ozl::test::TiledImage;
-using ozl::test::TileCall;
+using namespace ozl::test;
 using Calls = std::vector<TileCall>;
 
 // Clipped at the right and bottom edges only. Offsets and sizes near INT_MAX:
@@ -32,8 +30,7 @@ TEST(Region, ClipsAtTheRightAndBottomEdgesNearTheIntLimits) {
         SCOPED_TRACE(testing::Message() << c.side << " " << c.offset << " " << c.size);
         OzlROI roi{0, c.offset, c.offset, c.size, c.size};
         OzlImage image{};
-        image.width = image.height = c.side;
-        image.roi = &roi;
+        image.width = image.height = c.side, image.roi = &roi;
         const Rect r = regionRect(&image);
         EXPECT_EQ(std::make_tuple(r.x, r.y, r.width, r.height), std::make_tuple(c.offset, c.offset, c.clipped, c.clipped));
         const RegionStart s = regionStart(&image, 0);  // no data: no address either
@@ -127,8 +124,7 @@ TEST(TileWalker, StopsAtOnceWhenATileIsMissing) {
 TEST(TileWalker, UntiledOperandsAndMasksGetPieceRois) {
     TiledImage d(OZL_DEPTH_8U, 16, 16, 1, OZL_DATA_ORDER_PIXEL, 8, 8);
     TestImage src(OZL_DEPTH_8U, 20, 20), mask(OZL_DEPTH_1U, 20, 20);
-    src.setRoi(0, 2, 3, 16, 16);
-    mask.setRoi(0, 1, 1, 16, 16);
+    src.setRoi(0, 2, 3, 16, 16), mask.setRoi(0, 1, 1, 16, 16);
     const TileOperand ops[2] = {{src, TileAccess::Read}, {d, TileAccess::Write}};
     std::vector<std::tuple<int, int, int, int>> seen;
     walkTiles(ops, 2, mask, 16, 16, [&](const Piece& p) {
@@ -146,8 +142,7 @@ TEST(MaskCombination, NoneOneAndTheAndOfSeveral) {
     EXPECT_EQ(std::make_pair(at(c.image), c.flag), std::make_pair(at(nullptr), CombinedMask::Direct));
     c = combineMasks(one, 3);
     EXPECT_EQ(std::make_pair(at(c.image), c.flag), std::make_pair(at(m1), CombinedMask::Direct));
-    m1.fillRandom(1);
-    m2.fillRandom(2);
+    m1.fillRandom(1), m2.fillRandom(2);
     m2.setRoi(0, 3, 1, 20, 5);  // 20 x 5 at an odd bit offset
     const OzlImage* two[3] = {m1, nullptr, m2};
     c = combineMasks(two, 3);
@@ -155,7 +150,7 @@ TEST(MaskCombination, NoneOneAndTheAndOfSeveral) {
     ASSERT_EQ(std::make_pair(c.image->width, c.image->height), std::make_pair(20, 5));  // m1's 5 rows
     for (int y = 0; y < 5; ++y)
         for (int x = 0; x < 20; ++x)
-            EXPECT_EQ(ozl::test::valueOf(c.image, x, y, 0), m1.at(x, y) * m2.at(x + 3, y + 1)) << x << "," << y;
+            EXPECT_EQ(valueOf(c.image, x, y, 0), m1.at(x, y) * m2.at(x + 3, y + 1)) << x << "," << y;
     releaseMask(c);
     EXPECT_EQ(at(c.image), at(nullptr));
     m2.setRoi(0, 30, 0, 5, 5);  // starts past the mask: empty common region

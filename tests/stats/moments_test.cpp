@@ -1,7 +1,6 @@
-// Moments: the ten sums of every depth against exact sums of the region
-// (channels of interest, masks, offsets, rows longer than a kernel run), tiles
-// agreeing with untiled images, central moments against their definition, the
-// size normalisations, the wrapped 32-bit divisor, and every refusal.
+// Moments: the ten sums of every depth against exact sums of the region (COI,
+// masks, offsets, tiles, rows longer than a kernel run), central moments by
+// their definition, the normalisations, the wrapped 32-bit divisor, refusals.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,28 +10,21 @@
 
 #include "ozl.h"
 #include "stats/region_walk.hpp"
-#include "support/error_capture.hpp"
-#include "support/test_image.hpp"
 
 namespace {
 
-using ozl::test::ErrorCapture;
-using ozl::test::ErrorReport;
-using ozl::test::TestImage;
-using ozl::test::TiledImage;
+using namespace ozl::test;
 
-struct Sums {
-    double v[4][4] = {};
-};
+struct Sums { double v[4][4] = {}; };
 
 // Sum of x^m y^n I over the region's admitted pixels: exact in 64 bits for the
 // images used here (integer depths), in long double for 32F.
 Sums referenceSums(const TestImage& im, const OzlImage* mask = nullptr) {
-    const int c = ozl::test::processedChannels(im)[0];
-    const ozl::test::Rect r = ozl::test::regionOf(im);
+    const int c = processedChannels(im)[0];
+    const Rect r = regionOf(im);
     int64_t exact[4][4] = {};
     long double real[4][4] = {};
-    ozl::test::forSharedRegion(im, {}, {mask}, [&](int dx, int dy) {
+    forSharedRegion(im, {}, {mask}, [&](int dx, int dy) {
         const int64_t x = r.x + dx, y = r.y + dy;
         const double v = im.at(r.x + dx, r.y + dy, c);
         for (int m = 0; m <= 3; ++m)
@@ -56,24 +48,19 @@ void expectSums(const OzlMomentState state, const Sums& ref, bool isFloat) {
     for (int m = 0; m <= 3; ++m)
         for (int n = 0; m + n <= 3; ++n) {
             if (isFloat)
-                EXPECT_NEAR(state[m][n].value, ref.v[m][n], 1e-9 * (1 + std::fabs(ref.v[m][n])))
-                    << m << n;
+                EXPECT_NEAR(state[m][n].value, ref.v[m][n], 1e-9 * (1 + std::fabs(ref.v[m][n]))) << m << n;
             else
                 EXPECT_EQ(state[m][n].value, ref.v[m][n]) << m << n;
         }
 }
 
-struct Layout {
-    int width, height, nCh, order;
-    int coi;
-    int x, y, w, h;  // ROI
-};
+struct Layout { int width, height, nCh, order, coi, x, y, w, h; };
 
-const unsigned kAllDepths[] = {OZL_DEPTH_1U,  OZL_DEPTH_8U,  OZL_DEPTH_8S, OZL_DEPTH_16U,
-                               OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F};
+using Moments = StatsTest;
 
-TEST(Moments, EveryDepthAgainstExactSums) {
-    ErrorCapture errors;
+const unsigned kAllDepths[] = {OZL_DEPTH_1U, OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U, OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F};
+
+TEST_F(Moments, EveryDepthAgainstExactSums) {
     std::mt19937 rng(7);
     for (unsigned depth : kAllDepths) {
         const bool bits = depth == OZL_DEPTH_1U;
@@ -85,27 +72,20 @@ TEST(Moments, EveryDepthAgainstExactSums) {
         };
         for (const Layout& l : layouts) {
             if (bits && l.nCh > 1) continue;
-            SCOPED_TRACE(testing::Message() << "depth 0x" << std::hex << depth << std::dec
-                                            << " " << l.width << "x" << l.height << "x" << l.nCh);
+            SCOPED_TRACE(testing::Message() << "depth 0x" << std::hex << depth << std::dec << " " << l.width << "x" << l.nCh);
             TestImage im(depth, l.width, l.height, l.nCh, l.order);
             im.fillRandom(rng());
             im.setRoi(l.coi, l.x, l.y, l.w, l.h);
-            OzlMomentState state;
-            std::memset(state, 0, sizeof state);
+            OzlMomentState state = {};
             ozlMoments(im, state);
-            ASSERT_TRUE(errors.empty()) << errors.last();
             expectSums(state, referenceSums(im), depth == OZL_DEPTH_32F);
             // Scales are products of 1/W and 1/H.
-            const ozl::test::Rect r = ozl::test::regionOf(im);
-            const double iw = 1.0 / r.width, ih = 1.0 / r.height;
-            EXPECT_EQ(state[0][0].scale, 1.0);
-            EXPECT_EQ(state[1][0].scale, iw);
-            EXPECT_EQ(state[2][1].scale, iw * iw * ih);
-            EXPECT_EQ(state[0][3].scale, ih * ih * ih);
+            const double iw = 1.0 / regionOf(im).width, ih = 1.0 / regionOf(im).height;
+            EXPECT_EQ((std::vector<double>{state[0][0].scale, state[1][0].scale, state[2][1].scale, state[0][3].scale}),
+                      (std::vector<double>{1.0, iw, iw * iw * ih, ih * ih * ih}));
             EXPECT_EQ(state[2][2].value, 0.0);  // beyond order 3: never written
             for (int m = 0; m <= 3; ++m)
-                for (int n = 0; m + n <= 3; ++n)
-                    EXPECT_EQ(ozlSpatialMoment(im, m, n), state[m][n].value);
+                for (int n = 0; m + n <= 3; ++n) EXPECT_EQ(ozlSpatialMoment(im, m, n), state[m][n].value);
 
             // The mask keeps pixels out.
             TestImage mask(OZL_DEPTH_1U, l.width + 3, l.height);
@@ -117,13 +97,11 @@ TEST(Moments, EveryDepthAgainstExactSums) {
             im.setMask(nullptr);
         }
     }
-    EXPECT_TRUE(errors.empty());
 }
 
-// Rows longer than one kernel run (16384 bytes, 256 32-bit values), and 32-bit
-// values whose products a double could not add up exactly.
-TEST(Moments, LongRowsAndLargeProductsAreExact) {
-    ErrorCapture errors;
+// Rows longer than one kernel run (16384 bytes, 256 32-bit values), 32-bit
+// values whose products a double could not add up exactly, and tiles.
+TEST_F(Moments, LongRowsLargeProductsAndTilesAreExact) {
     TestImage bytes(OZL_DEPTH_8U, 16500, 2);
     bytes.fillRandom(3, 0, 100);  // M30 stays within the 64-bit reference
     TestImage ints(OZL_DEPTH_32S, 400, 2);
@@ -135,16 +113,10 @@ TEST(Moments, LongRowsAndLargeProductsAreExact) {
         ozlMoments(*im, state);
         expectSums(state, referenceSums(*im), false);
     }
-    EXPECT_TRUE(errors.empty());
-}
-
-TEST(Moments, TilesAgreeWithExactSums) {
-    ErrorCapture errors;
     for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_16U, OZL_DEPTH_32S, OZL_DEPTH_32F}) {
         TiledImage tiled(depth, 75, 37, 2, OZL_DATA_ORDER_PIXEL, 16, 8);
         tiled.pixels().fillRandom(depth, -50000, 50000);
-        tiled.setRoi(2, 5, 3, 64, 30);
-        tiled.pixels().setRoi(2, 5, 3, 64, 30);
+        tiled.setRoi(2, 5, 3, 64, 30), tiled.pixels().setRoi(2, 5, 3, 64, 30);
         TestImage mask(OZL_DEPTH_1U, 64, 30);
         mask.fillRandom(4);
         for (OzlImage* m : {static_cast<OzlImage*>(nullptr), static_cast<OzlImage*>(mask)}) {
@@ -155,12 +127,10 @@ TEST(Moments, TilesAgreeWithExactSums) {
         }
         tiled->maskROI = nullptr;
     }
-    EXPECT_TRUE(errors.empty());
 }
 
 // mu_mn by its definition, sum (x - xc)^m (y - yc)^n I, with the centroid.
-TEST(Moments, CentralMomentsMatchTheirDefinition) {
-    ErrorCapture errors;
+TEST_F(Moments, CentralMomentsMatchTheirDefinition) {
     TestImage im(OZL_DEPTH_16U, 23, 17);
     im.fillRandom(11, 0, 1000);
     im.setRoi(0, 4, 6, 15, 9);
@@ -178,10 +148,8 @@ TEST(Moments, CentralMomentsMatchTheirDefinition) {
             const double tol = 1e-7 * (std::fabs(static_cast<double>(mu)) + s.v[0][0] * 100);
             EXPECT_NEAR(ozlGetCentralMoment(state, m, n), static_cast<double>(mu), tol) << m << n;
             EXPECT_NEAR(ozlCentralMoment(im, m, n), static_cast<double>(mu), tol) << m << n;
-            EXPECT_NEAR(ozlNormalizedCentralMoment(im, m, n), static_cast<double>(mu) * scale,
-                        tol * scale);
-            EXPECT_EQ(ozlGetNormalizedCentralMoment(state, m, n),
-                      ozlGetCentralMoment(state, m, n) * scale);
+            EXPECT_NEAR(ozlNormalizedCentralMoment(im, m, n), static_cast<double>(mu) * scale, tol * scale);
+            EXPECT_EQ(ozlGetNormalizedCentralMoment(state, m, n), ozlGetCentralMoment(state, m, n) * scale);
             EXPECT_EQ(ozlGetNormalizedSpatialMoment(state, m, n), state[m][n].value * scale);
             EXPECT_EQ(ozlGetSpatialMoment(state, m, n), state[m][n].value);
         }
@@ -190,26 +158,20 @@ TEST(Moments, CentralMomentsMatchTheirDefinition) {
 
     // Two pixels at (x0, 0) and (x0 + 2, 0): mu20 = 2, exactly.
     TestImage two(OZL_DEPTH_8U, 30, 1);
-    two.put(20, 0, 0, 1);
-    two.put(22, 0, 0, 1);
-    EXPECT_EQ(ozlCentralMoment(two, 2, 0), 2.0);
-    EXPECT_EQ(ozlCentralMoment(two, 3, 0), 0.0);
-    EXPECT_EQ(ozlCentralMoment(two, 0, 2), 0.0);
+    two.put(20, 0, 0, 1), two.put(22, 0, 0, 1);
+    EXPECT_EQ((std::vector<double>{ozlCentralMoment(two, 2, 0), ozlCentralMoment(two, 3, 0), ozlCentralMoment(two, 0, 2)}),
+              (std::vector<double>{2, 0, 0}));
 
     // No mass: about the region's centre, finite.
     TestImage dark(OZL_DEPTH_8U, 10, 4);
     OzlMomentState d;
     ozlMoments(dark, d);
-    d[1][0].value = 3;  // moments about the centre (5, 2) are visible again
-    d[0][1].value = 1;
-    EXPECT_EQ(ozlGetCentralMoment(d, 2, 0), -15.0);
-    EXPECT_EQ(ozlGetCentralMoment(d, 1, 1), -5.0);
-    EXPECT_EQ(ozlGetCentralMoment(d, 0, 2), -2.0);
-    EXPECT_TRUE(errors.empty());
+    d[1][0].value = 3, d[0][1].value = 1;  // moments about the centre (5, 2) are visible again
+    EXPECT_EQ((std::vector<double>{ozlGetCentralMoment(d, 2, 0), ozlGetCentralMoment(d, 1, 1), ozlGetCentralMoment(d, 0, 2)}),
+              (std::vector<double>{-15, -5, -2}));
 }
 
-TEST(Moments, NormalizedSpatialMomentDividesByTheWrappedProduct) {
-    ErrorCapture errors;
+TEST_F(Moments, NormalizedSpatialMomentDividesByTheWrappedProduct) {
     TestImage im(OZL_DEPTH_8U, 2000, 2);
     im.fill(1);
     im.setRoi(0, 0, 1, 2000, 1);
@@ -219,16 +181,12 @@ TEST(Moments, NormalizedSpatialMomentDividesByTheWrappedProduct) {
     EXPECT_EQ(ozlNormalizedSpatialMoment(im, 3, 0), m30 / -589934592.0);
     EXPECT_EQ(ozlNormalizedSpatialMoment(im, 1, 2), ozlSpatialMoment(im, 1, 2) / 2000.0);
     EXPECT_EQ(ozlNormalizedSpatialMoment(im, 0, 0), 2000.0);
-    EXPECT_TRUE(errors.empty());
 }
 
-TEST(Moments, RefusalsAndEmptyRegions) {
-    ErrorCapture errors;
+TEST_F(Moments, RefusalsAndEmptyRegions) {
     TestImage rgb(OZL_DEPTH_8U, 5, 5, 3);
-    OzlMomentState state;
-    std::memset(state, 0x55, sizeof state);
-    OzlMomentState before;
-    std::memcpy(before, state, sizeof state);
+    OzlMomentState state, before;
+    std::memset(state, 0x55, sizeof state), std::memset(before, 0x55, sizeof state);
     auto expectReport = [&](const char* func, OzlStatus status, const char* message, int line) {
         ASSERT_EQ(errors.count(), 1u) << func;
         EXPECT_EQ(errors.last(), (ErrorReport{status, func, message, "ozlMoms", line}));
@@ -245,20 +203,19 @@ TEST(Moments, RefusalsAndEmptyRegions) {
 
     using ImageFn = double(OZL_CALL*)(OzlImage*, int, int);
     using StateFn = double(OZL_CALL*)(OzlMomentState, int, int);
-    const std::pair<ImageFn, const char*> imageFns[] = {
-        {ozlSpatialMoment, "ozlSpatialMoment"}, {ozlNormalizedSpatialMoment, "ozlNormalizedSpatialMoment"},
-        {ozlCentralMoment, "ozlCentralMoment"}, {ozlNormalizedCentralMoment, "ozlNormalizedCentralMoment"}};
-    const std::pair<StateFn, const char*> stateFns[] = {
-        {ozlGetSpatialMoment, "ozlGetSpatialMoment"}, {ozlGetNormalizedSpatialMoment, "ozlGetNormalizedSpatialMoment"},
-        {ozlGetCentralMoment, "ozlGetCentralMoment"}, {ozlGetNormalizedCentralMoment, "ozlGetNormalizedCentralMoment"}};
-    const int badOrders[][2] = {{2, 2}, {-1, 0}, {0, 4}, {4, 0}, {1, 3}};
-    for (const auto& o : badOrders) {
+#define NAMED(f) std::pair(f, #f)
+    const std::pair<ImageFn, const char*> imageFns[] = {NAMED(ozlSpatialMoment), NAMED(ozlNormalizedSpatialMoment),
+                                                        NAMED(ozlCentralMoment), NAMED(ozlNormalizedCentralMoment)};
+    const std::pair<StateFn, const char*> stateFns[] = {NAMED(ozlGetSpatialMoment), NAMED(ozlGetNormalizedSpatialMoment),
+                                                        NAMED(ozlGetCentralMoment), NAMED(ozlGetNormalizedCentralMoment)};
+#undef NAMED
+    for (const auto& o : {std::pair(2, 2), {-1, 0}, {0, 4}, {4, 0}, {1, 3}}) {
         for (const auto& [fn, name] : imageFns) {
-            EXPECT_EQ(fn(rgb, o[0], o[1]), 0.0);
+            EXPECT_EQ(fn(rgb, o.first, o.second), 0.0);
             expectReport(name, OZL_StsBadArg, "Illegal order of moment", 58);
         }
         for (const auto& [fn, name] : stateFns) {
-            EXPECT_EQ(fn(state, o[0], o[1]), 0.0);
+            EXPECT_EQ(fn(state, o.first, o.second), 0.0);
             expectReport(name, OZL_StsBadArg, "Illegal order of moment", 58);
         }
     }

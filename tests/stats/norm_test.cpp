@@ -1,7 +1,6 @@
-// ozlNorm: every norm type of every depth against sums of the shared region
-// (channels of interest, alpha, planes, B's region at its own offsets, both
-// masks), tiles agreeing with untiled images, zero denominators, and the
-// checks that return at once or only when the status is then negative.
+// ozlNorm: every type and depth against sums of the shared region (COI, alpha,
+// planes, B's region at its own offsets, both masks, tiles), zero denominators,
+// and the checks that return at once or only when the status is then negative.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,17 +10,10 @@
 
 #include "ozl.h"
 #include "stats/region_walk.hpp"
-#include "support/error_capture.hpp"
-#include "support/test_image.hpp"
 
 namespace {
 
-using ozl::test::ErrorCapture;
-using ozl::test::ErrorReport;
-using ozl::test::TestImage;
-using ozl::test::TiledImage;
-
-using ozl::test::valueOf;
+using namespace ozl::test;
 
 // Maximum, sum and sum of squares of |A - B| (or of A or B alone) over the
 // shared region and the channels both process, in long double: exact for
@@ -31,19 +23,16 @@ struct Totals {
 };
 
 Totals totals(const OzlImage* a, const OzlImage* b, bool useA, bool useB) {
-    const auto chA = ozl::test::processedChannels(a);
-    const auto chB = b ? ozl::test::processedChannels(b) : chA;
-    const ozl::test::Rect ra = ozl::test::regionOf(a), rb = b ? ozl::test::regionOf(b) : ra;
+    const auto chA = processedChannels(a), chB = b ? processedChannels(b) : chA;
+    const Rect ra = regionOf(a), rb = b ? regionOf(b) : ra;
     Totals t;
-    ozl::test::forSharedRegion(a, {b}, {a->maskROI, b ? b->maskROI : nullptr}, [&](int dx, int dy) {
+    forSharedRegion(a, {b}, {a->maskROI, b ? b->maskROI : nullptr}, [&](int dx, int dy) {
         for (size_t k = 0; k < std::min(chA.size(), chB.size()); ++k) {
             long double v = 0;
             if (useA) v += valueOf(a, ra.x + dx, ra.y + dy, chA[k]);
             if (useB) v -= valueOf(b, rb.x + dx, rb.y + dy, chB[k]);
             v = std::fabs(v);
-            t.max = std::max(t.max, v);
-            t.l1 += v;
-            t.l2 += v * v;
+            t.max = std::max(t.max, v), t.l1 += v, t.l2 += v * v;
         }
     });
     return t;
@@ -52,8 +41,7 @@ Totals totals(const OzlImage* a, const OzlImage* b, bool useA, bool useB) {
 double expectedNorm(const OzlImage* a, const OzlImage* b, int type) {
     const int base = type & 7;
     auto pick = [&](const Totals& t) {
-        return base == OZL_C ? static_cast<double>(t.max)
-               : base == OZL_L1 ? static_cast<double>(t.l1) : static_cast<double>(t.l2);
+        return static_cast<double>(base == OZL_C ? t.max : base == OZL_L1 ? t.l1 : t.l2);
     };
     const double num = pick(totals(a, b, true, b != nullptr));
     if (!(type & OZL_RELATIVE)) return base == OZL_L2 ? std::sqrt(num) : num;
@@ -70,15 +58,12 @@ void expectNorm(double got, double expected, unsigned depth, int type) {
     else EXPECT_NEAR(got, expected, 1e-12 * std::fabs(expected)) << "type " << type;
 }
 
-struct Layout {
-    int width, height, nCh, order;
-    bool alpha;
-    int coi;
-};
+struct Layout { int width, height, nCh, order; bool alpha; int coi; };
 
-TEST(Norm, EveryTypeAndDepthAgainstSumsOfTheSharedRegion) {
-    const unsigned depths[] = {OZL_DEPTH_1U,  OZL_DEPTH_8U,  OZL_DEPTH_8S, OZL_DEPTH_16U,
-                               OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F};
+using Norm = StatsTest;
+
+TEST_F(Norm, EveryTypeAndDepthAgainstSumsOfTheSharedRegion) {
+    const unsigned depths[] = {OZL_DEPTH_1U, OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U, OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F};
     const Layout layouts[] = {
         {37, 5, 1, OZL_DATA_ORDER_PIXEL, false, -1},
         {640, 3, 3, OZL_DATA_ORDER_PIXEL, false, -1},  // rows without padding: one run
@@ -88,52 +73,38 @@ TEST(Norm, EveryTypeAndDepthAgainstSumsOfTheSharedRegion) {
         {23, 6, 3, OZL_DATA_ORDER_PIXEL, false, 2},
         {21, 4, 2, OZL_DATA_ORDER_PLANE, false, 2},
     };
-    ErrorCapture errors;
     std::mt19937 rng(17);
     for (unsigned depth : depths)
         for (const Layout& l : layouts) {
             if (depth == OZL_DEPTH_1U && l.nCh > 1) continue;
-            SCOPED_TRACE(testing::Message() << "depth 0x" << std::hex << depth << std::dec << " "
-                                            << l.width << "x" << l.nCh << " order " << l.order
-                                            << " coi " << l.coi);
+            SCOPED_TRACE(testing::Message() << "depth 0x" << std::hex << depth << std::dec << " " << l.width << "x" << l.nCh << " coi " << l.coi);
             TestImage a(depth, l.width, l.height, l.nCh, l.order, l.alpha);
             TestImage b(depth, l.width + 4, l.height + 1, l.nCh, l.order, l.alpha);
-            a.fillRandom(rng());
-            b.fillRandom(rng());
-            if (l.coi >= 0) {
-                a.setRoi(l.coi, 1, 0, l.width - 1, l.height);
-                b.setRoi(l.coi, 4, 1, l.width, l.height);  // its own offsets, cut by A's size
-            }
+            a.fillRandom(rng()), b.fillRandom(rng());
+            if (l.coi >= 0)  // B at its own offsets, cut by A's size
+                a.setRoi(l.coi, 1, 0, l.width - 1, l.height), b.setRoi(l.coi, 4, 1, l.width, l.height);
             for (int type : {OZL_C, OZL_L1, OZL_L2})
                 expectNorm(ozlNorm(a, nullptr, type), expectedNorm(a, nullptr, type), depth, type);
             for (int type : {OZL_C, OZL_L1, OZL_L2, OZL_RELATIVEC, OZL_RELATIVEL1, OZL_RELATIVEL2})
                 expectNorm(ozlNorm(a, b, type), expectedNorm(a, b, type), depth, type);
             // Both masks: a pixel counts where both admit it.
             TestImage ma(OZL_DEPTH_1U, l.width, l.height), mb(OZL_DEPTH_1U, l.width + 2, l.height);
-            ma.fillRandom(rng());
-            mb.fillRandom(rng());
+            ma.fillRandom(rng()), mb.fillRandom(rng());
             mb.setRoi(0, 2, 0, l.width, l.height);
-            a.setMask(&ma);
-            b.setMask(&mb);
+            a.setMask(&ma), b.setMask(&mb);
             for (int type : {OZL_C, OZL_L1, OZL_RELATIVEL2})
                 expectNorm(ozlNorm(a, b, type), expectedNorm(a, b, type), depth, type);
-            a.setMask(nullptr);
-            b.setMask(nullptr);
+            a.setMask(nullptr), b.setMask(nullptr);
         }
-    EXPECT_TRUE(errors.empty()) << errors.last();
 }
 
-TEST(Norm, TilesAgreeWithSumsOfTheRegion) {
-    ErrorCapture errors;
+TEST_F(Norm, TilesAgreeWithSumsOfTheRegion) {
     for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F}) {
         TiledImage ta(depth, 45, 27, 3, OZL_DATA_ORDER_PIXEL, 16, 8);
         TiledImage tb(depth, 50, 30, 3, OZL_DATA_ORDER_PIXEL, 8, 24);
-        ta.pixels().fillRandom(depth + 1);
-        tb.pixels().fillRandom(depth + 2);
-        ta.setRoi(0, 2, 1, 40, 25);
-        ta.pixels().setRoi(0, 2, 1, 40, 25);
-        tb.setRoi(0, 7, 3, 40, 25);
-        tb.pixels().setRoi(0, 7, 3, 40, 25);
+        ta.pixels().fillRandom(depth + 1), tb.pixels().fillRandom(depth + 2);
+        ta.setRoi(0, 2, 1, 40, 25), ta.pixels().setRoi(0, 2, 1, 40, 25);
+        tb.setRoi(0, 7, 3, 40, 25), tb.pixels().setRoi(0, 7, 3, 40, 25);
         TestImage mask(OZL_DEPTH_1U, 40, 25);
         mask.fillRandom(depth);
         for (bool masked : {false, true}) {
@@ -144,27 +115,19 @@ TEST(Norm, TilesAgreeWithSumsOfTheRegion) {
         }
         ta->maskROI = ta.pixels()->maskROI = nullptr;
     }
-    EXPECT_TRUE(errors.empty());
 }
 
-TEST(Norm, HandWorkedValuesAndZeroDenominators) {
-    ErrorCapture errors;
+TEST_F(Norm, HandWorkedValuesAndZeroDenominators) {
     TestImage a(OZL_DEPTH_8S, 3, 1), b(OZL_DEPTH_8S, 3, 1);
     const double va[] = {-128, 5, 3}, vb[] = {127, 1, 3};
-    for (int x = 0; x < 3; ++x) {
-        a.put(x, 0, 0, va[x]);
-        b.put(x, 0, 0, vb[x]);
-    }
+    for (int x = 0; x < 3; ++x) a.put(x, 0, 0, va[x]), b.put(x, 0, 0, vb[x]);
     // The relative forms divide the norms, the square roots taken first.
     EXPECT_EQ(ozlNorm(a, nullptr, OZL_L2), std::sqrt(16418.0));
     EXPECT_EQ(ozlNorm(a, b, OZL_RELATIVEC), 255.0 / 127.0);
     EXPECT_EQ(ozlNorm(a, b, OZL_RELATIVEL2), std::sqrt(65041.0) / std::sqrt(16139.0));
     // 1-bit images: the L1 norm of a difference counts the differing bits.
     TestImage p(OZL_DEPTH_1U, 20, 2), q(OZL_DEPTH_1U, 20, 2);
-    p.put(3, 0, 0, 1);
-    p.put(19, 1, 0, 1);
-    q.put(3, 0, 0, 1);
-    q.put(7, 1, 0, 1);
+    p.put(3, 0, 0, 1), p.put(19, 1, 0, 1), q.put(3, 0, 0, 1), q.put(7, 1, 0, 1);
     EXPECT_EQ(ozlNorm(p, q, OZL_L1), 2.0);
     EXPECT_EQ(ozlNorm(p, nullptr, OZL_L2), std::sqrt(2.0));
     EXPECT_TRUE(errors.empty());
@@ -172,8 +135,7 @@ TEST(Norm, HandWorkedValuesAndZeroDenominators) {
     // A one-channel image whose channel is alpha processes no values at all
     // (a masked walk included).
     TestImage alphaOnly(OZL_DEPTH_8U, 5, 2, 1, OZL_DATA_ORDER_PIXEL, true), ones(OZL_DEPTH_1U, 5, 2);
-    alphaOnly.fill(9);
-    ones.fill(1);
+    alphaOnly.fill(9), ones.fill(1);
     EXPECT_EQ(ozlNorm(alphaOnly, nullptr, OZL_L1), 0.0);
     alphaOnly.setMask(&ones);
     EXPECT_EQ(ozlNorm(alphaOnly, nullptr, OZL_C), 0.0);
@@ -186,18 +148,10 @@ TEST(Norm, HandWorkedValuesAndZeroDenominators) {
         EXPECT_EQ(errors.last(), (ErrorReport{OZL_StsBadArg, "ozlNorm", "Zero divided", "ozlnorm", 168}));
         EXPECT_EQ(ozlGetErrStatus(), OZL_StsBadArg);
     }
+    errors.clear();
 }
 
-// Status cleared by the report callback: the call goes on past a report.
-std::vector<std::string>* g_seen = nullptr;
-OzlStatus OZL_CALL clearing(OzlStatus status, const char*, const char* context, const char*, int) {
-    if (g_seen) g_seen->push_back(context);
-    ozlSetErrStatus(OZL_StsOk);
-    return status;
-}
-
-TEST(Norm, ChecksInOrderSomeReturningOnlyOnANegativeStatus) {
-    ErrorCapture errors;
+TEST_F(Norm, ChecksInOrderSomeReturningOnlyOnANegativeStatus) {
     TestImage a(OZL_DEPTH_16U, 6, 2, 3), b(OZL_DEPTH_16U, 6, 2, 3);
     a.fill(40);
     auto refused = [&](double result, OzlStatus status, const char* message, int line) {
@@ -211,11 +165,9 @@ TEST(Norm, ChecksInOrderSomeReturningOnlyOnANegativeStatus) {
     refused(ozlNorm(a, nullptr, 3), OZL_StsBadArg, "normType unknown", 79);
     b->depth = 0;
     refused(ozlNorm(a, b, 7), OZL_StsBadDepth, "Incorrect Image", 84);
-    b->depth = OZL_DEPTH_16U;
-    b->dataOrder = OZL_DATA_ORDER_PLANE;
+    b->depth = OZL_DEPTH_16U, b->dataOrder = OZL_DATA_ORDER_PLANE;
     refused(ozlNorm(a, b, 7), OZL_StsBadArg, "(srcImageA->dataOrder!=srcImageB->dataOrder)", 87);
-    b->dataOrder = OZL_DATA_ORDER_PIXEL;
-    b->depth = OZL_DEPTH_16S;
+    b->dataOrder = OZL_DATA_ORDER_PIXEL, b->depth = OZL_DEPTH_16S;
     refused(ozlNorm(a, b, 7), OZL_StsBadArg, "(srcImageA->depth!=srcImageB->depth)", 90);
     b->depth = OZL_DEPTH_16U;
     refused(ozlNorm(a, b, 16), OZL_StsBadArg, "normType unknown", 93);
@@ -224,23 +176,22 @@ TEST(Norm, ChecksInOrderSomeReturningOnlyOnANegativeStatus) {
 
     // With the status cleared by the callback the call goes on: one channel of
     // each (B's channel 2 against A's first), and an unknown type gives 0.0.
-    std::vector<std::string> seen;
-    g_seen = &seen;
-    const OzlErrorCallBack previous = ozlRedirectError(clearing);
-    b.put(0, 0, 1, 7);
-    EXPECT_EQ(ozlNorm(a, b, OZL_C), 40.0);
-    EXPECT_EQ(ozlNorm(a, nullptr, OZL_RELATIVEL1), 40.0 * 36);  // the plain L1 of A
-    EXPECT_EQ(ozlNorm(a, b, 3), 0.0);
-    ozlRedirectError(previous);
-    g_seen = nullptr;
-    EXPECT_EQ(seen, (std::vector<std::string>{"Bad number of channels", "normType unknown",
-                                              "normType unknown", "Bad number of channels"}));
+    {
+        ClearingHandler goOn;
+        b.put(0, 0, 1, 7);
+        EXPECT_EQ(ozlNorm(a, b, OZL_C), 40.0);
+        EXPECT_EQ(ozlNorm(a, nullptr, OZL_RELATIVEL1), 40.0 * 36);  // the plain L1 of A
+        EXPECT_EQ(ozlNorm(a, b, 3), 0.0);
+    }
+    EXPECT_EQ(ClearingHandler::seen(),
+              (std::vector<std::string>{"Bad number of channels", "normType unknown", "normType unknown", "Bad number of channels"}));
 
     // A tile that cannot be fetched.
     TiledImage tiled(OZL_DEPTH_16U, 24, 8, 1, OZL_DATA_ORDER_PIXEL, 8, 8);
     tiled.failFetch(2);
     EXPECT_EQ(ozlNorm(tiled, nullptr, OZL_L2), -2.0);
     EXPECT_EQ(errors.last(), (ErrorReport{OZL_StsError, "ozlNorm", " ", "ozlnorm", 170}));
+    errors.clear();
 }
 
 }  // namespace

@@ -1,12 +1,14 @@
-// Test helpers of the statistics tests: which channels an operation processes
-// and which pixels of a region it visits, computed from the headers the plain
-// way, as references for the operations' results.
+// Test helpers of the statistics tests: the channels and pixels of a region an
+// operation visits, computed from the headers the plain way.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <initializer_list>
+#include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "ozl.h"
 #include "support/test_image.hpp"
@@ -21,9 +23,7 @@ inline std::vector<int> processedChannels(const OzlImage* im) {
     return out;
 }
 
-struct Rect {
-    int x, y, width, height;
-};
+struct Rect { int x, y, width, height; };
 
 // The region, clipped at the image's right and bottom edges.
 inline Rect regionOf(const OzlImage* im) {
@@ -55,5 +55,27 @@ void forSharedRegion(const OzlImage* im, std::initializer_list<const OzlImage*> 
             if (admitted) f(dx, dy);
         }
 }
+
+// A clean status to start from (a negative one left over stops these
+// operations), and no report the test did not clear.
+class StatsTest : public testing::Test {
+protected:
+    void SetUp() override { ozlSetErrStatus(OZL_StsOk); }
+    void TearDown() override { EXPECT_TRUE(errors.empty()) << errors.last(); }
+    ErrorCapture errors;
+};
+
+// While alive, every report clears the stored status, so that operations that
+// stop only on a negative status go on; seen() lists the messages.
+struct ClearingHandler {
+    ClearingHandler() : previous(ozlRedirectError(clear)) { seen().clear(); }
+    ~ClearingHandler() { ozlRedirectError(previous); }
+    static std::vector<std::string>& seen() { static std::vector<std::string> messages; return messages; }
+    static OzlStatus OZL_CALL clear(OzlStatus status, const char*, const char* context, const char*, int) {
+        seen().push_back(context), ozlSetErrStatus(OZL_StsOk);
+        return status;
+    }
+    OzlErrorCallBack previous;
+};
 
 }  // namespace ozl::test

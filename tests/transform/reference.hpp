@@ -1,6 +1,6 @@
 // Double-precision references for the transform tests: the 2-D Fourier
-// transform of real values and its packed and CCS layouts, the cosine
-// transform summed term by term, and moves between images and value arrays.
+// transform of real values in the packed and CCS layouts, the cosine transform
+// summed term by term, and moves between images and value arrays.
 #pragma once
 
 #include <algorithm>
@@ -35,9 +35,9 @@ struct Grid {
     double at(int x, int y) const { return v[static_cast<size_t>(y) * w + x]; }
 };
 
-inline Grid randomGrid(int w, int h, uint32_t seed, double lo = -1, double hi = 1) {
+inline Grid randomGrid(int w, int h, uint32_t seed) {
     std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> d(lo, hi);
+    std::uniform_real_distribution<double> d(-1, 1);
     Grid g(w, h);
     for (double& x : g.v) x = static_cast<float>(d(rng));
     return g;
@@ -119,29 +119,25 @@ inline void putGrid(TestImage& im, const Grid& g, int channel = 0) {
         for (int x = 0; x < g.w; ++x) im.put(x, y, channel, g.at(x, y));
 }
 
+// Largest value; root of the sum of squares (the size a spectrum's errors grow
+// with); largest difference, also relative to the reference's largest value.
 inline double maxAbs(const Grid& g) {
     double m = 0;
     for (double x : g.v) m = std::max(m, std::fabs(x));
     return m;
 }
-
-// Root of the sum of squares: the size a spectrum's errors grow with.
 inline double norm2(const Grid& g) {
     double s = 0;
     for (double x : g.v) s += x * x;
     return std::sqrt(s);
 }
-
 inline double maxDifference(const Grid& got, const Grid& want) {
     double m = 0;
     for (size_t i = 0; i < got.v.size(); ++i) m = std::max(m, std::fabs(got.v[i] - want.v[i]));
     return m;
 }
-
-// Largest difference, relative to the reference's largest value.
 inline double relativeError(const Grid& got, const Grid& want) {
-    const double scale = maxAbs(want);
-    return scale > 0 ? maxDifference(got, want) / scale : maxDifference(got, want);
+    return maxDifference(got, want) / (maxAbs(want) > 0 ? maxAbs(want) : 1);
 }
 
 }  // namespace ozl::test

@@ -32,14 +32,7 @@ void call(Fn fn, Operands& o, int flags) {
     (fn == Fn::Real ? ozlRealFft2D : fn == Fn::Ccs ? ozlCcsFft2D : ozlDCT2D)(o.src, o.dst, flags);
 }
 
-struct Case {
-    Fn fn;
-    int flags;
-    std::function<void(Operands&)> setUp;
-    OzlStatus status;
-    std::string message;
-    int line;
-};
+struct Case { Fn fn; int flags; std::function<void(Operands&)> setUp; OzlStatus status; std::string message; int line; };
 
 const std::string kSize = "Regions of srcImage and dstImage differ in size";
 const std::string kCcsSize = "The spectrum region must be 2*(width/2+1) x height of the image region";

@@ -28,8 +28,7 @@ enum { Real, Ccs, Dct, Mpy };
 const struct Call {
     int fn, flags;
     unsigned srcDepth, dstDepth;
-    int channels;
-    int ccs;  // 1: dst, 2: src is a CCS spectrum, 2 (w/2 + 1) wide
+    int channels, ccs;  // ccs 1: dst, 2: src is a CCS spectrum, 2 (w/2 + 1) wide
 } kCalls[] = {
     {Real, F, OZL_DEPTH_32F, OZL_DEPTH_32F, 1, 0},       {Real, I, OZL_DEPTH_32F, OZL_DEPTH_32F, 1, 0},
     {Real, F | OZL_FFT_SCALE_SQRT, OZL_DEPTH_8U, OZL_DEPTH_32F, 3, 0},
@@ -89,8 +88,7 @@ TEST(TransformCache, BuiltOnceReusedAndReplaced) {
         LevelGuard guard;
         ErrorCapture errors;
         const ozl::frame::TransformCaches& c = ozl::frame::tlsContext()->caches;
-        EXPECT_EQ(c.cachedSize, -1);
-        EXPECT_EQ(c.fft.count, 0);
+        EXPECT_TRUE(c.cachedSize == -1 && c.fft.count == 0);
         transform(48, 20);
         EXPECT_EQ(lengthsHeld(c.fft), (std::vector<int>{20, 24}));  // rows: complex 24
         EXPECT_GT(c.cachedSize, 0);
@@ -105,9 +103,8 @@ TEST(TransformCache, BuiltOnceReusedAndReplaced) {
         const std::vector<int> held = lengthsHeld(c.fft);
         EXPECT_EQ(c.fft.count, ozl::frame::kTransformTableSlots);
         EXPECT_EQ(held.size(), static_cast<size_t>(ozl::frame::kTransformTableSlots));
-        EXPECT_EQ(held.front(), 1);  // used by every call
-        EXPECT_EQ(std::count(held.begin(), held.end(), 24), 0);
-        EXPECT_EQ(held.back(), 169);
+        // 1 is used by every call, 24 the least recently used; 169 the latest.
+        EXPECT_TRUE(held.front() == 1 && held.back() == 169 && std::count(held.begin(), held.end(), 24) == 0);
         ozl::cpu::force(Level::Ref);  // blocks above the bound are not kept
         const int32_t kept = c.cachedSize;
         transform(1 << 19, 1);
