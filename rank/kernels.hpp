@@ -79,13 +79,17 @@ using Median25Fn = void (*)(const void* const* rows, void* out, size_t n, int st
 // Counts of 8-bit values in blocks of kCountBlock bytes: 256 counts by value,
 // then 16 counts by value / 16, then zeros up to a multiple of 64.
 constexpr size_t kCountBlock = 320;
+// A window's counts in 16 bits: the same order, zeros from 272 up to
+// kWideCounts (the widened column blocks in whole vectors at every level).
+constexpr size_t kWideCounts = 288;
 
 // The value of rank `rank` of every window of nCols blocks along a row:
 // out[x * outStep] for x < width from blocks x .. x + nCols - 1 (block i at
-// blocks + i * stride); every window holds more than `rank` and at most 255
-// values. counts: one block of working memory.
+// blocks + i * stride); every window holds more than `rank` values, at most
+// 255 (entry 0 of the table: the window's counts in bytes) or 65535 (entry 1:
+// in 16 bits). work: 2 * kCountBlock bytes of working memory.
 using SlidingMedianFn = void (*)(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
-                                 uint8_t* counts, uint8_t* out, int outStep);
+                                 uint8_t* work, uint8_t* out, int outStep);
 
 struct RankTable {
     FoldFn fold[image::kElemCount][2];  // [type][0: least, 1: greatest]
@@ -94,7 +98,7 @@ struct RankTable {
     NetworkFn network[image::kElemCount];
     BoxU8Fn boxU8;
     Median25Fn median25[image::kElemCount];
-    SlidingMedianFn slidingMedian;
+    SlidingMedianFn slidingMedian[2];  // [0: window counts in bytes, 1: in 16 bits]
 };
 
 const RankTable& rankTable(cpu::Level level);
@@ -265,9 +269,10 @@ void median25Ref(const void* const* rows, void* out, size_t n, int step, void* s
     }
 }
 
-// The value of rank `rank` in a block of counts: the coarse counts find its
+// The value of rank `rank` in a window's counts: the coarse counts find its
 // group of 16 values, the fine counts its value.
-inline uint8_t rankInCounts(const uint8_t* counts, int rank) {
+template <class C>
+inline uint8_t rankInCounts(const C* counts, int rank) {
     int below = 0, g = 0;
     while (below + counts[256 + g] <= rank) below += counts[256 + g++];
     int v = g * 16;
@@ -275,27 +280,30 @@ inline uint8_t rankInCounts(const uint8_t* counts, int rank) {
     return static_cast<uint8_t>(v);
 }
 
-// `slide(counts, add, sub)` adds block `add` to the counts and takes block
-// `sub` away, modulo 256 (the true counts stay within a byte).
-template <class Slide>
-void slidingMedianLoop(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
-                       uint8_t* counts, uint8_t* out, int outStep, Slide slide) {
+// `slide(counts, add, sub)` adds block `add` to the window's counts and takes
+// block `sub` away, modulo 2^bits of C (the true counts fit in C).
+template <class C, class Slide, class Rank>
+void slidingMedianLoop(const uint8_t* blocks, size_t stride, int nCols, int width, C* counts,
+                       uint8_t* out, int outStep, Slide slide, Rank rankOf) {
     static constexpr uint8_t kNone[kCountBlock] = {};
-    std::memset(counts, 0, kCountBlock);
+    std::memset(counts, 0, 2 * kCountBlock);
     for (int j = 0; j < nCols; ++j) slide(counts, blocks + j * stride, kNone);
     for (int x = 0;; ++x) {
-        out[static_cast<size_t>(x) * outStep] = rankInCounts(counts, rank);
+        out[static_cast<size_t>(x) * outStep] = rankOf(counts);
         if (x + 1 == width) break;
         slide(counts, blocks + (x + nCols) * stride, blocks + x * stride);
     }
 }
 
-inline void slidingMedianRef(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
-                             uint8_t* counts, uint8_t* out, int outStep) {
-    slidingMedianLoop(blocks, stride, nCols, width, rank, counts, out, outStep,
-                      [](uint8_t* c, const uint8_t* add, const uint8_t* sub) {
-                          for (size_t i = 0; i < kCountBlock; ++i) c[i] = static_cast<uint8_t>(c[i] + add[i] - sub[i]);
-                      });
+template <class C>
+void slidingMedianRef(const uint8_t* blocks, size_t stride, int nCols, int width, int rank, uint8_t* work,
+                      uint8_t* out, int outStep) {
+    slidingMedianLoop(
+        blocks, stride, nCols, width, reinterpret_cast<C*>(work), out, outStep,
+        [](C* c, const uint8_t* add, const uint8_t* sub) {
+            for (size_t i = 0; i < 272; ++i) c[i] = static_cast<C>(c[i] + add[i] - sub[i]);
+        },
+        [rank](const C* c) { return rankInCounts(c, rank); });
 }
 
 inline uint16_t divide16(const Divider16& d, uint32_t x) {

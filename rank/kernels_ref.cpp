@@ -25,7 +25,8 @@ const RankTable& rankTableRef() {
             t.median25[e] = &median25Ref<T>;
         });
         t.boxU8 = &boxU8Ref;
-        t.slidingMedian = &slidingMedianRef;
+        t.slidingMedian[0] = &slidingMedianRef<uint8_t>;
+        t.slidingMedian[1] = &slidingMedianRef<uint16_t>;
         return t;
     }();
     return table;

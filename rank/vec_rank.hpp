@@ -251,15 +251,79 @@ void boxU8Vec(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n,
     if (i < n) sums(n - kCount);
 }
 
-template <class Vx>
+// The search for the median looks at 16 counts twice (the groups, then the
+// values of one group) in 128-bit vectors at every level: running sums by
+// shifted adds, the first one past the rank by a comparison's top bits. The
+// counts compare as signed after their top bit is flipped.
+using Search = simd::Sse2;
+
+Search::V runningSums8(Search::V v) {
+    v = Search::add8(v, Search::shiftUpBytes<1>(v));
+    v = Search::add8(v, Search::shiftUpBytes<2>(v));
+    v = Search::add8(v, Search::shiftUpBytes<4>(v));
+    return Search::add8(v, Search::shiftUpBytes<8>(v));
+}
+
+Search::V runningSums16(Search::V v) {
+    v = Search::add16(v, Search::shiftUpBytes<2>(v));
+    v = Search::add16(v, Search::shiftUpBytes<4>(v));
+    return Search::add16(v, Search::shiftUpBytes<8>(v));
+}
+
+// The first of 16 counts at p whose running sum (from `below`) passes rank;
+// `below` becomes the running sum before it. One of them passes.
+inline int firstPast(const uint8_t* p, int rank, int& below) {
+    using X = Search;
+    const X::V sums = runningSums8(X::load(p));
+    const X::V past = X::cmpgt8(X::xor_(sums, X::set8(0x80)), X::set8((rank - below) ^ 0x80));
+    const int k = __builtin_ctz(X::topBits8(past));
+    uint8_t before[17] = {0};
+    X::store(before + 1, sums);
+    below += before[k];
+    return k;
+}
+
+inline int firstPast(const uint16_t* p, int rank, int& below) {
+    using X = Search;
+    const X::V flip = X::set16(-32768);
+    const X::V lo = runningSums16(X::load(p));
+    const X::V hi = X::add16(runningSums16(X::load(p + 8)), X::set16(X::word<7>(lo)));
+    const X::V target = X::set16((rank - below) ^ 0x8000);
+    const X::V past = X::packS16(X::cmpgt16(X::xor_(lo, flip), target), X::cmpgt16(X::xor_(hi, flip), target));
+    const int k = __builtin_ctz(X::topBits8(past));
+    uint16_t before[17] = {0};
+    X::store(before + 1, lo);
+    X::store(before + 9, hi);
+    below += before[k];
+    return k;
+}
+
+template <class C>
+uint8_t rankInCountsVec(const C* counts, int rank) {
+    int below = 0;
+    const int g = firstPast(counts + 256, rank, below);
+    return static_cast<uint8_t>(16 * g + firstPast(counts + 16 * g, rank, below));
+}
+
+// The window's counts slide by whole vectors (bytes, or bytes widened to 16
+// bits); every pixel's search costs the same whatever the window.
+template <class Vx, class C>
 void slidingMedianVec(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
-                      uint8_t* counts, uint8_t* out, int outStep) {
-    static_assert(kCountBlock % Vx::kBytes == 0, "count blocks in whole vectors");
-    slidingMedianLoop(blocks, stride, nCols, width, rank, counts, out, outStep,
-                      [](uint8_t* c, const uint8_t* add, const uint8_t* sub) {
-                          for (size_t i = 0; i < kCountBlock; i += Vx::kBytes)
-                              Vx::store(c + i, Vx::sub8(Vx::add8(Vx::load(c + i), Vx::load(add + i)), Vx::load(sub + i)));
-                      });
+                      uint8_t* work, uint8_t* out, int outStep) {
+    static_assert(kCountBlock % Vx::kBytes == 0 && kWideCounts % (Vx::kBytes / 2) == 0,
+                  "count blocks in whole vectors");
+    slidingMedianLoop(
+        blocks, stride, nCols, width, reinterpret_cast<C*>(work), out, outStep,
+        [](C* c, const uint8_t* add, const uint8_t* sub) {
+            if constexpr (sizeof(C) == 1) {
+                for (size_t i = 0; i < kCountBlock; i += Vx::kBytes)
+                    Vx::store(c + i, Vx::sub8(Vx::add8(Vx::load(c + i), Vx::load(add + i)), Vx::load(sub + i)));
+            } else {
+                for (size_t i = 0; i < kWideCounts; i += Vx::kBytes / 2)
+                    Vx::store(c + i, Vx::sub16(Vx::add16(Vx::load(c + i), Vx::widenU8(add + i)), Vx::widenU8(sub + i)));
+            }
+        },
+        [rank](const C* c) { return rankInCountsVec(c, rank); });
 }
 
 template <class Vx>
@@ -281,7 +345,8 @@ RankTable vectorRankTable() {
         t.median25[e] = &median25Vec<Vx, T>;
     });
     t.boxU8 = &boxU8Vec<Vx>;
-    t.slidingMedian = &slidingMedianVec<Vx>;
+    t.slidingMedian[0] = &slidingMedianVec<Vx, uint8_t>;
+    t.slidingMedian[1] = &slidingMedianVec<Vx, uint16_t>;
     return t;
 }
 

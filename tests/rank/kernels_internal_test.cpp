@@ -37,21 +37,27 @@ TEST(RankKernels, SortedColumnMediansMatchScalar) {
                     }
 }
 
-// Blocks of 15 random values each, windows of 17 (255 values), 2 channels.
+// Windows of 17 blocks of 15 values (255: counts in bytes) or 40 (680: in 16
+// bits), 2 channels, values often at 0 or 255; ranks at both ends catch a
+// search off by one lane.
 TEST(RankKernels, SlidingMedianMatchesScalar) {
-    std::mt19937 rng(6);
-    std::vector<uint8_t> blocks(60 * rank::kCountBlock), counts(rank::kCountBlock), want(88), got(88);
-    for (size_t k = 0; k < 60; ++k)
-        for (int r = 0; r < 15; ++r) {
-            const uint8_t v = rng() % 3 ? static_cast<uint8_t>(rng()) : static_cast<uint8_t>(rng() % 2 * 255);
-            ++blocks[k * rank::kCountBlock + v], ++blocks[k * rank::kCountBlock + 256 + v / 16];
+    struct Case { int values, rank; };
+    for (const Case& t : {Case{15, 127}, Case{15, 0}, Case{15, 254}, Case{40, 340}, Case{40, 0}, Case{40, 679}}) {
+        std::mt19937 rng(6);
+        std::vector<uint8_t> blocks(60 * rank::kCountBlock), work(2 * rank::kCountBlock), want(88), got(88);
+        for (size_t k = 0; k < 60; ++k)
+            for (int r = 0; r < t.values; ++r) {
+                const uint8_t v = rng() % 3 ? static_cast<uint8_t>(rng()) : static_cast<uint8_t>(rng() % 2 * 255);
+                ++blocks[k * rank::kCountBlock + v], ++blocks[k * rank::kCountBlock + 256 + v / 16];
+            }
+        for (cpu::Level level : test::vectorLevels()) {
+            for (int c = 0; c < 2; ++c)
+                for (auto [table, out] : {std::pair{&rank::rankTable(cpu::Level::Ref), &want}, {&rank::rankTable(level), &got}})
+                    table->slidingMedian[t.values > 17](blocks.data() + c * rank::kCountBlock, 2 * rank::kCountBlock, 17,
+                                                        14, t.rank, work.data(), out->data() + c, 2);
+            ASSERT_EQ(want, got) << cpu::name(level) << " " << t.values << " " << t.rank;
         }
-    for (cpu::Level level : test::vectorLevels())
-        for (int c = 0; c < 2; ++c) {
-            rank::rankTable(cpu::Level::Ref).slidingMedian(blocks.data() + c * rank::kCountBlock, 2 * rank::kCountBlock, 17, 14, 127, counts.data(), want.data() + c, 2);
-            rank::rankTable(level).slidingMedian(blocks.data() + c * rank::kCountBlock, 2 * rank::kCountBlock, 17, 14, 127, counts.data(), got.data() + c, 2);
-            ASSERT_EQ(want, got) << cpu::name(level);
-        }
+    }
 }
 
 // Columns given by their counts of ones (base 6): the middle is 1 when 13 or
