@@ -79,19 +79,21 @@ void countsRow(const Plan& p, const core::NbRow& row) {
     auto rowAt = [&](int r) {
         return static_cast<const uint8_t*>(row.src[r]) - static_cast<ptrdiff_t>(p.left) * ch;
     };
-    auto count = [&](const uint8_t* values, int by) {
-        for (size_t k = 0; k < span; ++k) {
-            uint8_t* b = blocks + k * kCountBlock;
-            b[values[k]] = static_cast<uint8_t>(b[values[k]] + by);
-            b[256 + (values[k] >> 4)] = static_cast<uint8_t>(b[256 + (values[k] >> 4)] + by);
-        }
+    auto count = [](uint8_t* b, uint8_t v, int by) {
+        b[v] = static_cast<uint8_t>(b[v] + by);
+        b[256 + (v >> 4)] = static_cast<uint8_t>(b[256 + (v >> 4)] + by);
     };
     if (row.firstRow) {
         std::memset(blocks, 0, span * kCountBlock);
-        for (int r = 0; r < p.nRows; ++r) count(rowAt(r), 1);
+        for (int r = 0; r < p.nRows; ++r)
+            for (size_t k = 0; k < span; ++k) count(blocks + k * kCountBlock, rowAt(r)[k], 1);
     } else {
-        count(leaving, -1);
-        count(rowAt(p.nRows - 1), 1);
+        // One pass over the blocks (of a wide row, more than the caches hold).
+        const uint8_t* entering = rowAt(p.nRows - 1);
+        for (size_t k = 0; k < span; ++k) {
+            count(blocks + k * kCountBlock, leaving[k], -1);
+            count(blocks + k * kCountBlock, entering[k], 1);
+        }
     }
     auto* out = static_cast<uint8_t*>(row.dst);
     for (int c = 0; c < ch; ++c)
