@@ -76,6 +76,36 @@ using BoxU8Fn = void (*)(const BoxU8& box, const void* const* rows, uint8_t* out
 // last; scratch holds 5 * (n + 4 * step) values.
 using Median25Fn = void (*)(const void* const* rows, void* out, size_t n, int step, void* scratch);
 
+// A fixed filter's kernel on 8-bit values in 16-bit lanes: out = (the sum of
+// weight * value over the taps, plus half, shifted right by shift) saturated
+// to 0..255, tap k reading rows[row] `offset` pixels from the output pixel.
+// Only made (tapsU8) when every sum plus half fits the lanes: signed, or
+// unsigned when no weight is negative (shifted then within 0..32767); the
+// lanes wrap, so the sums' terms may be taken in any order or grouping.
+// A kernel that is the product of a column and a row of weights (vertical[r]
+// * horizontal[c], with fewer weights than taps) may be summed column first.
+struct TapsU8 {
+    struct Tap {
+        int row, offset, weight;
+    };
+    Tap tap[25];
+    int count = 0;
+    int half = 0, shift = 0;
+    bool unsignedSums = false;
+    int size = 1;
+    bool separable = false;
+    int vertical[5] = {}, horizontal[5] = {};
+};
+// size x size weights (row by row, size up to 5) over divisor; false when
+// the divisor is no power of two or the sums do not fit.
+bool tapsU8(const int32_t* weights, int size, int32_t divisor, TapsU8& taps);
+
+// rows as the driver gives them (each at the pixel under output 0), `step`
+// values a pixel; out is none of the rows; scratch holds n + (size - 1) *
+// step 16-bit values.
+using WeightedU8Fn = void (*)(const TapsU8& taps, const void* const* rows, uint8_t* out, size_t n, int step,
+                              void* scratch);
+
 // Counts of 8-bit values in blocks of kCountBlock bytes: 256 counts by value,
 // then 16 counts by value / 16, then zeros up to a multiple of 64.
 constexpr size_t kCountBlock = 320;
@@ -99,6 +129,7 @@ struct RankTable {
     BoxU8Fn boxU8;
     Median25Fn median25[image::kElemCount];
     SlidingMedianFn slidingMedian[2];  // [0: window counts in bytes, 1: in 16 bits]
+    WeightedU8Fn weightedU8;
 };
 
 const RankTable& rankTable(cpu::Level level);
@@ -304,6 +335,17 @@ void slidingMedianRef(const uint8_t* blocks, size_t stride, int nCols, int width
             for (size_t i = 0; i < 272; ++i) c[i] = static_cast<C>(c[i] + add[i] - sub[i]);
         },
         [rank](const C* c) { return rankInCounts(c, rank); });
+}
+
+inline void weightedU8Ref(const TapsU8& t, const void* const* rows, uint8_t* out, size_t n, int step, void*) {
+    for (size_t i = 0; i < n; ++i) {
+        int32_t s = t.half;
+        for (int k = 0; k < t.count; ++k)
+            s += t.tap[k].weight *
+                 static_cast<const uint8_t*>(rows[t.tap[k].row])[static_cast<ptrdiff_t>(i) + static_cast<ptrdiff_t>(t.tap[k].offset) * step];
+        s >>= t.shift;  // arithmetic: rounds toward minus infinity
+        out[i] = static_cast<uint8_t>(s < 0 ? 0 : s > 255 ? 255 : s);
+    }
 }
 
 inline uint16_t divide16(const Divider16& d, uint32_t x) {

@@ -251,6 +251,81 @@ void boxU8Vec(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n,
     if (i < n) sums(n - kCount);
 }
 
+// Bytes widened against zero in 16-bit lanes, low and high halves of each
+// 128-bit lane (the pack at the end restores the order). A separable kernel
+// sums each column of the rows first (16-bit values in order in scratch),
+// then the row of column sums.
+template <class Vx>
+void weightedU8Vec(const TapsU8& t, const void* const* rows, uint8_t* out, size_t n, int step, void* scratch) {
+    using V = typename Vx::V;
+    if (n < Vx::kBytes) {
+        if constexpr (Vx::kHasNarrower) return weightedU8Vec<typename Vx::Narrower>(t, rows, out, n, step, scratch);
+        else return weightedU8Ref(t, rows, out, n, step, scratch);
+    }
+    const V half = Vx::set16(t.half);
+    const auto shift = Vx::count(t.shift);
+    auto finish = [&](V& lo, V& hi) {
+        if (t.unsignedSums) lo = Vx::srl16(lo, shift), hi = Vx::srl16(hi, shift);
+        else lo = Vx::sra16(lo, shift), hi = Vx::sra16(hi, shift);
+    };
+    V weight[25];
+    auto term = [&](V sum, V x, int k) { return Vx::add16(sum, Vx::mullo16(x, weight[k])); };
+    size_t i = 0;
+    if (t.separable) {
+        constexpr size_t kHalf = Vx::kBytes / 2;
+        const size_t s = static_cast<size_t>(step), span = n + static_cast<size_t>(t.size - 1) * s;
+        auto* col = static_cast<uint16_t*>(scratch);
+        const uint8_t* from[5];
+        int nv = 0, nh = 0, across[5];
+        for (int r = 0; r < t.size; ++r)
+            if (t.vertical[r]) {
+                from[nv] = static_cast<const uint8_t*>(rows[r]) - static_cast<ptrdiff_t>(t.size / 2) * step;
+                weight[nv++] = Vx::set16(t.vertical[r]);
+            }
+        for (int c = 0; c < t.size; ++c)
+            if (t.horizontal[c]) {
+                across[nh] = c * step;
+                weight[5 + nh++] = Vx::set16(t.horizontal[c]);
+            }
+        auto column = [&](size_t at) {
+            V sum = Vx::zero();
+            for (int r = 0; r < nv; ++r) sum = term(sum, Vx::widenU8(from[r] + at), r);
+            Vx::store(col + at, sum);
+        };
+        for (; i + kHalf <= span; i += kHalf) column(i);
+        if (i < span) column(span - kHalf);
+        auto at = [&](size_t at) {
+            V lo = half, hi = half;
+            for (int c = 0; c < nh; ++c) {
+                lo = term(lo, Vx::load(col + at + across[c]), 5 + c);
+                hi = term(hi, Vx::load(col + at + kHalf + across[c]), 5 + c);
+            }
+            finish(lo, hi);
+            Vx::store(out + at, Vx::packOrder(Vx::packUS16(lo, hi)));
+        };
+        for (i = 0; i + Vx::kBytes <= n; i += Vx::kBytes) at(i);
+        if (i < n) at(n - Vx::kBytes);
+        return;
+    }
+    const uint8_t* from[25];
+    for (int k = 0; k < t.count; ++k) {
+        weight[k] = Vx::set16(t.tap[k].weight);
+        from[k] = static_cast<const uint8_t*>(rows[t.tap[k].row]) + static_cast<ptrdiff_t>(t.tap[k].offset) * step;
+    }
+    auto at = [&](size_t at) {
+        V lo = half, hi = half;
+        for (int k = 0; k < t.count; ++k) {
+            const V b = Vx::load(from[k] + at);
+            lo = term(lo, Vx::unpackLo8(b, Vx::zero()), k);
+            hi = term(hi, Vx::unpackHi8(b, Vx::zero()), k);
+        }
+        finish(lo, hi);
+        Vx::store(out + at, Vx::packUS16(lo, hi));
+    };
+    for (; i + Vx::kBytes <= n; i += Vx::kBytes) at(i);
+    if (i < n) at(n - Vx::kBytes);
+}
+
 // The search for the median looks at 16 counts twice (the groups, then the
 // values of one group) in 128-bit vectors at every level: running sums by
 // shifted adds, the first one past the rank by a comparison's top bits. The
@@ -345,6 +420,7 @@ RankTable vectorRankTable() {
         t.median25[e] = &median25Vec<Vx, T>;
     });
     t.boxU8 = &boxU8Vec<Vx>;
+    t.weightedU8 = &weightedU8Vec<Vx>;
     // The search reads 16 counts out of the ones the slide has just stored:
     // from 256-bit stores, measured faster than from 512-bit ones.
     t.slidingMedian[0] = &slidingMedianVec<Vm, uint8_t>;
