@@ -1,8 +1,9 @@
 // The rank, morphological and blur filters against OpenCV, one thread,
 // replicated borders: box mean 5x5 on 8U 3-channel (cv::blur), median 3x3,
-// 5x5 and 15x15 on 8U 1-channel (cv::medianBlur), erosion and dilation 3x3 on
-// 8U 1-channel (cv::erode, cv::dilate), and the 1-bit erosion against the
-// 8-bit one of the same picture (both ozl).
+// 5x5 and 15x15 on 8U 1-channel (cv::medianBlur), the fixed Gaussian 5x5 and
+// Sobel 3x3 on 8U 1-channel (cv::GaussianBlur, cv::Sobel to 8U), erosion and
+// dilation 3x3 on 8U 1-channel (cv::erode, cv::dilate), and the 1-bit erosion
+// against the 8-bit one of the same picture (both ozl).
 //
 // cv::blur rounds halves to even, ozl upward: results may differ by one.
 #include <memory>
@@ -79,6 +80,12 @@ void registerRank() {
             addComparison({"rank", "median " + std::to_string(n) + "x" + std::to_string(n) + " 8U", f.label, 1.0, ""},
                           [c1, n] { ozlMedianFilter(c1->s, c1->d, n, n, n / 2, n / 2); },
                           [c1, n] { cv::medianBlur(c1->src, c1->dst, n); });
+        addComparison({"rank", "fixed Gaussian 5x5 8U", f.label, 1.0, "OpenCV's own 5x5 weights"},
+                      [c1] { ozlFixedFilter(c1->s, c1->d, OZL_FIXED_GAUSSIAN_5x5); },
+                      [c1] { cv::GaussianBlur(c1->src, c1->dst, cv::Size(5, 5), 0, 0, cv::BORDER_REPLICATE); });
+        addComparison({"rank", "fixed Sobel 3x3 8U", f.label, 1.0, ""},
+                      [c1] { ozlFixedFilter(c1->s, c1->d, OZL_FIXED_SOBEL_VERT); },
+                      [c1] { cv::Sobel(c1->src, c1->dst, CV_8U, 1, 0, 3, 1, 0, cv::BORDER_REPLICATE); });
         const cv::Mat element = cv::getStructuringElement(cv::MORPH_RECT, cv::Size(3, 3));
         addComparison({"rank", "erode 3x3 8U", f.label, 0.8, ""},
                       [c1] { ozlErode(c1->s, c1->d, nullptr, 1); },

@@ -1,8 +1,8 @@
 // The box mean (ozlBlur) and the fixed filters (ozlFixedFilter): exact
 // integer sums of the window, divided by the window's area or the kernel's
 // divisor with rounding to nearest (halves upward), then saturated; 32F sums
-// in float in a fixed order. 8-bit means whose sums fit 16 bits take the
-// vector kernel.
+// in float in a fixed order. 8-bit means and fixed filters whose sums fit 16
+// bits take the vector kernels.
 #include <algorithm>
 #include <cstdint>
 
@@ -29,6 +29,8 @@ struct Plan {
     BoxU8 box;
     const Weight* weights = nullptr;  // the fixed filters' kernel
     int nWeights = 0;
+    bool fastTaps = false;  // 8-bit values in 16-bit sums
+    TapsU8 taps;
     int64_t lo = 0, hi = 0;  // the depth's range
 };
 
@@ -97,6 +99,9 @@ void weightedRow(const Plan& p, const core::NbRow& row) {
 
 void weightedKernel(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
+    if (p.fastTaps)
+        return p.table->weightedU8(p.taps, row.src, static_cast<uint8_t*>(row.dst),
+                                   static_cast<size_t>(row.width) * row.channels, row.channels, row.scratch);
     image::withValueType(p.depth, [&](auto v) { weightedRow<decltype(v)>(p, row); });
 }
 
@@ -188,12 +193,13 @@ extern "C" OZL_API void OZL_CALL ozlFixedFilter(OzlImage* srcImage, OzlImage* ds
             if (f.values[y * f.size + x]) weights[plan.nWeights++] = Weight{y, x - f.size / 2, f.values[y * f.size + x]};
     plan.weights = weights;
     plan.divisor = f.divisor;
+    plan.fastTaps = srcImage->depth == OZL_DEPTH_8U && tapsU8(f.values, f.size, f.divisor, plan.taps);
     const ozl::image::DepthInfo* info = ozl::image::depthInfo(srcImage->depth);
     if (info) {
         plan.lo = info->lo;
         plan.hi = info->hi;
     }
     ozl::core::reportNbCode(
-        caller, runPlan(srcImage, dstImage, plan, f.size, f.size, f.size / 2, f.size / 2, &weightedKernel, 0),
+        caller, runPlan(srcImage, dstImage, plan, f.size, f.size, f.size / 2, f.size / 2, &weightedKernel, 2),
         line + 5);
 }

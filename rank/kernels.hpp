@@ -78,16 +78,50 @@ using BoxU8Fn = void (*)(const BoxU8& box, const void* const* rows, uint8_t* out
 // last; scratch holds 5 * (n + 4 * step) values.
 using Median25Fn = void (*)(const void* const* rows, void* out, size_t n, int step, void* scratch);
 
+// A fixed filter's kernel on 8-bit values in 16-bit lanes: out = (the sum of
+// weight * value over the taps, plus half, shifted right by shift) saturated
+// to 0..255, tap k reading rows[row] `offset` pixels from the output pixel.
+// Only made (tapsU8) when every sum plus half fits the lanes: signed, or
+// unsigned when no weight is negative (shifted then within 0..32767); the
+// lanes wrap, so the sums' terms may be taken in any order or grouping.
+// A kernel that is the product of a column and a row of weights (vertical[r]
+// * horizontal[c], with fewer weights than taps) may be summed column first.
+struct TapsU8 {
+    struct Tap {
+        int row, offset, weight;
+    };
+    Tap tap[25];
+    int count = 0;
+    int half = 0, shift = 0;
+    bool unsignedSums = false;
+    int size = 1;
+    bool separable = false;
+    int vertical[5] = {}, horizontal[5] = {};
+};
+// size x size weights (row by row, size up to 5) over divisor; false when
+// the divisor is no power of two or the sums do not fit.
+bool tapsU8(const int32_t* weights, int size, int32_t divisor, TapsU8& taps);
+
+// rows as the driver gives them (each at the pixel under output 0), `step`
+// values a pixel; out is none of the rows; scratch holds n + (size - 1) *
+// step 16-bit values.
+using WeightedU8Fn = void (*)(const TapsU8& taps, const void* const* rows, uint8_t* out, size_t n, int step,
+                              void* scratch);
+
 // Counts of 8-bit values in blocks of kCountBlock bytes: 256 counts by value,
 // then 16 counts by value / 16, then zeros up to a multiple of 64.
 constexpr size_t kCountBlock = 320;
+// A window's counts in 16 bits: the same order, zeros from 272 up to
+// kWideCounts (the widened column blocks in whole vectors at every level).
+constexpr size_t kWideCounts = 288;
 
 // The value of rank `rank` of every window of nCols blocks along a row:
 // out[x * outStep] for x < width from blocks x .. x + nCols - 1 (block i at
-// blocks + i * stride); every window holds more than `rank` and at most 255
-// values. counts: one block of working memory.
+// blocks + i * stride); every window holds more than `rank` values, at most
+// 255 (entry 0 of the table: the window's counts in bytes) or 65535 (entry 1:
+// in 16 bits). work: 2 * kCountBlock bytes of working memory.
 using SlidingMedianFn = void (*)(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
-                                 uint8_t* counts, uint8_t* out, int outStep);
+                                 uint8_t* work, uint8_t* out, int outStep);
 
 struct RankTable {
     FoldFn fold[image::kElemCount][2];  // [type][0: least, 1: greatest]
@@ -96,7 +130,8 @@ struct RankTable {
     NetworkFn network[image::kElemCount];
     BoxU8Fn boxU8;
     Median25Fn median25[image::kElemCount];
-    SlidingMedianFn slidingMedian;
+    SlidingMedianFn slidingMedian[2];  // [0: window counts in bytes, 1: in 16 bits]
+    WeightedU8Fn weightedU8;
 };
 
 const RankTable& rankTable(cpu::Level level);
@@ -270,9 +305,10 @@ void median25Ref(const void* const* rows, void* out, size_t n, int step, void* s
     }
 }
 
-// The value of rank `rank` in a block of counts: the coarse counts find its
+// The value of rank `rank` in a window's counts: the coarse counts find its
 // group of 16 values, the fine counts its value.
-inline uint8_t rankInCounts(const uint8_t* counts, int rank) {
+template <class C>
+inline uint8_t rankInCounts(const C* counts, int rank) {
     int below = 0, g = 0;
     while (below + counts[256 + g] <= rank) below += counts[256 + g++];
     int v = g * 16;
@@ -280,27 +316,41 @@ inline uint8_t rankInCounts(const uint8_t* counts, int rank) {
     return static_cast<uint8_t>(v);
 }
 
-// `slide(counts, add, sub)` adds block `add` to the counts and takes block
-// `sub` away, modulo 256 (the true counts stay within a byte).
-template <class Slide>
-void slidingMedianLoop(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
-                       uint8_t* counts, uint8_t* out, int outStep, Slide slide) {
+// `slide(counts, add, sub)` adds block `add` to the window's counts and takes
+// block `sub` away, modulo 2^bits of C (the true counts fit in C).
+template <class C, class Slide, class Rank>
+void slidingMedianLoop(const uint8_t* blocks, size_t stride, int nCols, int width, C* counts,
+                       uint8_t* out, int outStep, Slide slide, Rank rankOf) {
     static constexpr uint8_t kNone[kCountBlock] = {};
-    std::memset(counts, 0, kCountBlock);
+    std::memset(counts, 0, 2 * kCountBlock);
     for (int j = 0; j < nCols; ++j) slide(counts, blocks + j * stride, kNone);
     for (int x = 0;; ++x) {
-        out[static_cast<size_t>(x) * outStep] = rankInCounts(counts, rank);
+        out[static_cast<size_t>(x) * outStep] = rankOf(counts);
         if (x + 1 == width) break;
         slide(counts, blocks + (x + nCols) * stride, blocks + x * stride);
     }
 }
 
-inline void slidingMedianRef(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
-                             uint8_t* counts, uint8_t* out, int outStep) {
-    slidingMedianLoop(blocks, stride, nCols, width, rank, counts, out, outStep,
-                      [](uint8_t* c, const uint8_t* add, const uint8_t* sub) {
-                          for (size_t i = 0; i < kCountBlock; ++i) c[i] = static_cast<uint8_t>(c[i] + add[i] - sub[i]);
-                      });
+template <class C>
+void slidingMedianRef(const uint8_t* blocks, size_t stride, int nCols, int width, int rank, uint8_t* work,
+                      uint8_t* out, int outStep) {
+    slidingMedianLoop(
+        blocks, stride, nCols, width, reinterpret_cast<C*>(work), out, outStep,
+        [](C* c, const uint8_t* add, const uint8_t* sub) {
+            for (size_t i = 0; i < 272; ++i) c[i] = static_cast<C>(c[i] + add[i] - sub[i]);
+        },
+        [rank](const C* c) { return rankInCounts(c, rank); });
+}
+
+inline void weightedU8Ref(const TapsU8& t, const void* const* rows, uint8_t* out, size_t n, int step, void*) {
+    for (size_t i = 0; i < n; ++i) {
+        int32_t s = t.half;
+        for (int k = 0; k < t.count; ++k)
+            s += t.tap[k].weight *
+                 static_cast<const uint8_t*>(rows[t.tap[k].row])[static_cast<ptrdiff_t>(i) + static_cast<ptrdiff_t>(t.tap[k].offset) * step];
+        s >>= t.shift;  // arithmetic: rounds toward minus infinity
+        out[i] = static_cast<uint8_t>(s < 0 ? 0 : s > 255 ? 255 : s);
+    }
 }
 
 inline uint16_t divide16(const Divider16& d, uint32_t x) {

@@ -1,4 +1,6 @@
 // The scalar rank kernels and the choice of table by instruction-set level.
+#include <numeric>
+
 #include "rank/kernels.hpp"
 #include "simd/levels.hpp"
 
@@ -25,7 +27,9 @@ const RankTable& rankTableRef() {
             t.median25[e] = &median25Ref<T>;
         });
         t.boxU8 = &boxU8Ref;
-        t.slidingMedian = &slidingMedianRef;
+        t.weightedU8 = &weightedU8Ref;
+        t.slidingMedian[0] = &slidingMedianRef<uint8_t>;
+        t.slidingMedian[1] = &slidingMedianRef<uint16_t>;
         return t;
     }();
     return table;
@@ -44,6 +48,38 @@ Divider16 divider16(uint16_t divisor) {
     d.shift = l;
     d.multiplier = static_cast<uint16_t>((uint64_t{1} << 16) * ((uint64_t{1} << l) - divisor) / divisor + 1);
     return d;
+}
+
+bool tapsU8(const int32_t* weights, int size, int32_t divisor, TapsU8& taps) {
+    if (size > 5 || divisor <= 0 || (divisor & (divisor - 1))) return false;
+    taps = TapsU8{};
+    int64_t positive = 0, negative = 0;
+    for (int i = 0; i < size * size; ++i) {
+        if (!weights[i]) continue;
+        (weights[i] > 0 ? positive : negative) += 255 * static_cast<int64_t>(weights[i] > 0 ? weights[i] : -weights[i]);
+        taps.tap[taps.count++] = TapsU8::Tap{i / size, i % size - size / 2, weights[i]};
+    }
+    while ((1 << taps.shift) < divisor) ++taps.shift;
+    taps.half = divisor / 2;
+    taps.unsignedSums = negative == 0;
+    taps.size = size;
+    // A product of a column and a row: the first row with a weight, divided
+    // by the weights' common factor, and the column under its first weight.
+    const int first = taps.count ? taps.tap[0].row * size + taps.tap[0].offset + size / 2 : 0;
+    const int r0 = first / size, c0 = first % size;
+    int common = 0;
+    for (int c = 0; c < size; ++c) common = std::gcd(common, weights[r0 * size + c]);
+    int nonzero = 0;
+    for (int c = 0; taps.count && c < size; ++c) nonzero += (taps.horizontal[c] = weights[r0 * size + c] / common) != 0;
+    taps.separable = taps.count > 0;
+    for (int r = 0; taps.separable && r < size; ++r) {
+        nonzero += (taps.vertical[r] = weights[r * size + c0] / taps.horizontal[c0]) != 0;
+        for (int c = 0; c < size; ++c)
+            if (taps.vertical[r] * taps.horizontal[c] != weights[r * size + c]) taps.separable = false;
+    }
+    taps.separable = taps.separable && nonzero < taps.count;
+    return taps.unsignedSums ? positive + taps.half <= 65535 && (positive + taps.half) >> taps.shift <= 32767
+                             : positive + taps.half <= 32767 && taps.half - negative >= -32768;
 }
 
 const RankTable& rankTable(cpu::Level level) { return kTables.at(level); }

@@ -3,11 +3,11 @@
 // 3 x 3 and 5 x 5 windows by sorted columns, other windows up to 25 places by
 // a selection network (a sorting network pruned to the comparators the middle
 // output depends on), larger 8-bit windows by counts of values (per column,
-// kept from row to row, and per window, slid along the row; windows of more
-// than 255 values by counts of the window alone, slid along the row), other
-// larger windows by selection on a copy. ozlColorMedianFilter picks the
-// window's pixel whose colour is nearest (summed channel differences) to all
-// the others.
+// kept from row to row, and per window, slid along the row, in bytes up to
+// 255 values and in 16 bits up to 65535; windows of more rows or values by
+// counts of the window alone, slid along the row), other larger windows by
+// selection on a copy. ozlColorMedianFilter picks the window's pixel whose
+// colour is nearest (summed channel differences) to all the others.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -74,28 +74,30 @@ void countsRow(const Plan& p, const core::NbRow& row) {
     const int ch = row.channels;
     const size_t span = static_cast<size_t>(row.width + p.nCols - 1) * ch;
     auto* counts = static_cast<uint8_t*>(row.scratch);
-    uint8_t* blocks = counts + kCountBlock;
+    uint8_t* blocks = counts + 2 * kCountBlock;
     uint8_t* leaving = blocks + span * kCountBlock;
     auto rowAt = [&](int r) {
         return static_cast<const uint8_t*>(row.src[r]) - static_cast<ptrdiff_t>(p.left) * ch;
     };
-    auto count = [&](const uint8_t* values, int by) {
-        for (size_t k = 0; k < span; ++k) {
-            uint8_t* b = blocks + k * kCountBlock;
-            b[values[k]] = static_cast<uint8_t>(b[values[k]] + by);
-            b[256 + (values[k] >> 4)] = static_cast<uint8_t>(b[256 + (values[k] >> 4)] + by);
-        }
+    auto count = [](uint8_t* b, uint8_t v, int by) {
+        b[v] = static_cast<uint8_t>(b[v] + by);
+        b[256 + (v >> 4)] = static_cast<uint8_t>(b[256 + (v >> 4)] + by);
     };
     if (row.firstRow) {
         std::memset(blocks, 0, span * kCountBlock);
-        for (int r = 0; r < p.nRows; ++r) count(rowAt(r), 1);
+        for (int r = 0; r < p.nRows; ++r)
+            for (size_t k = 0; k < span; ++k) count(blocks + k * kCountBlock, rowAt(r)[k], 1);
     } else {
-        count(leaving, -1);
-        count(rowAt(p.nRows - 1), 1);
+        // One pass over the blocks (of a wide row, more than the caches hold).
+        const uint8_t* entering = rowAt(p.nRows - 1);
+        for (size_t k = 0; k < span; ++k) {
+            count(blocks + k * kCountBlock, leaving[k], -1);
+            count(blocks + k * kCountBlock, entering[k], 1);
+        }
     }
     auto* out = static_cast<uint8_t*>(row.dst);
     for (int c = 0; c < ch; ++c)
-        p.table->slidingMedian(blocks + c * kCountBlock, static_cast<size_t>(ch) * kCountBlock, p.nCols,
+        p.table->slidingMedian[p.area > 255](blocks + c * kCountBlock, static_cast<size_t>(ch) * kCountBlock, p.nCols,
                                row.width, p.area / 2, counts, out + c, ch);
     std::memcpy(leaving, rowAt(0), span);
 }
@@ -258,11 +260,11 @@ void medianFilter(const core::Caller& caller, int line, OzlImage* src, OzlImage*
             } else if (area <= kMaxNetwork) {
                 plan->method = Plan::Network;
                 plan->nNet = selectionNetwork(plan->area, plan->area / 2, plan->net);
-            } else if (plan->type == image::Elem::U8 && area <= 255) {
+            } else if (plan->type == image::Elem::U8 && area <= 65535 && nRows <= 255) {
                 // A block of counts per column, the row leaving, and the
-                // window's block (a row with its margins spans nCols values or more).
+                // window's counts (a row with its margins spans nCols values or more).
                 plan->method = Plan::Counts;
-                kernel.scratchPerValue = kCountBlock + 1 + kCountBlock / static_cast<size_t>(nCols) + 1;
+                kernel.scratchPerValue = kCountBlock + 1 + 2 * kCountBlock / static_cast<size_t>(nCols) + 1;
             } else if (plan->type == image::Elem::U8) {
                 // 1 KiB of counts; a row with its margins spans nCols values or more.
                 plan->method = Plan::Histogram;

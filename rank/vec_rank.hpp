@@ -279,15 +279,154 @@ void boxU8Vec(const BoxU8& box, const void* const* rows, uint8_t* out, size_t n,
     if (i < n) sums(n - kCount);
 }
 
+// Bytes widened against zero in 16-bit lanes, low and high halves of each
+// 128-bit lane (the pack at the end restores the order). A separable kernel
+// sums each column of the rows first (16-bit values in order in scratch),
+// then the row of column sums.
 template <class Vx>
+void weightedU8Vec(const TapsU8& t, const void* const* rows, uint8_t* out, size_t n, int step, void* scratch) {
+    using V = typename Vx::V;
+    if (n < Vx::kBytes) {
+        if constexpr (Vx::kHasNarrower) return weightedU8Vec<typename Vx::Narrower>(t, rows, out, n, step, scratch);
+        else return weightedU8Ref(t, rows, out, n, step, scratch);
+    }
+    const V half = Vx::set16(t.half);
+    const auto shift = Vx::count(t.shift);
+    auto finish = [&](V& lo, V& hi) {
+        if (t.unsignedSums) lo = Vx::srl16(lo, shift), hi = Vx::srl16(hi, shift);
+        else lo = Vx::sra16(lo, shift), hi = Vx::sra16(hi, shift);
+    };
+    V weight[25];
+    auto term = [&](V sum, V x, int k) { return Vx::add16(sum, Vx::mullo16(x, weight[k])); };
+    size_t i = 0;
+    if (t.separable) {
+        constexpr size_t kHalf = Vx::kBytes / 2;
+        const size_t s = static_cast<size_t>(step), span = n + static_cast<size_t>(t.size - 1) * s;
+        auto* col = static_cast<uint16_t*>(scratch);
+        const uint8_t* from[5];
+        int nv = 0, nh = 0, across[5];
+        for (int r = 0; r < t.size; ++r)
+            if (t.vertical[r]) {
+                from[nv] = static_cast<const uint8_t*>(rows[r]) - static_cast<ptrdiff_t>(t.size / 2) * step;
+                weight[nv++] = Vx::set16(t.vertical[r]);
+            }
+        for (int c = 0; c < t.size; ++c)
+            if (t.horizontal[c]) {
+                across[nh] = c * step;
+                weight[5 + nh++] = Vx::set16(t.horizontal[c]);
+            }
+        auto column = [&](size_t at) {
+            V sum = Vx::zero();
+            for (int r = 0; r < nv; ++r) sum = term(sum, Vx::widenU8(from[r] + at), r);
+            Vx::store(col + at, sum);
+        };
+        for (; i + kHalf <= span; i += kHalf) column(i);
+        if (i < span) column(span - kHalf);
+        auto at = [&](size_t at) {
+            V lo = half, hi = half;
+            for (int c = 0; c < nh; ++c) {
+                lo = term(lo, Vx::load(col + at + across[c]), 5 + c);
+                hi = term(hi, Vx::load(col + at + kHalf + across[c]), 5 + c);
+            }
+            finish(lo, hi);
+            Vx::store(out + at, Vx::packOrder(Vx::packUS16(lo, hi)));
+        };
+        for (i = 0; i + Vx::kBytes <= n; i += Vx::kBytes) at(i);
+        if (i < n) at(n - Vx::kBytes);
+        return;
+    }
+    const uint8_t* from[25];
+    for (int k = 0; k < t.count; ++k) {
+        weight[k] = Vx::set16(t.tap[k].weight);
+        from[k] = static_cast<const uint8_t*>(rows[t.tap[k].row]) + static_cast<ptrdiff_t>(t.tap[k].offset) * step;
+    }
+    auto at = [&](size_t at) {
+        V lo = half, hi = half;
+        for (int k = 0; k < t.count; ++k) {
+            const V b = Vx::load(from[k] + at);
+            lo = term(lo, Vx::unpackLo8(b, Vx::zero()), k);
+            hi = term(hi, Vx::unpackHi8(b, Vx::zero()), k);
+        }
+        finish(lo, hi);
+        Vx::store(out + at, Vx::packUS16(lo, hi));
+    };
+    for (; i + Vx::kBytes <= n; i += Vx::kBytes) at(i);
+    if (i < n) at(n - Vx::kBytes);
+}
+
+// The search for the median looks at 16 counts twice (the groups, then the
+// values of one group) in 128-bit vectors at every level: running sums by
+// shifted adds, the first one past the rank by a comparison's top bits. The
+// counts compare as signed after their top bit is flipped.
+using Search = simd::Sse2;
+
+Search::V runningSums8(Search::V v) {
+    v = Search::add8(v, Search::shiftUpBytes<1>(v));
+    v = Search::add8(v, Search::shiftUpBytes<2>(v));
+    v = Search::add8(v, Search::shiftUpBytes<4>(v));
+    return Search::add8(v, Search::shiftUpBytes<8>(v));
+}
+
+Search::V runningSums16(Search::V v) {
+    v = Search::add16(v, Search::shiftUpBytes<2>(v));
+    v = Search::add16(v, Search::shiftUpBytes<4>(v));
+    return Search::add16(v, Search::shiftUpBytes<8>(v));
+}
+
+// The first of 16 counts at p whose running sum (from `below`) passes rank;
+// `below` becomes the running sum before it. One of them passes.
+inline int firstPast(const uint8_t* p, int rank, int& below) {
+    using X = Search;
+    const X::V sums = runningSums8(X::load(p));
+    const X::V past = X::cmpgt8(X::xor_(sums, X::set8(0x80)), X::set8((rank - below) ^ 0x80));
+    const int k = __builtin_ctz(X::topBits8(past));
+    uint8_t before[17] = {0};
+    X::store(before + 1, sums);
+    below += before[k];
+    return k;
+}
+
+inline int firstPast(const uint16_t* p, int rank, int& below) {
+    using X = Search;
+    const X::V flip = X::set16(-32768);
+    const X::V lo = runningSums16(X::load(p));
+    const X::V hi = X::add16(runningSums16(X::load(p + 8)), X::set16(X::word<7>(lo)));
+    const X::V target = X::set16((rank - below) ^ 0x8000);
+    const X::V past = X::packS16(X::cmpgt16(X::xor_(lo, flip), target), X::cmpgt16(X::xor_(hi, flip), target));
+    const int k = __builtin_ctz(X::topBits8(past));
+    uint16_t before[17] = {0};
+    X::store(before + 1, lo);
+    X::store(before + 9, hi);
+    below += before[k];
+    return k;
+}
+
+template <class C>
+uint8_t rankInCountsVec(const C* counts, int rank) {
+    int below = 0;
+    const int g = firstPast(counts + 256, rank, below);
+    return static_cast<uint8_t>(16 * g + firstPast(counts + 16 * g, rank, below));
+}
+
+// The window's counts slide by whole vectors (bytes, or bytes widened to 16
+// bits); every pixel's search costs the same whatever the window.
+template <class Vx, class C>
 void slidingMedianVec(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
-                      uint8_t* counts, uint8_t* out, int outStep) {
-    static_assert(kCountBlock % Vx::kBytes == 0, "count blocks in whole vectors");
-    slidingMedianLoop(blocks, stride, nCols, width, rank, counts, out, outStep,
-                      [](uint8_t* c, const uint8_t* add, const uint8_t* sub) {
-                          for (size_t i = 0; i < kCountBlock; i += Vx::kBytes)
-                              Vx::store(c + i, Vx::sub8(Vx::add8(Vx::load(c + i), Vx::load(add + i)), Vx::load(sub + i)));
-                      });
+                      uint8_t* work, uint8_t* out, int outStep) {
+    static_assert(kCountBlock % Vx::kBytes == 0 && kWideCounts % (Vx::kBytes / 2) == 0,
+                  "count blocks in whole vectors");
+    slidingMedianLoop(
+        blocks, stride, nCols, width, reinterpret_cast<C*>(work), out, outStep,
+        [](C* c, const uint8_t* add, const uint8_t* sub) {
+            if constexpr (sizeof(C) == 1) {
+                for (size_t i = 0; i < kCountBlock; i += Vx::kBytes)
+                    Vx::store(c + i, Vx::sub8(Vx::add8(Vx::load(c + i), Vx::load(add + i)), Vx::load(sub + i)));
+            } else {
+                for (size_t i = 0; i < kWideCounts; i += Vx::kBytes / 2)
+                    Vx::store(c + i, Vx::sub16(Vx::add16(Vx::load(c + i), Vx::widenU8(add + i)), Vx::widenU8(sub + i)));
+            }
+        },
+        [rank](const C* c) { return rankInCountsVec(c, rank); });
 }
 
 template <class Vx>
@@ -309,7 +448,11 @@ RankTable vectorRankTable() {
         t.median25[e] = &median25Vec<Vx, T>;
     });
     t.boxU8 = &boxU8Vec<Vx>;
-    t.slidingMedian = &slidingMedianVec<Vx>;
+    t.weightedU8 = &weightedU8Vec<Vx>;
+    // The search reads 16 counts out of the ones the slide has just stored:
+    // from 256-bit stores, measured faster than from 512-bit ones.
+    t.slidingMedian[0] = &slidingMedianVec<Vm, uint8_t>;
+    t.slidingMedian[1] = &slidingMedianVec<Vm, uint16_t>;
     return t;
 }
 

@@ -233,6 +233,11 @@ struct Sse2 {
     // No byte multiply-add (pmaddubsw) before SSSE3.
     static constexpr bool kHasByteMadd = false;
     static V minU8(V a, V b) { return _mm_min_epu8(a, b); }
+    // The vector shifted by n bytes toward its end (zeros entering at byte 0).
+    template <int n> static V shiftUpBytes(V a) { return _mm_slli_si128(a, n); }
+    // The top bit of every byte, byte 0 in bit 0.
+    static uint32_t topBits8(V m) { return static_cast<uint32_t>(_mm_movemask_epi8(m)); }
+    template <int i> static int word(V a) { return _mm_extract_epi16(a, i); }
     static V minS16(V a, V b) { return _mm_min_epi16(a, b); }
     static V maxS16(V a, V b) { return _mm_max_epi16(a, b); }
     static V unpackLo32(V a, V b) { return _mm_unpacklo_epi32(a, b); }

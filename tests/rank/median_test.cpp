@@ -1,7 +1,7 @@
 // ozlMedianFilter and ozlColorMedianFilter against sorting the window: every
 // method (sorted columns for 3 x 3 and 5 x 5, networks up to 25 places,
-// counts of values, counts of the window alone beyond 255 values, selection
-// beyond), every depth and layout, even areas, anchors anywhere, long rows
+// counts of values in bytes and in 16 bits, counts of the window alone beyond,
+// selection for the other depths), every depth and layout, even areas, anchors anywhere, long rows
 // for the vector widths and several row bands; refusals.
 #include <gtest/gtest.h>
 
@@ -16,6 +16,7 @@ using namespace ozl::test;
 Pass medianOver(int nCols, int nRows, int ax, int ay) {
     return [=](const ValueAt& in, int x, int y, int c) {
         std::vector<double> v;
+        v.reserve(static_cast<size_t>(nCols) * nRows);
         for (int j = 0; j < nRows; ++j)
             for (int i = 0; i < nCols; ++i) v.push_back(in(x + i - ax, y + j - ay, c));
         std::nth_element(v.begin(), v.begin() + v.size() / 2, v.end());
@@ -49,6 +50,22 @@ TEST(MedianFilter, LongRows) {
                               [=](OzlImage* s, OzlImage* d) { ozlMedianFilter(s, d, size, size, size / 2, size / 2); },
                               medianOver(size, size, size / 2, size / 2));
             }
+}
+
+// Either side of each method's limits on a small 2-channel image, anchors at
+// both ends: bytes of window counts up to 255 values, 16 bits beyond, counts
+// of the window alone past 255 rows (256 equal values in a column: all 255)
+// or 65535 values. A count wrapping in its lanes gives a wrong median.
+TEST(MedianFilter, CountLimits) {
+    struct Window { int nCols, nRows, ax, ay; bool full; };
+    for (const Window& w : {Window{255, 1, 0, 0, false}, Window{256, 1, 255, 0, false}, Window{16, 16, 15, 0, false},
+                            Window{1, 255, 0, 254, true}, Window{1, 256, 0, 3, true}, Window{2, 300, 1, 299, false},
+                            Window{300, 220, 7, 100, false}}) {
+        SCOPED_TRACE(testing::Message() << w.nCols << " x " << w.nRows);
+        expectLongRow(OZL_DEPTH_8U, 5, 3, 2, 77, w.full,
+                      [=](OzlImage* s, OzlImage* d) { ozlMedianFilter(s, d, w.nCols, w.nRows, w.ax, w.ay); },
+                      medianOver(w.nCols, w.nRows, w.ax, w.ay));
+    }
 }
 
 TEST(ColorMedianFilter, NearestColour) {
