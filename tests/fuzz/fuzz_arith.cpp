@@ -3,29 +3,18 @@
 
 namespace {
 
-using ozl::fuzz::call;
-
-const ozl::fuzz::Registrar calls("arith", {
-    {"ozlAdd", call<ozlAdd>}, {"ozlSubtract", call<ozlSubtract>}, {"ozlMultiply", call<ozlMultiply>},
-    {"ozlMultiplyScale", call<ozlMultiplyScale>}, {"ozlAddS", call<ozlAddS>},
-    {"ozlSubtractS", call<ozlSubtractS>}, {"ozlMultiplyS", call<ozlMultiplyS>},
-    {"ozlMultiplySScale", call<ozlMultiplySScale>}, {"ozlAddSFP", call<ozlAddSFP>},
-    {"ozlSubtractSFP", call<ozlSubtractSFP>}, {"ozlMultiplySFP", call<ozlMultiplySFP>},
-    {"ozlAbs", call<ozlAbs>}, {"ozlSquare", call<ozlSquare>},
-    {"ozlAnd", call<ozlAnd>}, {"ozlOr", call<ozlOr>}, {"ozlXor", call<ozlXor>}, {"ozlNot", call<ozlNot>},
-    {"ozlAndS", call<ozlAndS>}, {"ozlOrS", call<ozlOrS>}, {"ozlXorS", call<ozlXorS>},
-    {"ozlLShiftS", call<ozlLShiftS>}, {"ozlRShiftS", call<ozlRShiftS>},
-    {"ozlLess", call<ozlLess>}, {"ozlGreater", call<ozlGreater>}, {"ozlEqual", call<ozlEqual>},
-    {"ozlLessS", call<ozlLessS>}, {"ozlGreaterS", call<ozlGreaterS>}, {"ozlEqualS", call<ozlEqualS>},
-    {"ozlLessSFP", call<ozlLessSFP>}, {"ozlGreaterSFP", call<ozlGreaterSFP>},
-    {"ozlEqualSFP", call<ozlEqualSFP>}, {"ozlEqualFPEps", call<ozlEqualFPEps>},
-    {"ozlEqualSFPEps", call<ozlEqualSFPEps>},
+const ozl::fuzz::Registrar calls({
+    OZL_FUZZ(ozlAdd), OZL_FUZZ(ozlSubtract), OZL_FUZZ(ozlMultiply), OZL_FUZZ(ozlMultiplyScale), OZL_FUZZ(ozlAddS),
+    OZL_FUZZ(ozlSubtractS), OZL_FUZZ(ozlMultiplyS), OZL_FUZZ(ozlMultiplySScale), OZL_FUZZ(ozlAddSFP),
+    OZL_FUZZ(ozlSubtractSFP), OZL_FUZZ(ozlMultiplySFP), OZL_FUZZ(ozlAbs), OZL_FUZZ(ozlSquare), OZL_FUZZ(ozlAnd),
+    OZL_FUZZ(ozlOr), OZL_FUZZ(ozlXor), OZL_FUZZ(ozlNot), OZL_FUZZ(ozlAndS), OZL_FUZZ(ozlOrS), OZL_FUZZ(ozlXorS),
+    OZL_FUZZ(ozlLShiftS), OZL_FUZZ(ozlRShiftS), OZL_FUZZ(ozlLess), OZL_FUZZ(ozlGreater), OZL_FUZZ(ozlEqual),
+    OZL_FUZZ(ozlLessS), OZL_FUZZ(ozlGreaterS), OZL_FUZZ(ozlEqualS), OZL_FUZZ(ozlLessSFP), OZL_FUZZ(ozlGreaterSFP),
+    OZL_FUZZ(ozlEqualSFP), OZL_FUZZ(ozlEqualFPEps), OZL_FUZZ(ozlEqualSFPEps),
     {"ozlMinMaxFP", [](ozl::fuzz::Case& c) {
          OzlImage* image = c.pick();
          float lo = 0, hi = 0;
-         const bool both = c.rng().percent(90);
-         c.note(both ? "&min, &max" : "NULL max");
-         ozlMinMaxFP(image, &lo, both ? &hi : nullptr);
+         ozlMinMaxFP(image, &lo, c.rng().percent(90) ? (c.note("&min, &max"), &hi) : (c.note("NULL max"), nullptr));
      }},
 });
 

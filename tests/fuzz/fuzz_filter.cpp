@@ -22,10 +22,9 @@ struct Int {
         for (int& v : w) v = c.mostly(-8, 8, 70);
         std::vector<signed char> bytes(w.begin(), w.end());
         const int shift = c.mostly(0, 12, 80);
-        const bool none = c.rng().percent(2);
-        return c.rng().percent(20)
-                   ? ozlCreateConvKernelChar(s.nCols, s.nRows, s.anchorX, s.anchorY, none ? nullptr : bytes.data(), shift)
-                   : ozlCreateConvKernel(s.nCols, s.nRows, s.anchorX, s.anchorY, none ? nullptr : w.data(), shift);
+        const bool none = c.rng().percent(2);  // NULL weights, refused
+        return c.rng().percent(20) ? ozlCreateConvKernelChar(s.nCols, s.nRows, s.anchorX, s.anchorY, none ? nullptr : bytes.data(), shift)
+                                   : ozlCreateConvKernel(s.nCols, s.nRows, s.anchorX, s.anchorY, none ? nullptr : w.data(), shift);
     }
     static void destroy(Record* k) { ozlDeleteConvKernel(k); }
     static constexpr auto convolve = ozlConvolve2D;
@@ -108,20 +107,6 @@ void query(Case& c) {
 template <class K>
 void made(Case& c) { K::destroy(c.rng().percent(90) ? K::make(c, 12, 12) : nullptr); }
 
-const ozl::fuzz::Registrar calls("filter", {
-    {"ozlConvolve2D", convolve2d<Int>}, {"ozlConvolve2DFP", convolve2d<Real>},
-    {"ozlConvolveSep2D", separable<Int>}, {"ozlConvolveSep2DFP", separable<Real>},
-    {"ozlGetConvKernel", query<Int, int, ozlGetConvKernel>},
-    {"ozlGetConvKernelChar", query<Int, signed char, ozlGetConvKernelChar>},
-    {"ozlGetConvKernelFP", query<Real, float, ozlGetConvKernelFP>},
-    {"ozlCreateConvKernel", made<Int>}, {"ozlDeleteConvKernel", made<Int>},
-    {"ozlCreateConvKernelFP", made<Real>}, {"ozlDeleteConvKernelFP", made<Real>},
-    {"ozlCreateConvKernelChar", [](Case& c) {
-         const ozl::fuzz::Window s = c.window(5, 5);
-         std::vector<signed char> w(36, static_cast<signed char>(c.anyInt()));
-         ozlDeleteConvKernel(ozlCreateConvKernelChar(s.nCols, s.nRows, s.anchorX, s.anchorY, w.data(), c.anyInt()));
-     }},
-});
 
 template <void (*F)(OzlImage*, OzlImage*, int, int, int, int), int maxCols, int maxRows>
 void windowed(Case& c) {
@@ -142,7 +127,14 @@ void morphology(Case& c) {
     F(s, c.rng().percent(20) ? s : d, c.rng().percent(30) ? nullptr : &e, iterations);
 }
 
-const ozl::fuzz::Registrar rankCalls("rank", {
+const ozl::fuzz::Registrar calls({
+    {"ozlConvolve2D", convolve2d<Int>}, {"ozlConvolve2DFP", convolve2d<Real>},
+    {"ozlConvolveSep2D", separable<Int>}, {"ozlConvolveSep2DFP", separable<Real>},
+    {"ozlGetConvKernel", query<Int, int, ozlGetConvKernel>},
+    {"ozlGetConvKernelChar", query<Int, signed char, ozlGetConvKernelChar>},
+    {"ozlGetConvKernelFP", query<Real, float, ozlGetConvKernelFP>},
+    {"ozlCreateConvKernel", made<Int>}, {"ozlDeleteConvKernel", made<Int>},
+    {"ozlCreateConvKernelFP", made<Real>}, {"ozlDeleteConvKernelFP", made<Real>}, {"ozlCreateConvKernelChar", made<Int>},
     {"ozlMinFilter", windowed<ozlMinFilter, 12, 8>}, {"ozlMaxFilter", windowed<ozlMaxFilter, 40, 5>},
     {"ozlBlur", windowed<ozlBlur, 20, 20>}, {"ozlMedianFilter", windowed<ozlMedianFilter, 9, 9>},
     {"ozlColorMedianFilter", windowed<ozlColorMedianFilter, 4, 4>},

@@ -81,7 +81,7 @@ void transform(Case& c) {
     F(s, d, c.rng().percent(15) ? c.anyInt() : c.small(1, 2) | scaling);
 }
 
-const ozl::fuzz::Registrar calls("geometry", {
+const ozl::fuzz::Registrar calls({
     {"ozlZoom", resample<ozlZoom>}, {"ozlDecimate", resample<ozlDecimate>}, {"ozlResize", resample<ozlResize>},
     {"ozlMirror", [](Case& c) { const auto [s, d] = c.picks<2>(); ozlMirror(s, d, c.mostly(-1, 1, 90)); }},
     {"ozlWarpAffine", warp<Affine, ozlWarpAffine>}, {"ozlWarpBilinear", warp<Bilinear, ozlWarpBilinear>},
@@ -114,9 +114,6 @@ const ozl::fuzz::Registrar calls("geometry", {
          const auto [s, d, x, y] = c.picks<4>();
          ozlRemap(s, d, x, y, interpolation(c));
      }},
-});
-
-const ozl::fuzz::Registrar transforms("transform", {
     {"ozlRealFft2D", transform<ozlRealFft2D>}, {"ozlCcsFft2D", transform<ozlCcsFft2D>},
     {"ozlDCT2D", transform<ozlDCT2D>},
     {"ozlMpyRCPack2D", [](Case& c) {

@@ -10,24 +10,15 @@ using ozl::fuzz::kMaxBufferBytes;
 
 void OZL_CALL noTiles(const OzlImage*, int, int, int) {}
 
-// Releases a header made by the call itself, by one of the three routes; the records it was made with (ROI,
-// tile record, a mask of its own) go too.
+// Releases a header the call made, by one of the three routes, with the records it was made with.
 void release(Case& c, OzlImage* image, OzlImage* ownMask) {
     OzlROI* roi = image->roi;
     OzlTileInfo* tile = image->tileInfo;
     int flags = static_cast<int>(c.rng().below(16)) & (OZL_IMAGE_ROI | OZL_IMAGE_TILE | OZL_IMAGE_DATA);
     switch (c.rng().below(3)) {
-        case 0:
-            ozlDeallocate(image, flags = OZL_IMAGE_ALL | (ownMask ? OZL_IMAGE_MASK : 0));
-            break;
-        case 1:
-            ozlDeallocateImage(image);
-            ozlDeallocate(image, flags |= OZL_IMAGE_HEADER);
-            break;
-        default:
-            ozlDeallocate(image, flags);
-            ozlDeallocateImage(image);  // the data, unless the flags took it
-            ozlDeallocateHeader(image);
+        case 0: ozlDeallocate(image, flags = OZL_IMAGE_ALL | (ownMask ? OZL_IMAGE_MASK : 0)); break;
+        case 1: ozlDeallocateImage(image), ozlDeallocate(image, flags |= OZL_IMAGE_HEADER); break;
+        default: ozlDeallocate(image, flags), ozlDeallocateImage(image), ozlDeallocateHeader(image);
     }
     if (!(flags & OZL_IMAGE_ROI)) ozlDeleteROI(roi);
     if (!(flags & OZL_IMAGE_TILE)) ozlDeleteTileInfo(tile);
@@ -42,13 +33,10 @@ void allocate(Case& c, OzlImage* image) {
 }
 
 void cloneAndRelease(OzlImage* source) {
-    if (OzlImage* clone = ozlCloneImage(source)) {
-        expectRowRule(clone, "ozlCloneImage");
-        ozlDeallocate(clone, OZL_IMAGE_ALL);
-    }
+    if (OzlImage* clone = ozlCloneImage(source)) expectRowRule(clone, "ozlCloneImage"), ozlDeallocate(clone, OZL_IMAGE_ALL);
 }
 
-// A new header with random arguments and records, allocated, cloned and released again.
+// A new header with random arguments and records, allocated (twice now and then: refused), cloned, released.
 void createHeader(Case& c) {
     ozl::fuzz::HeaderArgs a = c.randomHeaderArgs(c.rng().percent(20));
     OzlROI* roi = c.rng().percent(40) ? ozlCreateROI(c.small(-1, 4), c.small(-1, 50), c.small(-1, 50), c.anyInt(), c.anyInt()) : nullptr;
@@ -62,65 +50,55 @@ void createHeader(Case& c) {
     OzlImage* image = ozlCreateImageHeader(a.nChannels, a.alphaChannel, a.depth, a.colorModel, a.channelSeq,
                                            a.dataOrder, a.origin, a.align, a.width, a.height, roi, mask, nullptr, tile);
     if (!image) {
-        ozlDeleteROI(roi);
-        ozlDeleteTileInfo(tile);
+        ozlDeleteROI(roi), ozlDeleteTileInfo(tile);
         if (ownMask) ozlDeallocate(ownMask, OZL_IMAGE_ALL);
         return;
     }
     expectRowRule(image, "ozlCreateImageHeader");
     if (image->imageSize <= kMaxBufferBytes) {
         allocate(c, image);
-        if (c.rng().percent(20)) allocate(c, image);  // refused: data already there
+        if (c.rng().percent(20)) allocate(c, image);
         if (image->imageData && c.rng().percent(50)) cloneAndRelease(image);
     }
     release(c, image, ownMask);
 }
 
-const ozl::fuzz::Registrar calls("image", {
+const ozl::fuzz::Registrar calls({
     {"ozlCreateImageHeader", createHeader},
     {"ozlAllocateImage", [](Case& c) { if (OzlImage* image = c.pick()) allocate(c, image); }},
-    {"ozlCheckImageHeader", [](Case& c) { ozlCheckImageHeader(c.pick()); }},
+    OZL_FUZZ(ozlCheckImageHeader),
     // Clones of tiled images get pixel buffers of their full size: large ones are left out.
     {"ozlCloneImage", [](Case& c) {
-         OzlImage* source = c.pick();
-         if (!source || !source->tileInfo || ozl::fuzz::layoutBytes(source) <= kMaxBufferBytes)
-             cloneAndRelease(source);
+         OzlImage* s = c.pick();
+         if (!s || !s->tileInfo || ozl::fuzz::layoutBytes(s) <= kMaxBufferBytes) cloneAndRelease(s);
      }},
     {"ozlSetBorderMode", [](Case& c) {  // not tested for NULL by design
-         OzlImage* image = c.pickPresent();
-         if (image) ozlSetBorderMode(image, c.anyInt(), c.anyInt(), c.anyInt());
+         if (OzlImage* image = c.pickPresent()) ozlSetBorderMode(image, c.anyInt(), c.anyInt(), c.anyInt());
      }},
     {"ozlSetROI", [](Case& c) { if (OzlImage* image = c.pickPresent()) c.setRandomRoi(image); }},
-    // Releasing the data the library allocated, or a ROI; a large image keeps its ROI so that its region
-    // stays small.
+    // A large image keeps its ROI, so that its region stays small.
     {"ozlDeallocate", [](Case& c) {
          OzlImage* image = c.pick();
          int flags = c.rng().of({OZL_IMAGE_DATA, OZL_IMAGE_ROI, OZL_IMAGE_DATA | OZL_IMAGE_ROI});
          if (image && (image->width > kLargeSide || image->height > kLargeSide)) flags &= ~OZL_IMAGE_ROI;
          ozlDeallocate(image, flags);
      }},
-    // Sizes stay small: the pattern fills every pixel.
-    {"ozlCreateImageJaehne", [](Case& c) {
-         const unsigned depth = c.rng().percent(90) ? c.rng().of({OZL_DEPTH_1U, OZL_DEPTH_8U, OZL_DEPTH_8S,
-             OZL_DEPTH_16U, OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F}) : static_cast<unsigned>(c.anyInt());
+    {"ozlCreateImageJaehne", [](Case& c) {  // small sizes: the pattern fills every pixel
+         const unsigned depth = c.rng().percent(90) ? c.rng().of({OZL_DEPTH_1U, OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U,
+                                                                 OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F})
+                                                    : static_cast<unsigned>(c.anyInt());
          const int w = c.small(-1, 300);
-         if (OzlImage* image = ozlCreateImageJaehne(depth, w, c.small(-1, 300))) {
-             expectRowRule(image, "ozlCreateImageJaehne");
-             ozlDeallocate(image, OZL_IMAGE_ALL);
-         }
+         if (OzlImage* image = ozlCreateImageJaehne(depth, w, c.small(-1, 300)))
+             expectRowRule(image, "ozlCreateImageJaehne"), ozlDeallocate(image, OZL_IMAGE_ALL);
      }},
     {"ozlCreateROI", [](Case& c) {
          OzlROI* roi = ozl::fuzz::callWith(c, ozlCreateROI);
-         ozlSetROI(roi, 1, 2, 3, 4, 5);
-         ozlSetROI(nullptr, 1, 2, 3, 4, 5);
-         ozlDeleteROI(roi);
+         ozlSetROI(roi, 1, 2, 3, 4, 5), ozlSetROI(nullptr, 1, 2, 3, 4, 5), ozlDeleteROI(roi);
      }},
     {"ozlCreateTileInfo", [](Case& c) {
          const int w = c.anyInt();
          OzlTileInfo* tile = ozlCreateTileInfo(noTiles, nullptr, w, c.anyInt());
-         ozlSetTileInfo(tile, nullptr, tile, 8, 8);
-         ozlSetTileInfo(nullptr, noTiles, nullptr, 8, 8);
-         ozlDeleteTileInfo(tile);
+         ozlSetTileInfo(tile, nullptr, tile, 8, 8), ozlSetTileInfo(nullptr, noTiles, nullptr, 8, 8), ozlDeleteTileInfo(tile);
      }},
 });
 
