@@ -88,6 +88,9 @@ public:
     double anyDouble();  // near the identity's scale, or anything a double holds
     int small(int lo, int hi) { return number(rng_.between(lo, hi)); }
     int mostly(int lo, int hi, unsigned pct) { return rng_.percent(pct) ? small(lo, hi) : anyInt(); }
+    // The next int argument: mostly in the next of the ranges set (lo, hi pairs), else any.
+    int nextInt() { return ranges_ == rangesEnd_ ? anyInt() : (ranges_ += 2, mostly(ranges_[-2], ranges_[-1], 90)); }
+    void setRanges(const int* begin, const int* end) { ranges_ = begin, rangesEnd_ = end; }
     Window window(int maxCols, int maxRows);
     // A new header's arguments: mostly the theme's and valid, now and then huge or illegal.
     HeaderArgs randomHeaderArgs(bool mask);
@@ -110,13 +113,14 @@ private:
     struct { uint32_t depth; int nChannels; bool alpha; int dataOrder; } theme_{};
     std::vector<Owned*> owned_;
     std::vector<OzlImage*> images_;
+    const int *ranges_ = nullptr, *rangesEnd_ = nullptr;
 };
 
 // One argument of a call, from its type.
 template <class T> T arg(Case& c);
 template <> inline OzlImage* arg<OzlImage*>(Case& c) { return c.pick(); }
 template <> inline const OzlImage* arg<const OzlImage*>(Case& c) { return c.pick(); }
-template <> inline int arg<int>(Case& c) { return c.anyInt(); }
+template <> inline int arg<int>(Case& c) { return c.nextInt(); }
 template <> inline unsigned arg<unsigned>(Case& c) { return static_cast<unsigned>(c.mostly(0, 39, 85)); }
 template <> inline float arg<float>(Case& c) { return c.anyFloat(); }
 template <> inline double arg<double>(Case& c) { return c.anyDouble(); }
@@ -129,6 +133,14 @@ R callWith(Case& c, R (*f)(A...)) {
 }
 template <auto F>
 void call(Case& c) { callWith(c, F); }
+// Calls F with its first ints mostly in the ranges given as lo, hi pairs.
+template <auto F, int... bounds>
+void ranged(Case& c) {
+    static constexpr int b[] = {bounds...};
+    c.setRanges(b, b + sizeof...(bounds));
+    callWith(c, F);
+    c.setRanges(nullptr, nullptr);
+}
 // A table row calling F with arguments drawn from its types.
 #define OZL_FUZZ(F) ozl::fuzz::Call{#F, ozl::fuzz::call<F>}
 

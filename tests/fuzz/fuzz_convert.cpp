@@ -1,5 +1,5 @@
-// Fills, copies, exchange, depth conversions, threshold and bit reduction, compositing, pixel access and
-// bitmaps.
+// Pixel-wise arithmetic, logic, shifts, comparisons, fills, copies, exchange, depth conversions, threshold and
+// bit reduction (mostly arguments drawn from their types), compositing, pixel access and bitmaps.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +10,7 @@
 namespace {
 
 using ozl::fuzz::Case;
+using ozl::fuzz::ranged;
 
 // Get or put one pixel at a coordinate mostly near the image, through a buffer of the bytes the pixel takes
 // (all channels, or the channel of interest's) as a caller computes them.
@@ -84,6 +85,18 @@ void dib(Case& c) {
 }
 
 const ozl::fuzz::Registrar calls({
+    OZL_FUZZ(ozlAdd), OZL_FUZZ(ozlSubtract), OZL_FUZZ(ozlMultiply), OZL_FUZZ(ozlMultiplyScale), OZL_FUZZ(ozlAddS),
+    OZL_FUZZ(ozlSubtractS), OZL_FUZZ(ozlMultiplyS), OZL_FUZZ(ozlMultiplySScale), OZL_FUZZ(ozlAddSFP),
+    OZL_FUZZ(ozlSubtractSFP), OZL_FUZZ(ozlMultiplySFP), OZL_FUZZ(ozlAbs), OZL_FUZZ(ozlSquare), OZL_FUZZ(ozlAnd),
+    OZL_FUZZ(ozlOr), OZL_FUZZ(ozlXor), OZL_FUZZ(ozlNot), OZL_FUZZ(ozlAndS), OZL_FUZZ(ozlOrS), OZL_FUZZ(ozlXorS),
+    OZL_FUZZ(ozlLShiftS), OZL_FUZZ(ozlRShiftS), OZL_FUZZ(ozlLess), OZL_FUZZ(ozlGreater), OZL_FUZZ(ozlEqual),
+    OZL_FUZZ(ozlLessS), OZL_FUZZ(ozlGreaterS), OZL_FUZZ(ozlEqualS), OZL_FUZZ(ozlLessSFP), OZL_FUZZ(ozlGreaterSFP),
+    OZL_FUZZ(ozlEqualSFP), OZL_FUZZ(ozlEqualFPEps), OZL_FUZZ(ozlEqualSFPEps),
+    {"ozlMinMaxFP", [](Case& c) {
+         OzlImage* image = c.pick();
+         float lo = 0, hi = 0;
+         ozlMinMaxFP(image, &lo, c.rng().percent(90) ? (c.note("&min, &max"), &hi) : (c.note("NULL max"), nullptr));
+     }},
     OZL_FUZZ(ozlSet), OZL_FUZZ(ozlSetFP), OZL_FUZZ(ozlCopy), OZL_FUZZ(ozlExchange), OZL_FUZZ(ozlConvert),
     OZL_FUZZ(ozlScale), OZL_FUZZ(ozlBitonalToGray), OZL_FUZZ(ozlThreshold),
     {"ozlScaleFP", [](Case& c) {  // mostly an ordinary range, so that the mapping itself runs
@@ -92,22 +105,13 @@ const ozl::fuzz::Registrar calls({
          const float lo = plain ? -1.0f : c.anyFloat();
          ozlScaleFP(s, d, lo, plain ? float(c.small(0, 300)) : c.anyFloat());
      }},
-    {"ozlReduceBits", [](Case& c) {
-         const auto [s, d] = c.picks<2>();
-         const int n = c.mostly(0, 17, 90);
-         ozlReduceBits(s, d, n, c.mostly(0, 2, 90));
-     }},
+    {"ozlReduceBits", ranged<ozlReduceBits, 0, 17, 0, 2>}, {"ozlAlphaCompositeC", ranged<ozlAlphaCompositeC, 0, 11>},
     {"ozlAlphaComposite", [](Case& c) {  // separate alpha images now and then
          const auto [a, b, d] = c.picks<3>();
          const int type = c.mostly(0, 11, 90);
          OzlImage* alphas[3] = {};
          for (OzlImage*& alpha : alphas) alpha = c.rng().percent(25) ? c.pick() : nullptr;
          ozlAlphaComposite(a, b, d, type, alphas[0], alphas[1], alphas[2], c.small(0, 1));
-     }},
-    {"ozlAlphaCompositeC", [](Case& c) {
-         const auto [a, b, d] = c.picks<3>();
-         const int type = c.mostly(0, 11, 90), alphaA = c.anyInt(), alphaB = c.anyInt();
-         ozlAlphaCompositeC(a, b, d, type, alphaA, alphaB, c.small(0, 1));
      }},
     {"ozlPreMultiplyAlpha", [](Case& c) {
          const auto [s, d] = c.picks<2>();

@@ -77,10 +77,7 @@ const ozl::fuzz::Registrar calls({
     {"ozlGetNormalizedCentralMoment", moment<ozlGetNormalizedCentralMoment>},
     {"ozlNormalizedSpatialMoment", moment<ozlNormalizedSpatialMoment>},
     {"ozlNormalizedCentralMoment", moment<ozlNormalizedCentralMoment>},
-    {"ozlNorm", [](Case& c) {
-         const auto [a, b] = c.picks<2>();
-         ozlNorm(a, b, c.small(-1, 17));
-     }},
+    {"ozlNorm", ozl::fuzz::ranged<ozlNorm, -1, 17>},
 });
 
 }  // namespace
