@@ -108,29 +108,19 @@ struct RoundTrip {
 };
 
 const RoundTrip kRoundTrips[] = {
-    {"grey8.png", 1, 255, "PNG 13x9 grey 8-bit", 0},
-    {"grey16.png", 1, 65535, "PNG 13x9 grey 16-bit", 0},
-    {"bw.png", 1, 1, "PNG 13x9 grey 1-bit", 0},
-    {"ga8.png", 2, 255, "PNG 13x9 grey+alpha 8-bit", 0},
-    {"rgb8.png", 3, 255, "PNG 13x9 RGB 8-bit", 0},
-    {"rgb16.png", 3, 65535, "PNG 13x9 RGB 16-bit", 0},
-    {"rgba8.png", 4, 255, "PNG 13x9 RGBA 8-bit", 0},
-    {"bw.pbm", 1, 1, "PBM 13x9 grey 1-bit", 0},
-    {"grey8.pgm", 1, 255, "PGM 13x9 grey 8-bit", 0},
-    {"grey16.pgm", 1, 65535, "PGM 13x9 grey 16-bit", 0},
-    {"rgb8.ppm", 3, 255, "PPM 13x9 RGB 8-bit", 0},
-    {"rgb16.ppm", 3, 65535, "PPM 13x9 RGB 16-bit", 0},
-    {"rgb8.pnm", 3, 255, "PPM 13x9 RGB 8-bit", 0},
-    {"bw.pam", 1, 1, "PAM 13x9 grey 1-bit", 0},
-    {"grey16.pam", 1, 65535, "PAM 13x9 grey 16-bit", 0},
-    {"ga8.pam", 2, 255, "PAM 13x9 grey+alpha 8-bit", 0},
-    {"rgb16.pam", 3, 65535, "PAM 13x9 RGB 16-bit", 0},
-    {"rgba8.pam", 4, 255, "PAM 13x9 RGBA 8-bit", 0},
-    {"grey.pfm", 1, 0, "PFM 13x9 grey 32-bit float", 0},
-    {"rgb.pfm", 3, 0, "PFM 13x9 RGB 32-bit float", 0},
-    {"grey.jpg", 1, 255, "JPEG 13x9 grey 8-bit", 1},
-    {"rgb.jpg", 3, 255, "JPEG 13x9 RGB 8-bit", 1},
+    {"grey8.png", 1, 255, "PNG 13x9 grey 8-bit", 0},        {"grey16.png", 1, 65535, "PNG 13x9 grey 16-bit", 0},
+    {"bw.png", 1, 1, "PNG 13x9 grey 1-bit", 0},             {"ga8.png", 2, 255, "PNG 13x9 grey+alpha 8-bit", 0},
+    {"rgb8.png", 3, 255, "PNG 13x9 RGB 8-bit", 0},          {"rgb16.png", 3, 65535, "PNG 13x9 RGB 16-bit", 0},
+    {"rgba8.png", 4, 255, "PNG 13x9 RGBA 8-bit", 0},        {"bw.pbm", 1, 1, "PBM 13x9 grey 1-bit", 0},
+    {"grey8.pgm", 1, 255, "PGM 13x9 grey 8-bit", 0},        {"grey16.pgm", 1, 65535, "PGM 13x9 grey 16-bit", 0},
+    {"rgb8.ppm", 3, 255, "PPM 13x9 RGB 8-bit", 0},          {"rgb16.ppm", 3, 65535, "PPM 13x9 RGB 16-bit", 0},
+    {"rgb8.pnm", 3, 255, "PPM 13x9 RGB 8-bit", 0},          {"bw.pam", 1, 1, "PAM 13x9 grey 1-bit", 0},
+    {"grey16.pam", 1, 65535, "PAM 13x9 grey 16-bit", 0},    {"ga8.pam", 2, 255, "PAM 13x9 grey+alpha 8-bit", 0},
+    {"rgb16.pam", 3, 65535, "PAM 13x9 RGB 16-bit", 0},      {"rgba8.pam", 4, 255, "PAM 13x9 RGBA 8-bit", 0},
+    {"grey.pfm", 1, 0, "PFM 13x9 grey 32-bit float", 0},    {"rgb.pfm", 3, 0, "PFM 13x9 RGB 32-bit float", 0},
+    {"grey.jpg", 1, 255, "JPEG 13x9 grey 8-bit", 1},        {"rgb.jpg", 3, 255, "JPEG 13x9 RGB 8-bit", 1},
 };
+
 
 // Random samples; floats of every sign and size; a smooth picture for JPEG.
 Pixels referenceFor(const RoundTrip& t, unsigned seed) {
@@ -167,12 +157,12 @@ TEST(ToolFormats, EveryPixelFormatRoundTrips) {
 // output's white.
 TEST(ToolFormats, SampleSizesConvertByWhite) {
     checkCases({
-        {{"copy", "g16.pam", "--bits", "8"}, "", "g16", 255, [](int, int, int, double v) { return std::floor(v / 257 + 0.5); }},
-        {{"copy", "g8.pam", "--bits", "16"}, "", "g8", 65535, [](int, int, int, double v) { return v * 257; }},
-        {{"copy", "g8.pam", "--bits", "1"}, "", "g8", 1, [](int, int, int, double v) { return v >= 128 ? 1.0 : 0.0; }},
-        {{"copy", "bw1.pam", "--bits", "16"}, "", "bw1", 65535, [](int, int, int, double v) { return v * 65535; }},
-        {{"copy", "bw1.pam", "--depth", "8u"}, "out.pgm", "bw1", 255, [](int, int, int, double v) { return v * 255; }},
-        {{"copy", "g8.pam", "--bits", "32"}, "out.pfm", "g8", 0, [](int, int, int, double v) { return v; }},
+        {{"copy", "g16.pam", "--bits", "8"}, "", "g16", 255, [](At p) { return std::floor(p.v / 257 + 0.5); }},
+        {{"copy", "g8.pam", "--bits", "16"}, "", "g8", 65535, [](At p) { return p.v * 257; }},
+        {{"copy", "g8.pam", "--bits", "1"}, "", "g8", 1, [](At p) { return p.v >= 128 ? 1.0 : 0.0; }},
+        {{"copy", "bw1.pam", "--bits", "16"}, "", "bw1", 65535, [](At p) { return p.v * 65535; }},
+        {{"copy", "bw1.pam", "--depth", "8u"}, "out.pgm", "bw1", 255, [](At p) { return p.v * 255; }},
+        {{"copy", "g8.pam", "--bits", "32"}, "out.pfm", "g8", 0, [](At p) { return p.v; }},
     });
 }
 
@@ -184,7 +174,7 @@ TEST(ToolFormats, ReadersAcceptTheVariants) {
                  small = randomPixels(kW, kH, 1, 100, 54);
     for (const auto& [name, p] : {std::pair{"plain.pgm", &grey}, {"plain.ppm", &rgb}, {"plain.pbm", &bw},
                                   {"odd.pgm", &odd}, {"small.pgm", &small}})
-        writePlainPnm(at(name), *p);
+        writePam(at(name), *p, true);
     Pixels oddWant = odd, smallWant = small;
     oddWant.maxval = 65535, smallWant.maxval = 255;
     for (double& v : oddWant.v) v = std::floor(v * 65535 / 1023 + 0.5);
