@@ -215,7 +215,7 @@ const Pixels& input(const std::string& name) {
 double sat(double v, double hi) { return std::min(hi, std::max(0.0, v)); }
 bool inRoi(const At& p) { return p.x >= 2 && p.x < 7 && p.y >= 3 && p.y < 7; }
 bool masked(const At& p) { return input("mask").at(p.x, p.y, 0) != 0; }
-double a(int x, int y, int c) { return input("a").at(x, y, c); }
+double a(const At& p, int c) { return input("a").at(p.x, p.y, c); }
 double b(const At& p) { return input("b").at(p.x, p.y, p.c); }
 
 void checkCases(const std::vector<OpCase>& cases) {

@@ -58,7 +58,7 @@ const Pixels& input(const std::string& name);
 double sat(double v, double hi = 255);
 bool inRoi(const At& p);   // inside --roi 2,3,5,4
 bool masked(const At& p);  // mask.pam is white there
-double a(int x, int y, int c);
+double a(const At& p, int c);
 double b(const At& p);
 
 struct OpCase {

@@ -13,24 +13,27 @@
 namespace ozltest {
 namespace {
 
-double g8(const At& p) { return input("g8").at(p.x, p.y, 0); }
 
 int mulScale(double v, double k) {
     const unsigned p = static_cast<unsigned>(v) * static_cast<unsigned>(k);
     return static_cast<int>((p + (p >> 8) + 1) >> 8);
 }
 
-double twistRow(int x, int y, const int (&row)[4], int scale, int offset) {
-    const double sum = row[0] * a(x, y, 0) + row[1] * a(x, y, 1) + row[2] * a(x, y, 2) + row[3];
+double twist(const At& p, const int (&rows)[3][4], int scale, int offset) {
+    const int* row = rows[p.c];
+    const double sum = row[0] * a(p, 0) + row[1] * a(p, 1) + row[2] * a(p, 2) + row[3];
     return sat(std::floor((sum + (scale ? 1 << (scale - 1) : 0)) / (1 << scale)) + offset);
 }
 
-// True convolution of g8 at (x, y) with a 3x3 kernel anchored at its centre, outside pixels replicated: sum
-// k[j][i] src(x + 1 - i, y + 1 - j).
-double convolve3(const std::vector<int>& k, const At& p) {
+// True convolution at p with a 3x3 kernel anchored at its centre, sum k[j][i] src(x + 1 - i, y + 1 - j); outside
+// pixels replicated, or 0.
+double convolve3(const std::vector<int>& k, const At& p, const char* src = "g8", bool replicate = true) {
     double sum = 0;
     for (int j = 0; j < 3; ++j)
-        for (int i = 0; i < 3; ++i) sum += k[j * 3 + i] * g8({std::clamp(p.x + 1 - i, 0, kW - 1), std::clamp(p.y + 1 - j, 0, kH - 1)});
+        for (int i = 0; i < 3; ++i) {
+            const int x = p.x + 1 - i, y = p.y + 1 - j, cx = std::clamp(x, 0, kW - 1), cy = std::clamp(y, 0, kH - 1);
+            sum += (replicate || (x == cx && y == cy)) ? k[j * 3 + i] * input(src).at(cx, cy, 0) : 0;
+        }
     return sum;
 }
 
@@ -83,10 +86,8 @@ TEST(ToolOps, OperationsValueByValue) {
          [](At p) { return sat(std::floor(p.v / 257 + 0.5) + 1); }},
         {{"sub", "--depth", "16s", "--stretch", "a.pam", "b.pam"}, "", "a", 255, [](At p) {
              double lo = 1e9, hi = -1e9;
-             for (size_t i = 0; i < input("a").v.size(); ++i) {
-                 const double d = input("a").v[i] - input("b").v[i];
-                 lo = std::min(lo, d), hi = std::max(hi, d);
-             }
+             for (size_t i = 0; i < input("a").v.size(); ++i)
+                 lo = std::min(lo, input("a").v[i] - input("b").v[i]), hi = std::max(hi, input("a").v[i] - input("b").v[i]);
              return std::floor((p.v - b(p) - lo) / (hi - lo) * 255 + 0.5);
          }},
         {{"add", "--depth", "32f", "--value", "0.25", "a.pam"}, "out.pfm", "a", 0, [](At p) { return p.v + 0.25; }},
@@ -95,22 +96,17 @@ TEST(ToolOps, OperationsValueByValue) {
         {{"and", "bw1.pam", "bw2.pam"}, "", "bw1", 1,
          [](At p) { return double(int(p.v) & int(input("bw2").at(p.x, p.y, 0))); }},
         {{"gray", "a.pam"}, "", "g8", 255,
-         [](At p) { return std::floor((54 * a(p.x, p.y, 0) + 183 * a(p.x, p.y, 1) + 18 * a(p.x, p.y, 2)) / 256); }},
-        {{"twist", "--matrix", "sepia", "--offset", "-3", "a.pam"}, "", "a", 255, [](At p) {
-             static const int rows[3][4] = {{101, 197, 48, 0}, {89, 176, 43, 0}, {70, 137, 34, 0}};
-             return twistRow(p.x, p.y, rows[p.c], 8, -3);
-         }},
-        {{"twist", "--matrix", "2,0,0,-100,0,1,0,7,0,0,1,0", "--scale", "1", "a.pam"}, "", "a", 255, [](At p) {
-             static const int rows[3][4] = {{2, 0, 0, -100}, {0, 1, 0, 7}, {0, 0, 1, 0}};
-             return twistRow(p.x, p.y, rows[p.c], 1, 0);
-         }},
+         [](At p) { return std::floor((54 * a(p, 0) + 183 * a(p, 1) + 18 * a(p, 2)) / 256); }},
+        {{"twist", "--matrix", "sepia", "--offset", "-3", "a.pam"}, "", "a", 255,
+         [](At p) { return twist(p, {{101, 197, 48, 0}, {89, 176, 43, 0}, {70, 137, 34, 0}}, 8, -3); }},
+        {{"twist", "--matrix", "2,0,0,-100,0,1,0,7,0,0,1,0", "--scale", "1", "a.pam"}, "", "a", 255,
+         [](At p) { return twist(p, {{2, 0, 0, -100}, {0, 1, 0, 7}, {0, 0, 1, 0}}, 1, 0); }},
         {{"twist", "--matrix", "0,0,2,1,0,0,0,0,1,0,0,-1", "--scale", "1", "--depth", "32f", "a.pam"}, "out.pfm", "a", 0,
-         [](At p) { return p.c == 0 ? a(p.x, p.y, 2) + 0.5 : p.c == 1 ? 0 : a(p.x, p.y, 0) / 2 - 0.5; }},
+         [](At p) { return p.c == 0 ? a(p, 2) + 0.5 : p.c == 1 ? 0 : a(p, 0) / 2 - 0.5; }},
         {{"colorize", "--weights", "1,0.5,0", "g8.pam"}, "", "a", 255,
-         [](At p) { return std::floor(g8(p) * (p.c == 0 ? 1 : p.c == 1 ? 0.5 : 0)); }, 1},
-        {{"greater", "a.pam", "b.pam"}, "out.pbm", "g8", 1, [](At p) {
-             return double(a(p.x, p.y, 0) > b({p.x, p.y, 0}) && a(p.x, p.y, 1) > b({p.x, p.y, 1}) && a(p.x, p.y, 2) > b({p.x, p.y, 2}));
-         }},
+         [](At p) { return std::floor(input("g8").at(p.x, p.y, 0) * (p.c == 0 ? 1 : p.c == 1 ? 0.5 : 0)); }, 1},
+        {{"greater", "a.pam", "b.pam"}, "out.pbm", "g8", 1,
+         [](At p) { return double(a(p, 0) > b({p.x, p.y, 0}) && a(p, 1) > b({p.x, p.y, 1}) && a(p, 2) > b({p.x, p.y, 2})); }},
         {{"less", "--value", "300", "g8.pam"}, "", "g8", 1, [](At) { return 1.0; }},
         {{"equal", "--value", "-40", "--depth", "16s", "f.pfm"}, "", "f", 1, [](At p) { return double(p.v == -40); }},
         {{"equal", "--eps", "20", "--value", "10.5", "f.pfm"}, "", "f", 1,
@@ -118,7 +114,7 @@ TEST(ToolOps, OperationsValueByValue) {
         {{"greater", "--value", "100", "--roi", "2,3,5,4", "g8.pam"}, "", "g8", 1,
          [](At p) { return double(inRoi(p) && p.v > 100); }},
         {{"less", "--value", "128", "--coi", "2", "--mask", "mask.pam", "a.pam"}, "", "g8", 1,
-         [](At p) { return double(masked(p) && a(p.x, p.y, 1) < 128); }},
+         [](At p) { return double(masked(p) && a(p, 1) < 128); }},
         {{"convolve", "--kernel", "3x3:1,2,1,2,4,2,1,2,1", "--shift", "4", "--border", "replicate", "g8.pam"}, "", "g8", 255,
          [](At p) { return std::floor(convolve3(kGauss, p) / 16); }},
         {{"convolve", "--kernel", "3x3:0,0,0,0,0,3,0,-1,0", "--depth", "16s", "--border", "replicate", "g8.pam"},
@@ -127,14 +123,7 @@ TEST(ToolOps, OperationsValueByValue) {
           "replicate", "g8.pam"}, "out.pfm", "g8", 0,
          [](At p) { return std::max(convolve3(kSobelX, p), convolve3(kSobelY, p)); }},
         {{"convolve", "--kernel", "gauss", "--border", "constant:0", "--depth", "32f", "f.pfm"}, "out.pfm", "f", 0,
-         [](At p) {
-             double sum = 0;
-             for (int j = -1; j <= 1; ++j)
-                 for (int i = -1; i <= 1; ++i)
-                     if (p.x + i >= 0 && p.x + i < kW && p.y + j >= 0 && p.y + j < kH)
-                         sum += kGauss[(j + 1) * 3 + i + 1] * input("f").at(p.x + i, p.y + j, 0);
-             return sum / 16;
-         }, 1e-3},
+         [](At p) { return convolve3(kGauss, p, "f", false) / 16; }, 1e-3},
         // Separable: rows then columns, one shift for both.
         {{"convolve-sep", "--x", "3x1:1,0,-1", "--y", "1x3:1,2,1", "--depth", "16s", "--border", "replicate", "g8.pam"},
          "out.pfm", "g8", 0, [](At p) { return convolve3(kSobelX, p); }},
@@ -165,7 +154,7 @@ TEST(ToolOps, Statistics) {
             s += (std::snprintf(line, sizeof line, "%6d..%-5d", bin * 64, bin * 64 + 63), line);
             for (int c : channels) {
                 int n = 0;
-                for (int i = 0; i < kW * kH; ++i) n += keep({i % kW, i / kW}) && int(a(i % kW, i / kW, c)) / 64 == bin;
+                for (int i = 0; i < kW * kH; ++i) n += keep({i % kW, i / kW}) && int(a({i % kW, i / kW}, c)) / 64 == bin;
                 s += (std::snprintf(line, sizeof line, " %10d", n), line);
             }
             s += "\n";
