@@ -1,11 +1,13 @@
 // The fuzz driver: image headers built through the library with random, mostly valid arguments, pixel buffers
 // of exactly imageSize bytes, tiles served in buffers of exactly one tile, and every exported operation
 // called on random picks of them in error mode Silent. Under the sanitizers any access outside those buffers,
-// or undefined arithmetic, fails naming the case's seed; `ozl_fuzz --seed=N --cases=1 --trace` replays it.
+// or undefined arithmetic, fails naming the case's seed and call; `ozl_fuzz --seed=N --cases=1 --trace`
+// replays it, listing the pool and the calls.
 // Each family file registers its calls; `call<F>` draws every argument from its type, so most entries are
 // one table row: const Registrar calls({OZL_FUZZ(ozlNot)});
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <initializer_list>
@@ -44,12 +46,10 @@ struct HeaderArgs {
     int dataOrder = OZL_DATA_ORDER_PIXEL, origin = OZL_ORIGIN_TL, align = 4, width = 1, height = 1;
 };
 
-// Image bytes by the row rule, computed apart from the library in 64 bits; -1 past 63 bits.
-int64_t layoutBytes(const OzlImage* image);
-// Stops the run unless `image`, made by the library, has the widthStep and imageSize its layout gives, both
-// fitting their 32-bit fields.
+int64_t layoutBytes(const OzlImage* image);  // by the row rule, apart from the library, in 64 bits; -1 past 63
+// Stops the run (with the case's seed and call) on a fault the sanitizers cannot see: a header made by the
+// library whose widthStep and imageSize are not the row rule's, or do not fit their fields.
 void expectRowRule(const OzlImage* image, const char* function);
-// Stops the run with the case's seed and call: a fault the sanitizers cannot see.
 [[noreturn]] void fail(const char* what);
 
 constexpr int64_t kMaxBufferBytes = int64_t{1} << 22;  // largest pixel or tile buffer
@@ -70,23 +70,20 @@ class Case {
 public:
     Case(uint64_t seed, bool trace);
     ~Case();
-    Case(const Case&) = delete;
-    Case& operator=(const Case&) = delete;
 
     Rng& rng() { return rng_; }
-    OzlImage* pick() { return rng_.percent(3) ? (note("NULL"), nullptr) : pickPresent(); }
+    OzlImage* pick() { return rng_.percent(3) ? nullptr : pickPresent(); }
     OzlImage* pickPresent();  // NULL only when every header was refused
     template <size_t N>
     std::array<OzlImage*, N> picks() {  // in order, as the trace lists them
         std::array<OzlImage*, N> out;
-        for (OzlImage*& image : out) image = pick();
-        return out;
+        return std::generate(out.begin(), out.end(), [this] { return pick(); }), out;
     }
-    // Constants biased to the edges of their ranges, noted for the trace.
+    // Constants biased to the edges of their ranges.
     int anyInt();
     float anyFloat();
     double anyDouble();  // near the identity's scale, or anything a double holds
-    int small(int lo, int hi) { return number(rng_.between(lo, hi)); }
+    int small(int lo, int hi) { return rng_.between(lo, hi); }
     int mostly(int lo, int hi, unsigned pct) { return rng_.percent(pct) ? small(lo, hi) : anyInt(); }
     // The next int argument: mostly in the next of the ranges set (lo, hi pairs), else any.
     int nextInt() { return ranges_ == rangesEnd_ ? anyInt() : (ranges_ += 2, mostly(ranges_[-2], ranges_[-1], 90)); }
@@ -96,9 +93,6 @@ public:
     HeaderArgs randomHeaderArgs(bool mask);
     // Far edges past the image or offsets near INT_MAX now and then (of bounded area on huge images).
     void setRandomRoi(OzlImage* image);
-    void note(const std::string& text);  // an argument, for the trace
-    template <class T>
-    T number(T v) { return note(std::to_string(v)), v; }
     void run(int count);
 
 private:
@@ -108,7 +102,7 @@ private:
     static void OZL_CALL serveTile(const OzlImage* image, int xIndex, int yIndex, int mode);
 
     Rng rng_;
-    bool trace_, argsSoFar_ = false;
+    bool trace_;
     // Most images of a case share a shape, so that operations pass their agreement checks as often as not.
     struct { uint32_t depth; int nChannels; bool alpha; int dataOrder; } theme_{};
     std::vector<Owned*> owned_;

@@ -75,7 +75,8 @@ void separable(Case& c) {
     std::vector<typename K::Record*> xy{c.rng().percent(85) ? K::make(c, 9, 1) : K::make(c, 1, 9)};
     xy.push_back(c.rng().percent(85) ? K::make(c, 1, 9) : K::make(c, 9, 1));
     tampered<K>(c, xy, [&] {
-        K::separable(s, c.rng().percent(5) ? s : d, c.rng().percent(10) ? nullptr : xy[0], c.rng().percent(10) ? nullptr : xy[1]);
+        K::separable(s, c.rng().percent(5) ? s : d, c.rng().percent(10) ? nullptr : xy[0],
+                     c.rng().percent(10) ? nullptr : xy[1]);
     });
 }
 

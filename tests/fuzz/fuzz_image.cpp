@@ -26,8 +26,6 @@ void block(Case& c) {
     ozlFree(p);
 }
 
-// The reports run through the current callback and directly; the driver keeps the mode Silent.
-
 void OZL_CALL noTiles(const OzlImage*, int, int, int) {}
 
 // Releases a header the call made, by one of the three routes, with the records it was made with.
@@ -59,7 +57,8 @@ void cloneAndRelease(OzlImage* source) {
 // A new header with random arguments and records, allocated (twice now and then: refused), cloned, released.
 void createHeader(Case& c) {
     ozl::fuzz::HeaderArgs a = c.randomHeaderArgs(c.rng().percent(20));
-    OzlROI* roi = c.rng().percent(40) ? ozlCreateROI(c.small(-1, 4), c.small(-1, 50), c.small(-1, 50), c.anyInt(), c.anyInt()) : nullptr;
+    OzlROI* roi = c.rng().percent(40) ? ozlCreateROI(c.small(-1, 4), c.small(-1, 50), c.small(-1, 50), c.anyInt(), c.anyInt())
+                                      : nullptr;
     const int tileWidth = c.rng().of({8, 12, 16, 0}), tileHeight = c.rng().of({8, 16, -8});
     OzlTileInfo* tile = c.rng().percent(10) ? ozlCreateTileInfo(noTiles, nullptr, tileWidth, tileHeight) : nullptr;
     OzlImage *mask = c.rng().percent(15) ? c.pick() : nullptr, *ownMask = nullptr;
@@ -69,11 +68,7 @@ void createHeader(Case& c) {
     }
     OzlImage* image = ozlCreateImageHeader(a.nChannels, a.alphaChannel, a.depth, a.colorModel, a.channelSeq,
                                            a.dataOrder, a.origin, a.align, a.width, a.height, roi, mask, nullptr, tile);
-    if (!image) {
-        ozlDeleteROI(roi), ozlDeleteTileInfo(tile);
-        if (ownMask) ozlDeallocate(ownMask, OZL_IMAGE_ALL);
-        return;
-    }
+    if (!image) return ozlDeleteROI(roi), ozlDeleteTileInfo(tile), ozlDeallocate(ownMask, OZL_IMAGE_ALL);
     expectRowRule(image, "ozlCreateImageHeader");
     if (image->imageSize <= kMaxBufferBytes) {
         allocate(c, image);
@@ -83,7 +78,7 @@ void createHeader(Case& c) {
     release(c, image, ownMask);
 }
 
-const ozl::fuzz::Registrar calls({
+const ozl::fuzz::Registrar calls({  // the reports print nothing: the driver keeps the mode Silent
     OZL_FUZZ(ozlError), OZL_FUZZ(ozlNulDevReport), OZL_FUZZ(ozlStdErrReport), OZL_FUZZ(ozlGuiBoxReport),
     {"ozlErrorStr", [](Case& c) { if (const char* t = ozlErrorStr(c.anyInt()); !t || !*t) fail("ozlErrorStr: no text"); }},
     {"ozlRedirectError", [](Case& c) {

@@ -40,7 +40,7 @@ void setReport(int callIndex, const char* callName) {
                   "ozl_fuzz: replay with: ozl_fuzz --seed=%llu --cases=1 --trace\n", seed, callIndex, callName, seed);
 }
 
-void reportFailure() { ssize_t ignored = ::write(2, g_report, std::strlen(g_report)); (void)ignored; }
+void reportFailure() { [[maybe_unused]] ssize_t n = ::write(2, g_report, std::strlen(g_report)); }
 
 constexpr uint32_t kDepths[] = {OZL_DEPTH_1U,  OZL_DEPTH_8U,  OZL_DEPTH_8S, OZL_DEPTH_16U,
                                 OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F};
@@ -55,7 +55,8 @@ void fillRandom(Rng& rng, char* p, int64_t n) {
 // Exactly `bytes` bytes, so that the sanitizer catches the first byte past them; aligned as the header asks.
 char* exactBuffer(int64_t bytes, int align) {
     void* p = nullptr;
-    return posix_memalign(&p, std::max<size_t>(size_t(align), sizeof(void*)), size_t(bytes)) == 0 ? static_cast<char*>(p) : nullptr;
+    const size_t alignment = std::max<size_t>(size_t(align), sizeof(void*));
+    return posix_memalign(&p, alignment, size_t(bytes)) == 0 ? static_cast<char*>(p) : nullptr;
 }
 
 // An image side: mostly small, now and then up to a few hundred, rarely huge or illegal.
@@ -67,12 +68,6 @@ int randomSide(Rng& rng) {
         return rng.of({INT_MAX, INT_MAX - 7, 1 << 30, (1 << 30) + 1, (1 << 29) + 1, (1 << 28) + 3,
                        0x55555556, 0x40000001, 0x20000001, 0x08000001, 0x01000001});
     return rng.of({0, -1, INT_MIN});
-}
-
-std::string numberText(double v, int digits) {
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "%.*g", digits, v);
-    return buf;
 }
 
 int64_t rowBytes(int dataOrder, uint32_t depth, int align, int nChannels, int width) {
@@ -137,11 +132,11 @@ Case::~Case() {
 
 int Case::anyInt() {
     switch (rng_.below(6)) {
-        case 0: return number(rng_.of({0, 1, -1, 2, 255, 256, -128, -129, 127, 128, 32767, 32768, -32768, -32769,
-                                       65535, 65536, INT_MAX, INT_MIN, INT_MAX - 1, INT_MIN + 1}));
+        case 0: return rng_.of({0, 1, -1, 2, 255, 256, -128, -129, 127, 128, 32767, 32768, -32768, -32769,
+                                       65535, 65536, INT_MAX, INT_MIN, INT_MAX - 1, INT_MIN + 1});
         case 1: case 2: return small(-300, 300);
         case 3: return small(-70000, 70000);
-        default: return number(static_cast<int>(static_cast<uint32_t>(rng_.next())));
+        default: return static_cast<int>(static_cast<uint32_t>(rng_.next()));
     }
 }
 
@@ -150,7 +145,6 @@ float Case::anyFloat() {
     const uint32_t bits = static_cast<uint32_t>(rng_.next());
     if (rng_.percent(30)) std::memcpy(&v, &bits, sizeof v);  // NaNs, infinities, denormals included
     else v = rng_.of({0.0f, -0.0f, 1.0f, -1.0f, 0.5f, 255.0f, 1e30f, -1e30f, 3.4e38f, 1e-40f, 2147483648.0f, -2147483904.0f});
-    note(numberText(v, 9));
     return v;
 }
 
@@ -159,7 +153,6 @@ double Case::anyDouble() {
     using L = std::numeric_limits<double>;
     const double v = rng_.percent(14) ? rng_.of({0.0, 1.0, -1.0, 1e300, -1e300, L::quiet_NaN(), L::infinity(), 1e-300})
                                       : rng_.between(-4000, 4000) / 1000.0;
-    note(numberText(v, 17));
     return v;
 }
 
@@ -172,9 +165,7 @@ Window Case::window(int maxCols, int maxRows) {
 }
 
 OzlImage* Case::pickPresent() {
-    if (images_.empty()) return note("NULL"), nullptr;
-    const uint32_t i = rng_.below(static_cast<uint32_t>(images_.size()));
-    return note("#" + std::to_string(i)), images_[i];
+    return images_.empty() ? nullptr : images_[rng_.below(static_cast<uint32_t>(images_.size()))];
 }
 
 HeaderArgs Case::randomHeaderArgs(bool mask) {
@@ -308,25 +299,14 @@ Case::Case(uint64_t seed, bool trace) : rng_(seed), trace_(trace) {
 
 std::string Case::describe(const OzlImage* im) const {
     char buf[320];
-    int n = std::snprintf(buf, sizeof buf, "depth %#x x%d%s %s %dx%d align %d step %d size %d", im->depth, im->nChannels,
-                          im->alphaChannel ? "+alpha" : "", im->dataOrder ? "plane" : "pixel", im->width, im->height,
-                          im->align, im->widthStep, im->imageSize);
-    if (const OzlROI* r = im->roi)
-        n += std::snprintf(buf + n, sizeof buf - n, " roi(coi %d at %d,%d size %dx%d)", r->coi, r->xOffset, r->yOffset,
-                           r->width, r->height);
-    if (im->maskROI)
-        n += std::snprintf(buf + n, sizeof buf - n, " mask #%d",
-                           int(std::find(images_.begin(), images_.end(), im->maskROI) - images_.begin()));
-    if (const OzlTileInfo* t = im->tileInfo) std::snprintf(buf + n, sizeof buf - n, " tiles %dx%d", t->width, t->height);
+    const OzlROI r = im->roi ? *im->roi : OzlROI{};
+    std::snprintf(buf, sizeof buf, "depth %#x x%d%s %s %dx%d align %d step %d size %d roi(coi %d at %d,%d size %dx%d)"
+                  " mask #%d tiles %dx%d",
+                  im->depth, im->nChannels, im->alphaChannel ? "+alpha" : "", im->dataOrder ? "plane" : "pixel", im->width,
+                  im->height, im->align, im->widthStep, im->imageSize, r.coi, r.xOffset, r.yOffset, r.width, r.height,
+                  im->maskROI ? int(std::find(images_.begin(), images_.end(), im->maskROI) - images_.begin()) : -1,
+                  im->tileInfo ? im->tileInfo->width : 0, im->tileInfo ? im->tileInfo->height : 0);
     return buf;
-}
-
-// Printed as it comes, so that a crash shows the arguments the call got.
-void Case::note(const std::string& text) {
-    if (!trace_) return;
-    std::printf("%s%s", argsSoFar_ ? ", " : "", text.c_str());
-    std::fflush(stdout);
-    argsSoFar_ = true;
 }
 
 void Case::run(int count) {
@@ -334,15 +314,10 @@ void Case::run(int count) {
     for (int i = 0; i < count && !calls.empty(); ++i) {
         const Call& call = calls[rng_.below(static_cast<uint32_t>(calls.size()))];
         setReport(i, call.name);
-        argsSoFar_ = false;
-        if (trace_) std::printf("[%d] %s(", i, call.name);
-        const auto t0 = std::chrono::steady_clock::now();
+        if (trace_) std::printf("[%d] %s", i, call.name), std::fflush(stdout);
         ozlSetErrStatus(OZL_StsOk);
         call.run(*this);
-        if (trace_)
-            std::printf(")  status %d, %.1f ms\n", ozlGetErrStatus(),
-                        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count());
-        std::fflush(stdout);
+        if (trace_) std::printf(": status %d\n", ozlGetErrStatus()), std::fflush(stdout);
         ozlSetErrMode(OZL_ErrModeSilent);  // the frame family's calls may change them
         ozlRedirectError(ozlNulDevReport);
     }
@@ -361,11 +336,9 @@ int main(int argc, char** argv) {
         bool known = std::strcmp(argv[i], "--trace") == 0;
         trace = trace || known;
         for (const auto& n : numbers) {
-            const size_t len = std::strlen(n.name);
-            if (known || std::strncmp(argv[i], n.name, len) != 0) continue;
-            char* end = nullptr;
-            *n.value = std::strtoull(argv[i] + len, &end, 10);
-            known = end != argv[i] + len && *end == '\0';
+            char tail = 0;  // a number and nothing after it
+            known = known || (std::strncmp(argv[i], n.name, std::strlen(n.name)) == 0 &&
+                              std::sscanf(argv[i] + std::strlen(n.name), "%llu%c", n.value, &tail) == 1);
         }
         if (!known) {
             std::fprintf(stderr, "usage: ozl_fuzz [--seconds=N] [--seed=N] [--cases=N] [--calls=N] [--trace]\nRuns cases "
@@ -374,8 +347,9 @@ int main(int argc, char** argv) {
         }
     }
     // One order whatever the link order, so that a seed replays on any build with the same calls.
-    std::sort(registry().begin(), registry().end(), [](const Call& x, const Call& y) { return std::strcmp(x.name, y.name) < 0; });
-    std::printf("ozl_fuzz: %zu calls registered, first seed %llu, up to %llu s\n", registry().size(), firstSeed, seconds);
+    auto& all = registry();
+    std::sort(all.begin(), all.end(), [](const Call& x, const Call& y) { return std::strcmp(x.name, y.name) < 0; });
+    std::printf("ozl_fuzz: %zu calls registered, first seed %llu, up to %llu s\n", all.size(), firstSeed, seconds);
     std::fflush(stdout);
 #if defined(__SANITIZE_ADDRESS__)
     __sanitizer_set_death_callback(reportFailure);
