@@ -150,6 +150,7 @@ Pixels randomPixels(int w, int h, int c, int maxval, unsigned seed) {
     return p;
 }
 
+// "" when got == f({x, y, c, a's value there}) within tolerance everywhere, else the first miss.
 std::string expectEach(const Pixels& got, const Pixels& a, const Want& f, double tolerance) {
     auto shape = [](const Pixels& p) { return joined({std::to_string(p.width), std::to_string(p.height), std::to_string(p.channels)}); };
     if (shape(got) != shape(a)) return "shape " + shape(got) + ", want " + shape(a);

@@ -45,9 +45,7 @@ struct At {  // a sample of the expectation's input picture
     double v = 0;
 };
 using Want = std::function<double(const At& p)>;
-// "" when got == f({x, y, c, a's value there}) within tolerance everywhere, else the first miss.
-std::string expectEach(const Pixels& got, const Pixels& a, const Want& f, double tolerance = 0);
-// The same against a picture, maxval included.
+// "" when got equals want (maxval included) within tolerance everywhere, else the first miss.
 std::string compare(const Pixels& got, const Pixels& want, double tolerance = 0);
 
 // The operation tests' inputs, written into the work folder on first use: a.pam and b.pam (RGB 8-bit), g8.pam
