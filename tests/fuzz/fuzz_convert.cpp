@@ -1,5 +1,5 @@
-// Fills, copies, exchange, depth conversions, threshold and bit reduction, compositing, pixel access and
-// bitmaps.
+// Pixel-wise arithmetic, logic, shifts, comparisons, fills, copies, exchange, depth conversions, threshold and
+// bit reduction (mostly arguments drawn from their types), compositing, pixel access and bitmaps.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -9,24 +9,18 @@
 
 namespace {
 
-using ozl::fuzz::call;
 using ozl::fuzz::Case;
+using ozl::fuzz::ranged;
 
-// The bytes a pixel of `image` takes (all channels, or the channel of interest's), computed from the header
-// as a caller would; at least 1.
-size_t pixelBytes(const OzlImage* image) {
-    if (!image) return 1;
-    const int channels = image->roi && image->roi->coi > 0 ? 1 : std::clamp(image->nChannels, 1, 64);
-    return size_t(channels) * size_t(std::clamp(static_cast<int>(image->depth & 0xFFu) / 8, 1, 8));
-}
-
-// Get or put one pixel at a coordinate mostly near the image.
+// Get or put one pixel at a coordinate mostly near the image, through a buffer of the bytes the pixel takes
+// (all channels, or the channel of interest's) as a caller computes them.
 template <bool put>
 void pixel(Case& c) {
     OzlImage* image = c.pick();
     const int x = c.mostly(-1, image ? std::max(image->width, 0) : 1, 85);
     const int y = c.mostly(-1, image ? std::max(image->height, 0) : 1, 85);
-    std::vector<unsigned char> value(pixelBytes(image));
+    const int channels = !image ? 1 : image->roi && image->roi->coi > 0 ? 1 : std::clamp(image->nChannels, 1, 64);
+    std::vector<unsigned char> value(size_t(channels) * size_t(std::clamp(image ? int(image->depth & 0xFFu) / 8 : 1, 1, 8)));
     for (unsigned char& v : value) v = static_cast<unsigned char>(c.rng().next());
     unsigned char* p = c.rng().percent(3) ? nullptr : value.data();
     if (put) ozlPutPixel(image, x, y, p);
@@ -43,13 +37,13 @@ struct Bitmap {
     Bitmap(Case& c, bool separate) {
         ozl::fuzz::Rng& r = c.rng();
         const uint32_t size = r.percent(80) ? 40u : r.of({12u, 39u, 108u, 124u});
-        const int width = r.percent(95) ? static_cast<int>(r.between(1, 70)) : r.of({0, -3});
-        const int height = (r.percent(95) ? static_cast<int>(r.between(1, 40)) : 0) * (r.percent(30) ? -1 : 1);
+        const int width = r.percent(95) ? r.between(1, 70) : r.of({0, -3});
+        const int height = (r.percent(95) ? r.between(1, 40) : 0) * (r.percent(30) ? -1 : 1);
         const int bits = r.percent(95) ? r.of({1, 4, 8, 16, 24, 32}) : r.of({0, 2, 15, 64});
         uint32_t compression = (bits == 16 || bits == 32) && r.percent(50) ? OZL_BI_BITFIELDS : OZL_BI_RGB;
         if (r.percent(3)) compression = r.of({1u, 2u, 3u, 4u});
         const bool indexed = bits > 0 && bits <= 8;
-        const uint32_t used = indexed && r.percent(50) ? static_cast<uint32_t>(r.between(1, (1 << bits) + 1)) : 0;
+        const uint32_t used = indexed && r.percent(50) ? uint32_t(r.between(1, (1 << bits) + 1)) : 0;
         const size_t masks = compression == OZL_BI_BITFIELDS && size <= 40 ? 3 : 0;
         const size_t table = indexed ? (used ? used : 1u << bits) : 0;
         const size_t rowBytes = (size_t(std::max(width, 0)) * size_t(bits) + 31) / 32 * 4 * size_t(std::abs(height));
@@ -73,8 +67,7 @@ struct Bitmap {
     char* bits(Case& c) { return c.rng().percent(3) ? nullptr : rows.data(); }
 };
 
-// The bitmap calls on one random bitmap (the odd ones with its rows apart); NULL headers and rows now and
-// then.
+// The bitmap calls on one random bitmap (the odd ones with its rows apart); NULL headers and rows now and then.
 template <int which>
 void dib(Case& c) {
     Bitmap b(c, which % 2 == 1);
@@ -91,41 +84,41 @@ void dib(Case& c) {
     }
 }
 
-const ozl::fuzz::Registrar calls("convert", {
-    {"ozlSet", call<ozlSet>}, {"ozlSetFP", call<ozlSetFP>}, {"ozlCopy", call<ozlCopy>},
-    {"ozlExchange", call<ozlExchange>}, {"ozlConvert", call<ozlConvert>}, {"ozlScale", call<ozlScale>},
-    {"ozlBitonalToGray", call<ozlBitonalToGray>}, {"ozlThreshold", call<ozlThreshold>},
-    {"ozlScaleFP", [](Case& c) {
+const ozl::fuzz::Registrar calls({
+    OZL_FUZZ(ozlAdd), OZL_FUZZ(ozlSubtract), OZL_FUZZ(ozlMultiply), OZL_FUZZ(ozlMultiplyScale), OZL_FUZZ(ozlAddS),
+    OZL_FUZZ(ozlSubtractS), OZL_FUZZ(ozlMultiplyS), OZL_FUZZ(ozlMultiplySScale), OZL_FUZZ(ozlAddSFP),
+    OZL_FUZZ(ozlSubtractSFP), OZL_FUZZ(ozlMultiplySFP), OZL_FUZZ(ozlAbs), OZL_FUZZ(ozlSquare), OZL_FUZZ(ozlAnd),
+    OZL_FUZZ(ozlOr), OZL_FUZZ(ozlXor), OZL_FUZZ(ozlNot), OZL_FUZZ(ozlAndS), OZL_FUZZ(ozlOrS), OZL_FUZZ(ozlXorS),
+    OZL_FUZZ(ozlLShiftS), OZL_FUZZ(ozlRShiftS), OZL_FUZZ(ozlLess), OZL_FUZZ(ozlGreater), OZL_FUZZ(ozlEqual),
+    OZL_FUZZ(ozlLessS), OZL_FUZZ(ozlGreaterS), OZL_FUZZ(ozlEqualS), OZL_FUZZ(ozlLessSFP), OZL_FUZZ(ozlGreaterSFP),
+    OZL_FUZZ(ozlEqualSFP), OZL_FUZZ(ozlEqualFPEps), OZL_FUZZ(ozlEqualSFPEps),
+    {"ozlMinMaxFP", [](Case& c) {
+         OzlImage* image = c.pick();
+         float lo = 0, hi = 0;
+         ozlMinMaxFP(image, &lo, c.rng().percent(90) ? &hi : nullptr);
+     }},
+    OZL_FUZZ(ozlSet), OZL_FUZZ(ozlSetFP), OZL_FUZZ(ozlCopy), OZL_FUZZ(ozlExchange), OZL_FUZZ(ozlConvert),
+    OZL_FUZZ(ozlScale), OZL_FUZZ(ozlBitonalToGray), OZL_FUZZ(ozlThreshold),
+    {"ozlScaleFP", [](Case& c) {  // mostly an ordinary range, so that the mapping itself runs
          const auto [s, d] = c.picks<2>();
-         // Mostly an ordinary range, so that the mapping itself runs.
          const bool plain = c.rng().percent(70);
          const float lo = plain ? -1.0f : c.anyFloat();
-         ozlScaleFP(s, d, lo, plain ? static_cast<float>(c.small(0, 300)) : c.anyFloat());
+         ozlScaleFP(s, d, lo, plain ? float(c.small(0, 300)) : c.anyFloat());
      }},
-    {"ozlReduceBits", [](Case& c) {
-         const auto [s, d] = c.picks<2>();
-         const int n = c.mostly(0, 17, 90), dither = c.mostly(0, 2, 90);
-         ozlReduceBits(s, d, n, dither);
-     }},
-    {"ozlAlphaComposite", [](Case& c) {
+    {"ozlReduceBits", ranged<ozlReduceBits, 0, 17, 0, 2>}, {"ozlAlphaCompositeC", ranged<ozlAlphaCompositeC, 0, 11>},
+    {"ozlAlphaComposite", [](Case& c) {  // separate alpha images now and then
          const auto [a, b, d] = c.picks<3>();
          const int type = c.mostly(0, 11, 90);
-         OzlImage* alphas[3] = {};  // separate alpha images now and then
+         OzlImage* alphas[3] = {};
          for (OzlImage*& alpha : alphas) alpha = c.rng().percent(25) ? c.pick() : nullptr;
          ozlAlphaComposite(a, b, d, type, alphas[0], alphas[1], alphas[2], c.small(0, 1));
-     }},
-    {"ozlAlphaCompositeC", [](Case& c) {
-         const auto [a, b, d] = c.picks<3>();
-         const int type = c.mostly(0, 11, 90), alphaA = c.anyInt(), alphaB = c.anyInt();
-         ozlAlphaCompositeC(a, b, d, type, alphaA, alphaB, c.small(0, 1));
      }},
     {"ozlPreMultiplyAlpha", [](Case& c) {
          const auto [s, d] = c.picks<2>();
          ozlPreMultiplyAlpha(s, d, c.rng().percent(40) ? c.pick() : nullptr);
      }},
-    {"ozlGetPixel", pixel<false>}, {"ozlPutPixel", pixel<true>},
-    {"ozlConvertFromDIB", dib<0>}, {"ozlConvertFromDIBSep", dib<1>}, {"ozlConvertToDIB", dib<2>},
-    {"ozlConvertToDIBSep", dib<3>}, {"ozlTranslateDIB", dib<4>},
+    {"ozlGetPixel", pixel<false>}, {"ozlPutPixel", pixel<true>}, {"ozlConvertFromDIB", dib<0>},
+    {"ozlConvertFromDIBSep", dib<1>}, {"ozlConvertToDIB", dib<2>}, {"ozlConvertToDIBSep", dib<3>}, {"ozlTranslateDIB", dib<4>},
 });
 
 }  // namespace

@@ -8,50 +8,44 @@
 namespace {
 
 using ozl::fuzz::Case;
-
-// A factor term: mostly small and positive, now and then 0, negative or huge.
-int term(Case& c) { return c.mostly(1, 9, 85); }
+using ozl::fuzz::ranged;
 
 int interpolation(Case& c) {
     const int v = c.mostly(0, 3, 90);
     return c.rng().percent(30) ? v | OZL_FILL_FROM_BORDER : v;
 }
 
-// Coefficients mostly near the identity with a shift, so that pixels get written.
-template <int R, int C>
-struct Matrix {
+// Coefficients (mostly near the identity) or quadrangle corners (mostly near a 40x30 rectangle), so that
+// pixels get written.
+template <int R, int C, bool quad = false>
+struct Coeffs {
     double m[R][C];
-    explicit Matrix(Case& c) {
-        const bool nearIdentity = c.rng().percent(60);
+    explicit Coeffs(Case& c) {
+        const double corners[4][2] = {{0, 0}, {40, 0}, {40, 30}, {0, 30}};
+        const bool nearIdentity = c.rng().percent(quad ? 100 : 60);
         for (int r = 0; r < R; ++r)
             for (int k = 0; k < C; ++k)
-                m[r][k] = nearIdentity && r < 2 && k < 2 ? (r == k) + c.anyDouble() / 10 : c.anyDouble();
+                if (quad) m[r][k] = c.rng().percent(80) ? corners[r][k] + c.anyDouble() * 10 : c.anyDouble();
+                else m[r][k] = nearIdentity && r < 2 && k < 2 ? (r == k) + c.anyDouble() / 10 : c.anyDouble();
     }
 };
-
-// Corners mostly near a 40x30 rectangle.
-struct Quad {
-    double m[4][2];
-    explicit Quad(Case& c) {
-        const double corners[4][2] = {{0, 0}, {40, 0}, {40, 30}, {0, 30}};
-        for (int i = 0; i < 4; ++i)
-            for (int k = 0; k < 2; ++k)
-                m[i][k] = c.rng().percent(80) ? corners[i][k] + c.anyDouble() * 10 : c.anyDouble();
-    }
-};
+using Affine = Coeffs<2, 3>;
+using Bilinear = Coeffs<2, 4>;
+using Perspective = Coeffs<3, 3>;
+using Quad = Coeffs<4, 2, true>;
 
 // An output array, or now and then NULL.
 template <class T>
 T* maybe(Case& c, T* p) { return c.rng().percent(95) ? p : nullptr; }
 
+// Factors mostly small and positive, now and then 0, negative or huge.
 template <auto F>
 void resample(Case& c) {
     const auto [s, d] = c.picks<2>();
-    const int a = term(c), b = term(c), e = term(c), f = term(c);
+    const int a = c.mostly(1, 9, 85), b = c.mostly(1, 9, 85), e = c.mostly(1, 9, 85), f = c.mostly(1, 9, 85);
     F(s, d, a, b, e, f, interpolation(c));
 }
 
-// A warp by coefficients or by a quadrangle (In).
 template <class In, auto F>
 void warp(Case& c) {
     const auto [s, d] = c.picks<2>();
@@ -59,8 +53,8 @@ void warp(Case& c) {
     F(s, d, maybe(c, in.m), interpolation(c));
 }
 
-// The helpers: F(image, in, out) for quadrangles and bounds of coefficients, F(image, out, in) for the
-// coefficients of a quadrangle.
+// F(image, in, out) for quadrangles and bounds of coefficients, F(image, out, in) for a quadrangle's
+// coefficients.
 template <class In, int R, int C, auto F>
 void helper(Case& c) {
     In in(c);
@@ -70,24 +64,12 @@ void helper(Case& c) {
     else F(image, maybe(c, in.m), maybe(c, out));
 }
 
-using Affine = Matrix<2, 3>;
-using Bilinear = Matrix<2, 4>;
-using Perspective = Matrix<3, 3>;
-
-template <void (*F)(OzlImage*, OzlImage*, int)>
-void transform(Case& c) {
-    const auto [s, d] = c.picks<2>();
-    const int scaling = c.rng().of({0, 4, 8, 12});
-    F(s, d, c.rng().percent(15) ? c.anyInt() : c.small(1, 2) | scaling);
-}
-
-const ozl::fuzz::Registrar calls("geometry", {
+const ozl::fuzz::Registrar calls({
     {"ozlZoom", resample<ozlZoom>}, {"ozlDecimate", resample<ozlDecimate>}, {"ozlResize", resample<ozlResize>},
-    {"ozlMirror", [](Case& c) { const auto [s, d] = c.picks<2>(); ozlMirror(s, d, c.mostly(-1, 1, 90)); }},
+    {"ozlMirror", ranged<ozlMirror, -1, 1>},
     {"ozlWarpAffine", warp<Affine, ozlWarpAffine>}, {"ozlWarpBilinear", warp<Bilinear, ozlWarpBilinear>},
-    {"ozlWarpPerspective", warp<Perspective, ozlWarpPerspective>},
-    {"ozlWarpBilinearQ", warp<Quad, ozlWarpBilinearQ>}, {"ozlWarpPerspectiveQ", warp<Quad, ozlWarpPerspectiveQ>},
-    {"ozlGetAffineQuad", helper<Affine, 4, 2, ozlGetAffineQuad>},
+    {"ozlWarpPerspective", warp<Perspective, ozlWarpPerspective>}, {"ozlWarpBilinearQ", warp<Quad, ozlWarpBilinearQ>},
+    {"ozlWarpPerspectiveQ", warp<Quad, ozlWarpPerspectiveQ>}, {"ozlGetAffineQuad", helper<Affine, 4, 2, ozlGetAffineQuad>},
     {"ozlGetAffineBound", helper<Affine, 2, 2, ozlGetAffineBound>},
     {"ozlGetAffineTransform", helper<Quad, 2, 3, ozlGetAffineTransform>},
     {"ozlGetBilinearQuad", helper<Bilinear, 4, 2, ozlGetBilinearQuad>},
@@ -114,15 +96,9 @@ const ozl::fuzz::Registrar calls("geometry", {
          const auto [s, d, x, y] = c.picks<4>();
          ozlRemap(s, d, x, y, interpolation(c));
      }},
-});
-
-const ozl::fuzz::Registrar transforms("transform", {
-    {"ozlRealFft2D", transform<ozlRealFft2D>}, {"ozlCcsFft2D", transform<ozlCcsFft2D>},
-    {"ozlDCT2D", transform<ozlDCT2D>},
-    {"ozlMpyRCPack2D", [](Case& c) {
-         const auto [a, b, d] = c.picks<3>();
-         ozlMpyRCPack2D(a, b, d, c.mostly(0, 1, 85));
-     }},
+    // Flags: a direction and a scaling (half of them legal), one of the two directions, the conjugate or not.
+    {"ozlRealFft2D", ranged<ozlRealFft2D, 0, 15>}, {"ozlCcsFft2D", ranged<ozlCcsFft2D, 0, 15>},
+    {"ozlDCT2D", ranged<ozlDCT2D, 1, 2>}, {"ozlMpyRCPack2D", ranged<ozlMpyRCPack2D, 0, 1>},
 });
 
 }  // namespace

@@ -16,11 +16,8 @@ struct Result {
     std::string out, err;
 };
 Result ozl(const std::vector<std::string>& args);  // the tool, in the work folder
-std::string at(const std::string& name);  // a path in the work folder
+std::string at(const std::string& name);            // a path in the work folder
 bool exists(const std::string& path);
-// Paths in the work folder beginning with `prefix` (a write's temporary file begins with "." and the target's
-// name).
-std::vector<std::string> filesStartingWith(const std::string& prefix);
 std::string readBytes(const std::string& path);
 void writeBytes(const std::string& path, const std::string& bytes);
 std::string joined(const std::vector<std::string>& words);
@@ -40,14 +37,15 @@ struct Pixels {
 // Reads P4..P7, PF and Pf (a PBM's black bit reads as 0); fails the current test and returns empty on
 // anything else.
 Pixels readPnm(const std::string& path);
-void writePam(const std::string& path, const Pixels& p);       // PAM, or PFM when maxval is 0
-void writePlainPnm(const std::string& path, const Pixels& p);  // P1, P2 or P3
-Pixels randomPixels(int w, int h, int c, int maxval, unsigned seed);  // seeded, 0..maxval
+void writePam(const std::string& path, const Pixels& p, bool plain = false);  // PAM or PFM; plain: P1, P2, P3
+Pixels randomPixels(int w, int h, int c, int maxval, unsigned seed);         // seeded, 0..maxval
 
-using Want = std::function<double(int x, int y, int c, double a)>;
-// "" when got[i] == f(x, y, c, a[i]) within tolerance everywhere, else the first miss.
-std::string expectEach(const Pixels& got, const Pixels& a, const Want& f, double tolerance = 0);
-// The same against a picture, maxval included.
+struct At {  // a sample of the expectation's input picture
+    int x, y, c = 0;
+    double v = 0;
+};
+using Want = std::function<double(const At& p)>;
+// "" when got equals want (maxval included) within tolerance everywhere, else the first miss.
 std::string compare(const Pixels& got, const Pixels& want, double tolerance = 0);
 
 // The operation tests' inputs, written into the work folder on first use: a.pam and b.pam (RGB 8-bit), g8.pam
@@ -56,9 +54,10 @@ std::string compare(const Pixels& got, const Pixels& want, double tolerance = 0)
 constexpr int kW = 13, kH = 9;
 const Pixels& input(const std::string& name);
 double sat(double v, double hi = 255);
-bool inRoi(int x, int y);   // inside --roi 2,3,5,4
-bool masked(int x, int y);  // mask.pam is white there
-double b(int x, int y, int c);
+bool inRoi(const At& p);   // inside --roi 2,3,5,4
+bool masked(const At& p);  // mask.pam is white there
+double a(const At& p, int c);
+double b(const At& p);
 
 struct OpCase {
     std::vector<std::string> args;  // the output file is appended
