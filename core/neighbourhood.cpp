@@ -120,32 +120,53 @@ char* passStart(const Run& run, const Operand& o, int p) {
     return o.plane ? o.data + p * o.planeStep : o.data + p * o.valueBytes;
 }
 
-// A piece of packed 1-bit rows read in place whose side margins may lie
-// beyond the image's left or right edge: those pixels come from the left and
-// right border modes as each row is gathered (the rows lie inside the image).
+// A piece of packed 1-bit rows read in place whose margins may lie beyond the
+// image's edges: those pixels come from the border modes as each row is
+// gathered. Rows above and below the image take their side's mode (a
+// constant row whole, or the row it maps to with the columns beyond the
+// image mapped by that same mode); rows beside it the left and right modes.
 struct Edges {
-    long long column = 0;  // image column of the piece's pixel 0
-    long long width = 0;   // image width
-    int mode[2] = {0, 0};  // left, right
-    bool constant[2] = {false, false};
+    long long column = 0, row = 0;  // image column and row of the piece's pixel (0, 0)
+    long long width = 0, height = 0;
+    int mode[4] = {0, 0, 0, 0};     // top, bottom, left, right
+    bool constant[4] = {false, false, false, false};
 };
 
 Edges edgesOf(const OzlImage* image) {
     Edges e;
-    e.column = image::regionRect(image).x;
+    const image::Rect region = image::regionRect(image);
+    e.column = region.x;
+    e.row = region.y;
     e.width = image->width;
-    for (int side = 0; side < 2; ++side) {
-        e.mode[side] = image->borderMode[2 + side] & 3;
-        e.constant[side] = (image->borderConst[2 + side] & 1) != 0;
+    e.height = image->height;
+    for (int side = 0; side < 4; ++side) {
+        e.mode[side] = image->borderMode[side] & 3;
+        e.constant[side] = (image->borderConst[side] & 1) != 0;
     }
     return e;
 }
 
+// Bits [from, to) of a packed row set.
+void setBits(uint8_t* p, ptrdiff_t from, ptrdiff_t to) {
+    if (to <= from) return;
+    const ptrdiff_t a = from >> 3, b = (to - 1) >> 3;
+    const uint8_t head = static_cast<uint8_t>(0xFFu >> (from & 7));
+    const uint8_t tail = static_cast<uint8_t>(0xFF00u >> (((to - 1) & 7) + 1));
+    if (a == b) {
+        p[a] |= static_cast<uint8_t>(head & tail);
+        return;
+    }
+    p[a] |= head;
+    std::memset(p + a + 1, 0xFF, static_cast<size_t>(b - a - 1));
+    p[b] |= tail;
+}
+
 // A packed row: pixels [lo, hi) of `row` (pixel 0 at bit `bit`) into a slot
 // whose pixel 0 is the first bit of byte `lead`, the rest of the slot up to
-// byte `end` cleared; with edges, the pixels beyond the image from its modes.
+// byte `end` cleared; with edges, the pixels beyond the image from the modes
+// of sides[0] (left) and sides[1] (right).
 void gatherPacked(const uint8_t* row, int bit, int lo, int hi, uint8_t* slot, size_t lead, size_t end,
-                  const Edges* edges) {
+                  const Edges* edges, const int* sides) {
     const ptrdiff_t base = static_cast<ptrdiff_t>(lead) * 8;  // slot bit of pixel 0
     long long inLo = lo, inHi = hi;
     if (edges) {
@@ -154,18 +175,25 @@ void gatherPacked(const uint8_t* row, int bit, int lo, int hi, uint8_t* slot, si
     }
     const size_t first = static_cast<size_t>((base + lo) >> 3);
     const bool clipped = inLo > lo || inHi < hi;
-    if (clipped) std::memset(slot + first, 0, end - first);
     if (inHi > inLo) {
         const ptrdiff_t at = base + static_cast<ptrdiff_t>(inLo);
         image::gatherBits(row, bit + static_cast<ptrdiff_t>(inLo), slot + (at >> 3), static_cast<int>(at & 7),
                           static_cast<size_t>(inHi - inLo));
+        // The bytes before and after the copied ones cleared for the margins.
+        if (clipped) {
+            std::memset(slot + first, 0, static_cast<size_t>(at >> 3) - first);
+            const size_t after = static_cast<size_t>((base + inHi + 7) >> 3);
+            std::memset(slot + after, 0, end - after);
+        }
+    } else if (clipped) {
+        std::memset(slot + first, 0, end - first);
     }
     if (clipped)
         for (long long p = lo; p < hi; ++p) {
             if (p >= inLo && p < inHi) p = inHi;
             if (p >= hi) break;
             const long long v = edges->column + p;
-            const int side = v < 0 ? 0 : 1;
+            const int side = sides[v < 0 ? 0 : 1];
             const bool on = edges->mode[side] == 0
                                 ? edges->constant[side]
                                 : bitAt(reinterpret_cast<const char*>(row),
@@ -187,8 +215,23 @@ void gatherRow(const Run& run, const Operand& s, const char* base, int r, int wi
     const int n = width + m.left + m.right;
     if (run.packedRows) {
         const size_t end = run.lead + static_cast<size_t>((width + m.right + 63) / 64 + 1) * 8;
+        int sides[2] = {2, 3};
+        const long long v = edges ? edges->row + r : 0;
+        if (edges && (v < 0 || v >= edges->height)) {
+            const int side = v < 0 ? 0 : 1;
+            if (edges->mode[side] == 0) {
+                const ptrdiff_t base = static_cast<ptrdiff_t>(run.lead) * 8;
+                const size_t first = static_cast<size_t>((base - m.left) >> 3);
+                std::memset(dst + first, 0, end - first);
+                if (edges->constant[side])
+                    setBits(reinterpret_cast<uint8_t*>(dst), base - m.left, base + width + m.right);
+                return;
+            }
+            row += (borderIndex(v, edges->height, edges->mode[side]) - v) * s.rowStep;
+            sides[0] = sides[1] = side;
+        }
         gatherPacked(reinterpret_cast<const uint8_t*>(row), s.bit, -m.left, width + m.right,
-                     reinterpret_cast<uint8_t*>(dst), run.lead, end, edges);
+                     reinterpret_cast<uint8_t*>(dst), run.lead, end, edges, sides);
         return;
     }
     if (s.valueBytes == 0) {
@@ -249,23 +292,43 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
     const int n = run.rowsNeeded;
     const bool gather = run.gathered;
     const bool direct = d.valueBytes != 0 && d.stride == run.channels && !mask;
+    // Packed rows starting on a byte go straight to the destination, the
+    // bits past the width in its last byte put back after.
+    const bool packedDirect = run.packedRows && d.bit == 0 && !mask;
+    const uint8_t keep = static_cast<uint8_t>(0xFFu >> (width & 7));
     const size_t leftBytes = static_cast<size_t>(k.margins.left) * run.channels * run.srcBytes;
     for (int p = 0; p < run.passes; ++p) {
         const char* sBase = passStart(run, s, p);
         char* dBase = passStart(run, d, p);
         for (int y = 0; y < height; ++y) {
-            for (int j = 0; j < n; ++j) {
+            // A ring of gathered rows: each source row is gathered once, row r
+            // into slot r mod n.
+            int at = ((y - top) % n + n) % n;
+            for (int j = 0; j < n; ++j, at = at + 1 == n ? 0 : at + 1) {
                 const int r = y - top + j;
                 if (!gather) {
                     run.rows[j] = sBase + r * s.rowStep;
                     continue;
                 }
-                // A ring of gathered rows: each source row is gathered once.
-                char* slot = run.ring + static_cast<size_t>(((r % n) + n) % n) * run.ringRowBytes;
+                char* slot = run.ring + static_cast<size_t>(at) * run.ringRowBytes;
                 if (y == 0 || j == n - 1) gatherRow(run, s, sBase, r, width, slot, edges);
                 run.rows[j] = slot + (run.packedRows ? run.lead : leftBytes);
             }
             char* dRow = dBase + y * d.rowStep;
+            if (packedDirect) {
+                uint8_t* last = reinterpret_cast<uint8_t*>(dRow) + width / 8;
+                const uint8_t kept = static_cast<uint8_t>(width & 7 ? *last & keep : 0);
+                NbRow row;
+                row.src = run.rows;
+                row.dst = dRow;
+                row.scratch = run.scratch;
+                row.width = width;
+                row.channels = 1;
+                row.firstRow = y == 0;
+                k.row(row, k.context);
+                if (width & 7) *last = static_cast<uint8_t>((*last & ~keep) | kept);
+                continue;
+            }
             NbRow row;
             row.src = run.rows;
             row.dst = direct ? dRow : run.out;
@@ -333,10 +396,13 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     // from the interior.
     if (x0 > 0) x0 = std::min(x1, std::max(x0, kMinStrip));
     if (x1 < width) x1 = std::max(x0, std::min(x1, width - kMinStrip));
-    // Packed rows take their side margins from the border modes as they are
-    // gathered: one piece across, no side strips.
-    const Edges edges = edgesOf(src);
-    if (run.packedRows) x0 = 0, x1 = width;
+    // Packed rows take their margins from the border modes as they are
+    // gathered: one piece, no strips.
+    if (run.packedRows) {
+        const Edges edges = edgesOf(src);
+        runPiece(run, operandOf(src), d, mask, width, height, &edges);
+        return NbResult::Done;
+    }
     const int y0 = clampTo(static_cast<int64_t>(m.top) - region.y, 0, height);
     const int y1 = clampTo(static_cast<int64_t>(src->height) - m.bottom - region.y, y0, height);
     for (const Rect& s : {Rect{0, 0, width, y0}, Rect{0, y1, width, height - y1}}) {
@@ -380,7 +446,7 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
         if (x1 > x0) {
             const Operand mk = mask ? shifted(*mask, x0, y) : Operand{};
             runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
-                     x1 - x0, h, run.packedRows ? &edges : nullptr);
+                     x1 - x0, h);
         }
         for (const Strip& s : strips) {
             if (s.width <= 0) continue;

@@ -70,8 +70,8 @@ struct NbKernel {
     // byte 0) rather than a byte a pixel: each src row is readable in whole
     // 8-byte words from the word before the one holding pixel -left to the
     // word after the one holding pixel width + right - 1, the bits outside the
-    // margins zero; the kernel writes the row's bits to dst and may fill the
-    // last 8-byte word it starts.
+    // margins zero; the kernel writes the (width + 7) / 8 bytes holding the
+    // row's bits to dst (the bits past `width` in the last byte are free).
     bool packedBits = false;
 };
 

@@ -23,6 +23,7 @@ struct Place {
 struct Plan {
     FoldFn fold = nullptr;
     Extreme3x3Fn square = nullptr;  // the 3 x 3 square around its centre, in one pass
+    Bits3x3Fn bitsSquare = nullptr;  // the same over packed 1-bit rows
     size_t valueBytes = 1;
     int nCols = 1, nRows = 1, left = 0, right = 0;
     const Place* places = nullptr;  // a shaped element; nullptr for the full rectangle
@@ -130,29 +131,44 @@ inline uint64_t along(uint64_t prev, uint64_t cur, uint64_t next, int o) {
     return o == 0 ? cur : (cur << o) | (next >> (64 - o));
 }
 
-// The rows folded a word at a time, then the columns by shifts of that fold;
-// Square: the 3 x 3 square around its centre.
-template <bool Max, bool Square>
+// The word of the row's bits at word k, only the bytes holding pixels below
+// `width` written.
+inline void storeRowWord(uint8_t* out, ptrdiff_t k, uint64_t v, int width) {
+    const ptrdiff_t bytes = (static_cast<ptrdiff_t>(width) + 7) / 8 - 8 * k;
+    if (bytes >= 8) return image::storeBitWord(out + 8 * k, v);
+    uint8_t word[8];
+    image::storeBitWord(word, v);
+    std::memcpy(out + 8 * k, word, static_cast<size_t>(bytes));
+}
+
+// The rows folded a word at a time, then the columns by shifts of that fold.
+template <bool Max>
 void bitsRectangleRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
     const auto* const* src = reinterpret_cast<const uint8_t* const*>(row.src);
     auto* out = static_cast<uint8_t*>(row.dst);
-    const int nRows = Square ? 3 : p.nRows, lo = Square ? -1 : -p.left, hi = Square ? 1 : p.right;
     auto column = [&](ptrdiff_t k) {
         uint64_t v = image::loadBitWord(src[0] + 8 * k);
-        for (int r = 1; r < nRows; ++r) v = combine<Max>(v, image::loadBitWord(src[r] + 8 * k));
+        for (int r = 1; r < p.nRows; ++r) v = combine<Max>(v, image::loadBitWord(src[r] + 8 * k));
         return v;
     };
     const ptrdiff_t words = (row.width + 63) / 64;
     uint64_t prev = column(-1), cur = column(0);
     for (ptrdiff_t k = 0; k < words; ++k) {
         const uint64_t next = column(k + 1);
-        uint64_t v = along(prev, cur, next, lo);
-        for (int o = lo + 1; o <= hi; ++o) v = combine<Max>(v, along(prev, cur, next, o));
-        image::storeBitWord(out + 8 * k, v);
+        uint64_t v = along(prev, cur, next, -p.left);
+        for (int o = 1 - p.left; o <= p.right; ++o) v = combine<Max>(v, along(prev, cur, next, o));
+        storeRowWord(out, k, v, row.width);
         prev = cur;
         cur = next;
     }
+}
+
+// The 3 x 3 square around its centre, a byte at a time in the level's vectors.
+void bitsSquareRow(const core::NbRow& row, const void* context) {
+    const Plan& p = *static_cast<const Plan*>(context);
+    p.bitsSquare(reinterpret_cast<const uint8_t* const*>(row.src), static_cast<uint8_t*>(row.dst),
+                 (static_cast<size_t>(row.width) + 7) / 8);
 }
 
 template <bool Max>
@@ -165,7 +181,7 @@ void bitsShapedRow(const core::NbRow& row, const void* context) {
         uint64_t v = image::bitWordAt(src[p.places[0].row], k, p.places[0].offset);
         for (int j = 1; j < p.nPlaces; ++j)
             v = combine<Max>(v, image::bitWordAt(src[p.places[j].row], k, p.places[j].offset));
-        image::storeBitWord(out + 8 * k, v);
+        storeRowWord(out, k, v, row.width);
     }
 }
 
@@ -213,14 +229,15 @@ core::NbCode runExtremes(const OzlImage* src, const OzlImage* dst, const Shape& 
         p.nPlaces = nPlaces;
         const bool square = full && shape.nCols == 3 && shape.nRows == 3 && shape.anchorX == 1 && shape.anchorY == 1;
         if (square) p.square = table.extreme3x3[static_cast<int>(type)][g];
+        p.bitsSquare = table.bits3x3[g];
         core::NbKernel& k = kernels[g];
         k.row = square ? &squareRow : full ? &rectangleRow : &shapedRow;
         k.context = &p;
         // Bits a word at a time while each place is less than a word away.
         k.packedBits = src->depth == OZL_DEPTH_1U && p.left < 64 && p.right < 64;
         if (k.packedBits) {
-            const core::NbRowFn bits[2][3] = {{&bitsRectangleRow<false, true>, &bitsRectangleRow<false, false>, &bitsShapedRow<false>},
-                                              {&bitsRectangleRow<true, true>, &bitsRectangleRow<true, false>, &bitsShapedRow<true>}};
+            const core::NbRowFn bits[2][3] = {{&bitsSquareRow, &bitsRectangleRow<false>, &bitsShapedRow<false>},
+                                              {&bitsSquareRow, &bitsRectangleRow<true>, &bitsShapedRow<true>}};
             k.row = bits[g][square ? 0 : full ? 1 : 2];
         }
         k.margins = core::Margins{shape.anchorX, shape.anchorY, shape.nCols - 1 - shape.anchorX,

@@ -116,6 +116,35 @@ void extreme3x3Vec(const void* const* rows, void* out, size_t n, int step) {
     if (i < n) at(n - L::kCount);
 }
 
+// 1-bit rows: bytes of the three rows combined at i - 1, i and i + 1 (shifted
+// loads), the neighbours' edge pixels moved in by 16-bit shifts whose bits
+// crossing into the next byte are masked off.
+template <class Vx, bool Max>
+void bits3x3Vec(const uint8_t* const* rows, uint8_t* out, size_t n) {
+    using V = typename Vx::V;
+    if (n < Vx::kBytes) {
+        if constexpr (Vx::kHasNarrower) return bits3x3Vec<typename Vx::Narrower, Max>(rows, out, n);
+        else return bits3x3Ref<Max>(rows, out, n);
+    }
+    auto pick = [](V a, V b) { return Max ? Vx::or_(a, b) : Vx::and_(a, b); };
+    auto column = [&](ptrdiff_t i) {
+        return pick(pick(Vx::load(rows[0] + i), Vx::load(rows[1] + i)), Vx::load(rows[2] + i));
+    };
+    const V low7 = Vx::set8(0x7F), high7 = Vx::set8(0xFE);
+    auto at = [&](size_t i) {
+        const ptrdiff_t c = static_cast<ptrdiff_t>(i);
+        const V mid = column(c);
+        const V west = Vx::or_(Vx::and_(Vx::template srli16<1>(mid), low7),
+                               Vx::andNot(Vx::template slli16<7>(column(c - 1)), low7));
+        const V east = Vx::or_(Vx::and_(Vx::template slli16<1>(mid), high7),
+                               Vx::andNot(Vx::template srli16<7>(column(c + 1)), high7));
+        Vx::store(out + i, pick(pick(mid, west), east));
+    };
+    size_t i = 0;
+    for (; i + Vx::kBytes <= n; i += Vx::kBytes) at(i);
+    if (i < n) at(n - Vx::kBytes);
+}
+
 template <class Vx, class T>
 void median9Vec(const void* const* rows, void* out, size_t n, int step, void* scratch) {
     using L = Lanes<Vx, T>;
@@ -280,6 +309,8 @@ RankTable vectorRankTable() {
         t.network[e] = &networkVec<Vx, T>;
         t.median25[e] = &median25Vec<Vx, T>;
     });
+    t.bits3x3[0] = &bits3x3Vec<Vx, false>;
+    t.bits3x3[1] = &bits3x3Vec<Vx, true>;
     t.boxU8 = &boxU8Vec<Vx>;
     t.slidingMedian = &slidingMedianVec<Vx>;
     return t;
