@@ -44,27 +44,51 @@ Constant sideConstant(const OzlImage* image, int side) {
 
 int sideMode(const OzlImage* image, int side) { return image->borderMode[side] & 3; }
 
-// Where each block row (or column) reads from: an image index, or kConstant
-// with the side whose constant fills it.
-struct AxisMap {
-    std::vector<long long> index;
-    std::vector<int> side;
+// Where block rows (or columns) read from, in spans: consecutive block
+// positions reading consecutive image indices from `index` on, or, with
+// index kConstant, the constant of `side`. `side` is the side the positions
+// lie beyond (-1 inside the image). Edge pixels are set up once per fetch,
+// not once per row: a tall strip's rows are a memcpy or two each.
+struct Span {
+    int at = 0, count = 0;
+    long long index = 0;
+    int side = -1;
 };
+using AxisMap = std::vector<Span>;
+
+void addSpan(AxisMap& m, int at, int count, long long index, int side) {
+    if (!m.empty()) {
+        Span& b = m.back();
+        const bool follows = index == kConstant ? b.index == kConstant : b.index != kConstant && b.index + b.count == index;
+        if (b.side == side && follows) {
+            b.count += count;
+            return;
+        }
+    }
+    m.push_back(Span{at, count, index, side});
+}
 
 // Rows (or columns) of the rectangle: inside ones map to themselves, outside
-// ones through the mode of the side they are on.
+// ones through the mode of the side they are on (all to the constant when
+// `constant`).
 AxisMap mapAxis(long long start, int count, long long n, int lowSide, int highSide,
-                const OzlImage* image) {
+                const OzlImage* image, bool constant = false) {
     AxisMap m;
-    m.index.resize(static_cast<size_t>(count));
-    m.side.resize(static_cast<size_t>(count));
-    for (int i = 0; i < count; ++i) {
+    auto outside = [&](int i) {
         const long long v = start + i;
         const int side = v < 0 ? lowSide : highSide;
-        m.side[i] = side;
-        if (v >= 0 && v < n) m.index[i] = v;
-        else m.index[i] = sideMode(image, side) == 0 ? kConstant : borderIndex(v, n, sideMode(image, side));
+        const int mode = sideMode(image, side);
+        addSpan(m, i, 1, constant || mode == 0 ? kConstant : borderIndex(v, n, mode), side);
+    };
+    const long long lo = std::max<long long>(0, start), hi = std::min<long long>(n, start + count);
+    const int inLo = static_cast<int>(std::clamp<long long>(lo - start, 0, count));
+    const int inHi = static_cast<int>(std::clamp<long long>(hi - start, inLo, count));
+    for (int i = 0; i < inLo; ++i) outside(i);
+    if (inHi > inLo) {
+        if (constant) addSpan(m, inLo, inHi - inLo, kConstant, lowSide);
+        else addSpan(m, inLo, inHi - inLo, lo, -1);
     }
+    for (int i = inHi; i < count; ++i) outside(i);
     return m;
 }
 
@@ -79,20 +103,6 @@ struct Geometry {
     size_t pixelBits; // bits of one pixel in one plane row
 };
 
-void copyPixel(char* dst, long long dstCol, const SourceRow& src, long long srcCol,
-               const Geometry& g) {
-    const long long col = srcCol - src.firstColumn;
-    if (g.pixelBits == 1) {
-        image::copyBits(reinterpret_cast<const unsigned char*>(src.data) + col / 8,
-                        static_cast<int>(col % 8),
-                        reinterpret_cast<unsigned char*>(dst) + dstCol / 8,
-                        static_cast<int>(dstCol % 8), 1);
-        return;
-    }
-    const size_t bytes = g.pixelBits / 8;
-    std::memcpy(dst + dstCol * bytes, src.data + col * bytes, bytes);
-}
-
 void putConstant(char* dst, long long dstCol, const Constant& c, const Geometry& g,
                  size_t valueBytes) {
     if (g.pixelBits == 1) {
@@ -106,37 +116,6 @@ void putConstant(char* dst, long long dstCol, const Constant& c, const Geometry&
     for (size_t v = 0; v < values; ++v) std::memcpy(p + v * valueBytes, c.bytes, valueBytes);
 }
 
-// Fills one plane-row of the block. The columns that map into the image come
-// from `src` (in runs where they are consecutive), the others are the side's
-// constant; `columns` is the column map of this row's rule.
-void fillRow(char* dst, const SourceRow& src, const AxisMap& columns, const Geometry& g,
-             const Constant* constants, size_t valueBytes) {
-    const int width = static_cast<int>(columns.index.size());
-    for (int i = 0; i < width;) {
-        const long long c = columns.index[i];
-        if (c == kConstant) {
-            putConstant(dst, i, constants[columns.side[i]], g, valueBytes);
-            ++i;
-            continue;
-        }
-        int run = 1;
-        while (i + run < width && columns.index[i + run] == c + run) ++run;
-        if (g.pixelBits == 1) {
-            const long long col = c - src.firstColumn;
-            image::copyBits(reinterpret_cast<const unsigned char*>(src.data) + col / 8,
-                            static_cast<int>(col % 8),
-                            reinterpret_cast<unsigned char*>(dst) + i / 8, i % 8,
-                            static_cast<size_t>(run));
-        } else if (run > 1) {
-            const size_t bytes = g.pixelBits / 8;
-            std::memcpy(dst + i * bytes, src.data + (c - src.firstColumn) * bytes, run * bytes);
-        } else {
-            copyPixel(dst, i, src, c, g);
-        }
-        i += run;
-    }
-}
-
 // Copies `n` pixels of one plane-row from column `col` of `src` to column
 // `at` of `dst`.
 void copySpan(const char* src, long long col, char* dst, long long at, long long n,
@@ -148,6 +127,21 @@ void copySpan(const char* src, long long col, char* dst, long long at, long long
     } else {
         const size_t bytes = g.pixelBits / 8;
         std::memcpy(dst + at * bytes, src + col * bytes, static_cast<size_t>(n) * bytes);
+    }
+}
+
+// Fills one plane-row of the block: the spans of `columns` (the column map of
+// this row's rule) that read the image from `src`, the others from the
+// sides' constants.
+void fillRow(char* dst, const SourceRow& src, const AxisMap& columns, const Geometry& g,
+             const Constant* constants, size_t valueBytes) {
+    for (const Span& span : columns) {
+        if (span.index == kConstant) {
+            for (int i = 0; i < span.count; ++i)
+                putConstant(dst, span.at + i, constants[span.side], g, valueBytes);
+        } else {
+            copySpan(src.data, span.index - src.firstColumn, dst, span.at, span.count, g);
+        }
     }
 }
 
@@ -244,38 +238,35 @@ FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
     // below take their own side's mode for their columns too.
     const AxisMap besideColumns = mapAxis(rect.x, rect.width, image->width, 2, 3, image);
     AxisMap outsideColumns[2];
-    for (int side = 0; side < 2; ++side) {
-        const int mode = sideMode(image, side);
-        outsideColumns[side] = mapAxis(rect.x, rect.width, image->width, side, side, image);
-        if (mode == 0)
-            for (auto& c : outsideColumns[side].index) c = kConstant;
-    }
-    auto columnsOf = [&](int r) -> const AxisMap& {
-        const long long v = rect.y + static_cast<long long>(r);
-        if (v >= 0 && v < image->height) return besideColumns;
-        return outsideColumns[rows.side[r]];
+    for (int side = 0; side < 2; ++side)
+        outsideColumns[side] = mapAxis(rect.x, rect.width, image->width, side, side, image,
+                                       sideMode(image, side) == 0);
+    auto columnsOf = [&](const Span& rowSpan) -> const AxisMap& {
+        return rowSpan.side < 0 ? besideColumns : outsideColumns[rowSpan.side];
     };
     auto blockRow = [&](int plane, int r) {
         return out.data + (static_cast<int64_t>(plane) * rect.height + r) * rowStep;
     };
 
     // Constant rows first; rows read from the image follow.
-    for (int r = 0; r < rect.height; ++r)
-        if (rows.index[r] == kConstant)
-            for (int p = 0; p < g.planes; ++p)
-                fillRow(blockRow(p, r), SourceRow{}, outsideColumns[rows.side[r]], g, constants,
-                        valueBytes);
+    for (const Span& span : rows)
+        if (span.index == kConstant)
+            for (int r = span.at; r < span.at + span.count; ++r)
+                for (int p = 0; p < g.planes; ++p)
+                    fillRow(blockRow(p, r), SourceRow{}, outsideColumns[span.side], g, constants,
+                            valueBytes);
 
     const int64_t planeStep = static_cast<int64_t>(image->widthStep) * image->height;
     if (!image->tileInfo) {
-        for (int r = 0; r < rect.height; ++r) {
-            if (rows.index[r] == kConstant) continue;
-            for (int p = 0; p < g.planes; ++p) {
-                const SourceRow src{image->imageData + p * planeStep +
-                                        rows.index[r] * static_cast<int64_t>(image->widthStep),
-                                    0};
-                fillRow(blockRow(p, r), src, columnsOf(r), g, constants, valueBytes);
-            }
+        for (const Span& span : rows) {
+            if (span.index == kConstant) continue;
+            for (int k = 0; k < span.count; ++k)
+                for (int p = 0; p < g.planes; ++p) {
+                    const SourceRow src{image->imageData + p * planeStep +
+                                            (span.index + k) * static_cast<int64_t>(image->widthStep),
+                                        0};
+                    fillRow(blockRow(p, span.at + k), src, columnsOf(span), g, constants, valueBytes);
+                }
         }
         out.status = FetchedBlock::Done;
         return out;
@@ -287,10 +278,10 @@ FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
     // fetched once, and every block row reading that band is filled from it.
     long long first = image->width, last = -1;
     for (const AxisMap* m : {&besideColumns, static_cast<const AxisMap*>(&outsideColumns[0]), static_cast<const AxisMap*>(&outsideColumns[1])})
-        for (long long c : m->index)
-            if (c != kConstant) {
-                first = std::min(first, c);
-                last = std::max(last, c);
+        for (const Span& span : *m)
+            if (span.index != kConstant) {
+                first = std::min(first, span.index);
+                last = std::max(last, span.index + span.count - 1);
             }
     OzlTileInfo* tile = image->tileInfo;
     const int tileStep = image::tileRowSize(image);
@@ -307,8 +298,10 @@ FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
         return FetchedBlock{};
     }
     std::vector<char> bandNeeded(static_cast<size_t>(image->height / tile->height + 1), 0);
-    for (long long r : rows.index)
-        if (r != kConstant) bandNeeded[static_cast<size_t>(r / tile->height)] = 1;
+    for (const Span& span : rows)
+        if (span.index != kConstant)
+            for (long long r = span.index; r < span.index + span.count; ++r)
+                bandNeeded[static_cast<size_t>(r / tile->height)] = 1;
     const OzlImage* cimage = image;
     for (size_t b = 0; b < bandNeeded.size(); ++b) {
         if (!bandNeeded[b]) continue;
@@ -325,34 +318,25 @@ FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
             }
             const long long c0 = std::max(first, tx * tile->width);
             const long long c1 = std::min(last + 1, (tx + 1) * tile->width);
+            // The band row keeps the columns from `first` on.
             for (int p = 0; p < g.planes; ++p)
-                for (int y = 0; y < bandRows; ++y) {
-                    const SourceRow src{tile->tileData + p * tilePlane + static_cast<int64_t>(y) * tileStep,
-                                        tx * tile->width};
-                    char* dst = band + (static_cast<int64_t>(p) * tile->height + y) * bandStep;
-                    // The band row keeps the columns from `first` on.
-                    const long long at = c0 - first;
-                    if (g.pixelBits == 1) {
-                        const long long col = c0 - src.firstColumn;
-                        image::copyBits(reinterpret_cast<const unsigned char*>(src.data) + col / 8,
-                                        static_cast<int>(col % 8),
-                                        reinterpret_cast<unsigned char*>(dst) + at / 8,
-                                        static_cast<int>(at % 8), static_cast<size_t>(c1 - c0));
-                    } else {
-                        const size_t bytes = g.pixelBits / 8;
-                        std::memcpy(dst + at * bytes, src.data + (c0 - src.firstColumn) * bytes,
-                                    (c1 - c0) * bytes);
-                    }
-                }
+                for (int y = 0; y < bandRows; ++y)
+                    copySpan(tile->tileData + p * tilePlane + static_cast<int64_t>(y) * tileStep,
+                             c0 - tx * tile->width,
+                             band + (static_cast<int64_t>(p) * tile->height + y) * bandStep,
+                             c0 - first, c1 - c0, g);
             tile->callBack(cimage, static_cast<int>(tx), static_cast<int>(b), OZL_RELEASE_TILE);
         }
-        for (int r = 0; r < rect.height; ++r) {
-            const long long row = rows.index[r];
-            if (row == kConstant || row / tile->height != static_cast<long long>(b)) continue;
-            for (int p = 0; p < g.planes; ++p) {
-                const SourceRow src{band + (static_cast<int64_t>(p) * tile->height + (row - bandTop)) * bandStep,
-                                    first};
-                fillRow(blockRow(p, r), src, columnsOf(r), g, constants, valueBytes);
+        for (const Span& span : rows) {
+            if (span.index == kConstant) continue;
+            for (int k = 0; k < span.count; ++k) {
+                const long long row = span.index + k;
+                if (row / tile->height != static_cast<long long>(b)) continue;
+                for (int p = 0; p < g.planes; ++p) {
+                    const SourceRow src{band + (static_cast<int64_t>(p) * tile->height + (row - bandTop)) * bandStep,
+                                        first};
+                    fillRow(blockRow(p, span.at + k), src, columnsOf(span), g, constants, valueBytes);
+                }
             }
         }
     }

@@ -63,7 +63,8 @@ struct Run {
     int passes = 1;    // 1, or one per processed channel when either image is in plane order
     int channels = 1;  // channels per pass
     int maxWidth = 0;  // widest piece (the buffers' size)
-    int rowsNeeded = 1;
+    int band = 1;      // output rows a call takes at most
+    int rowsNeeded = 1;  // source rows of a call of `band` rows
     bool gathered = false;  // source rows are gathered (strided or 1-bit sources)
     bool stream = false;    // a destination large enough for stores past the caches
     bool packedRows = false;  // 1-bit rows handed over packed
@@ -73,7 +74,8 @@ struct Run {
     const void** rows = nullptr;
     char* ring = nullptr;      // gathered source rows
     size_t ringRowBytes = 0;
-    char* out = nullptr;       // computed row on its way to a masked or strided destination
+    char* out = nullptr;       // computed rows on their way to a masked or strided destination
+    size_t outRowBytes = 0;
     uint8_t* packed = nullptr; // 1-bit destination rows
     char* scratch = nullptr;
 
@@ -87,7 +89,8 @@ struct Run {
         const int64_t slotBytes = packedRows ? align(static_cast<int64_t>(lead) + (static_cast<int64_t>(maxWidth) + m.right + 63) / 64 * 8 + 8)
                                          : align(span * static_cast<int64_t>(srcBytes));
         const int64_t ring = gathered ? slotBytes * rowsNeeded : 0;
-        const int64_t out = align(static_cast<int64_t>(maxWidth) * channels * dstBytes);
+        const int64_t outRow = align(static_cast<int64_t>(maxWidth) * channels * dstBytes);
+        const int64_t out = outRow * band;
         const int64_t packed = align(maxWidth / 8 + 8);
         const int64_t scratch = align(span * static_cast<int64_t>(kernel->scratchPerValue) + 64);
         const int64_t rows = align(static_cast<int64_t>(rowsNeeded) * sizeof(void*));
@@ -102,6 +105,7 @@ struct Run {
         if (packedRows) std::memset(this->ring, 0, static_cast<size_t>(ring));
         p += ring;
         this->out = p;
+        outRowBytes = static_cast<size_t>(outRow);
         p += out;
         this->packed = reinterpret_cast<uint8_t*>(p);
         p += packed;
@@ -125,25 +129,39 @@ char* passStart(const Run& run, const Operand& o, int p) {
 // gathered. Rows above and below the image take their side's mode (a
 // constant row whole, or the row it maps to with the columns beyond the
 // image mapped by that same mode); rows beside it the left and right modes.
+// What each margin pixel beyond the image reads is worked out once: a column
+// of the row (from the piece's pixel 0) or a constant.
+constexpr long long kOff = INT64_MIN, kOn = INT64_MIN + 1;
 struct Edges {
-    long long column = 0, row = 0;  // image column and row of the piece's pixel (0, 0)
-    long long width = 0, height = 0;
-    int mode[4] = {0, 0, 0, 0};     // top, bottom, left, right
-    bool constant[4] = {false, false, false, false};
+    long long row = 0, height = 0;  // image row of the piece's row 0; image height
+    int mode[2] = {0, 0};           // top, bottom
+    bool constant[2] = {false, false};
+    long long inLo = 0, inHi = 0;   // the piece's pixels inside the image
+    // [rows beside, above, below][left, right]: pixels -left .. inLo - 1, inHi .. width + right - 1.
+    long long reads[3][2][64];
 };
 
-Edges edgesOf(const OzlImage* image) {
-    Edges e;
+void edgesOf(const OzlImage* image, const Margins& m, int width, Edges& e) {
     const image::Rect region = image::regionRect(image);
-    e.column = region.x;
     e.row = region.y;
-    e.width = image->width;
     e.height = image->height;
-    for (int side = 0; side < 4; ++side) {
+    for (int side = 0; side < 2; ++side) {
         e.mode[side] = image->borderMode[side] & 3;
         e.constant[side] = (image->borderConst[side] & 1) != 0;
     }
-    return e;
+    const long long column = region.x, n = image->width;
+    e.inLo = std::max<long long>(-m.left, -column);
+    e.inHi = std::min<long long>(static_cast<long long>(width) + m.right, n - column);
+    for (int kind = 0; kind < 3; ++kind)
+        for (int s = 0; s < 2; ++s) {
+            const int side = kind == 0 ? 2 + s : kind - 1;
+            const int mode = image->borderMode[side] & 3;
+            const long long from = s == 0 ? -m.left : std::max(e.inHi, e.inLo);
+            const long long to = s == 0 ? e.inLo : static_cast<long long>(width) + m.right;
+            for (long long p = from; p < to; ++p)
+                e.reads[kind][s][p - from] = mode != 0 ? borderIndex(column + p, n, mode) - column
+                                             : image->borderConst[side] & 1 ? kOn : kOff;
+        }
 }
 
 // Bits [from, to) of a packed row set.
@@ -163,16 +181,12 @@ void setBits(uint8_t* p, ptrdiff_t from, ptrdiff_t to) {
 
 // A packed row: pixels [lo, hi) of `row` (pixel 0 at bit `bit`) into a slot
 // whose pixel 0 is the first bit of byte `lead`, the rest of the slot up to
-// byte `end` cleared; with edges, the pixels beyond the image from the modes
-// of sides[0] (left) and sides[1] (right).
+// byte `end` cleared; with edges, the pixels beyond the image as reads[0]
+// (left) and reads[1] (right) say.
 void gatherPacked(const uint8_t* row, int bit, int lo, int hi, uint8_t* slot, size_t lead, size_t end,
-                  const Edges* edges, const int* sides) {
+                  const Edges* edges, const long long (*reads)[64]) {
     const ptrdiff_t base = static_cast<ptrdiff_t>(lead) * 8;  // slot bit of pixel 0
-    long long inLo = lo, inHi = hi;
-    if (edges) {
-        inLo = std::max<long long>(lo, -edges->column);
-        inHi = std::min<long long>(hi, edges->width - edges->column);
-    }
+    const long long inLo = edges ? edges->inLo : lo, inHi = edges ? edges->inHi : hi;
     const size_t first = static_cast<size_t>((base + lo) >> 3);
     const bool clipped = inLo > lo || inHi < hi;
     if (inHi > inLo) {
@@ -181,24 +195,37 @@ void gatherPacked(const uint8_t* row, int bit, int lo, int hi, uint8_t* slot, si
                           static_cast<size_t>(inHi - inLo));
         // The bytes before and after the copied ones cleared for the margins.
         if (clipped) {
-            std::memset(slot + first, 0, static_cast<size_t>(at >> 3) - first);
+            for (size_t i = first; i < static_cast<size_t>(at >> 3); ++i) slot[i] = 0;
             const size_t after = static_cast<size_t>((base + inHi + 7) >> 3);
-            std::memset(slot + after, 0, end - after);
+            for (size_t i = after; i < end; ++i) slot[i] = 0;
         }
     } else if (clipped) {
         std::memset(slot + first, 0, end - first);
     }
     if (clipped)
-        for (long long p = lo; p < hi; ++p) {
-            if (p >= inLo && p < inHi) p = inHi;
-            if (p >= hi) break;
-            const long long v = edges->column + p;
-            const int side = sides[v < 0 ? 0 : 1];
-            const bool on = edges->mode[side] == 0
-                                ? edges->constant[side]
-                                : bitAt(reinterpret_cast<const char*>(row),
-                                        bit + (borderIndex(v, edges->width, edges->mode[side]) - edges->column));
-            if (on) slot[(base + p) >> 3] |= static_cast<uint8_t>(0x80 >> ((base + p) & 7));
+        for (int s = 0; s < 2; ++s) {
+            const long long from = s == 0 ? lo : std::max(inHi, inLo), to = s == 0 ? inLo : hi;
+            auto on = [&](long long p) {
+                const long long c = reads[s][p - from];
+                return c == kOn || (c != kOff && bitAt(reinterpret_cast<const char*>(row), bit + c));
+            };
+            // Margins ending (left) or starting (right) on a byte are stored
+            // whole, from a register: or-ing them into bytes just copied
+            // would wait for those stores to land.
+            const ptrdiff_t edge = base + (s == 0 ? to : from);
+            if (to > from && (edge & 7) == 0) {
+                uint64_t v = 0;
+                for (long long p = from; p < to; ++p) v = v << 1 | static_cast<uint64_t>(on(p));
+                if (s == 0) {
+                    for (ptrdiff_t i = (edge >> 3) - 1; i >= static_cast<ptrdiff_t>(first); --i, v >>= 8)
+                        slot[i] = static_cast<uint8_t>(v);
+                } else {
+                    image::storeBitWord(slot + (edge >> 3), v << (64 - (to - from)));
+                }
+                continue;
+            }
+            for (long long p = from; p < to; ++p)
+                if (on(p)) slot[(base + p) >> 3] |= static_cast<uint8_t>(0x80 >> ((base + p) & 7));
         }
     // The word after the row's, cleared of an earlier, wider row's bits.
     const size_t written = static_cast<size_t>((base + inHi + 7) >> 3);
@@ -215,7 +242,7 @@ void gatherRow(const Run& run, const Operand& s, const char* base, int r, int wi
     const int n = width + m.left + m.right;
     if (run.packedRows) {
         const size_t end = run.lead + static_cast<size_t>((width + m.right + 63) / 64 + 1) * 8;
-        int sides[2] = {2, 3};
+        int kind = 0;
         const long long v = edges ? edges->row + r : 0;
         if (edges && (v < 0 || v >= edges->height)) {
             const int side = v < 0 ? 0 : 1;
@@ -228,10 +255,10 @@ void gatherRow(const Run& run, const Operand& s, const char* base, int r, int wi
                 return;
             }
             row += (borderIndex(v, edges->height, edges->mode[side]) - v) * s.rowStep;
-            sides[0] = sides[1] = side;
+            kind = 1 + side;
         }
         gatherPacked(reinterpret_cast<const uint8_t*>(row), s.bit, -m.left, width + m.right,
-                     reinterpret_cast<uint8_t*>(dst), run.lead, end, edges, sides);
+                     reinterpret_cast<uint8_t*>(dst), run.lead, end, edges, edges ? edges->reads[kind] : nullptr);
         return;
     }
     if (s.valueBytes == 0) {
@@ -288,60 +315,51 @@ void writeRow(const Run& run, const Operand& d, char* row, const char* computed,
 void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand* mask, int width,
               int height, const Edges* edges = nullptr) {
     const NbKernel& k = *run.kernel;
-    const int top = k.margins.top;
+    const int top = k.margins.top, around = top + k.margins.bottom;
     const int n = run.rowsNeeded;
     const bool gather = run.gathered;
-    const bool direct = d.valueBytes != 0 && d.stride == run.channels && !mask;
-    // Packed rows starting on a byte go straight to the destination, the
-    // bits past the width in its last byte put back after.
-    const bool packedDirect = run.packedRows && d.bit == 0 && !mask;
-    const uint8_t keep = static_cast<uint8_t>(0xFFu >> (width & 7));
+    // Packed rows go straight to a destination starting on a byte.
+    const bool direct = (d.valueBytes != 0 ? d.stride == run.channels : run.packedRows && d.bit == 0) && !mask;
     const size_t leftBytes = static_cast<size_t>(k.margins.left) * run.channels * run.srcBytes;
     for (int p = 0; p < run.passes; ++p) {
         const char* sBase = passStart(run, s, p);
         char* dBase = passStart(run, d, p);
-        for (int y = 0; y < height; ++y) {
-            // A ring of gathered rows: each source row is gathered once, row r
-            // into slot r mod n.
-            int at = ((y - top) % n + n) % n;
-            for (int j = 0; j < n; ++j, at = at + 1 == n ? 0 : at + 1) {
+        int gathered = -top;  // the next source row the ring lacks
+        for (int y = 0; y < height;) {
+            const int rows = std::min(run.band, height - y);
+            for (int j = 0; j < rows + around; ++j) {
                 const int r = y - top + j;
                 if (!gather) {
                     run.rows[j] = sBase + r * s.rowStep;
                     continue;
                 }
-                char* slot = run.ring + static_cast<size_t>(at) * run.ringRowBytes;
-                if (y == 0 || j == n - 1) gatherRow(run, s, sBase, r, width, slot, edges);
+                // A ring of gathered rows: each source row is gathered once.
+                char* slot = run.ring + static_cast<size_t>(((r % n) + n) % n) * run.ringRowBytes;
+                if (r >= gathered) {
+                    gatherRow(run, s, sBase, r, width, slot, edges);
+                    gathered = r + 1;
+                }
                 run.rows[j] = slot + (run.packedRows ? run.lead : leftBytes);
             }
             char* dRow = dBase + y * d.rowStep;
-            if (packedDirect) {
-                uint8_t* last = reinterpret_cast<uint8_t*>(dRow) + width / 8;
-                const uint8_t kept = static_cast<uint8_t>(width & 7 ? *last & keep : 0);
-                NbRow row;
-                row.src = run.rows;
-                row.dst = dRow;
-                row.scratch = run.scratch;
-                row.width = width;
-                row.channels = 1;
-                row.firstRow = y == 0;
-                k.row(row, k.context);
-                if (width & 7) *last = static_cast<uint8_t>((*last & ~keep) | kept);
-                continue;
-            }
             NbRow row;
             row.src = run.rows;
             row.dst = direct ? dRow : run.out;
+            row.rows = rows;
+            row.dstStride = direct ? d.rowStep : static_cast<ptrdiff_t>(run.outRowBytes);
             row.scratch = run.scratch;
             row.width = width;
             row.channels = run.channels;
             row.stream = direct && run.stream;
             row.firstRow = y == 0;
             k.row(row, k.context);
-            if (direct) continue;
-            const uint8_t* maskRow =
-                mask ? reinterpret_cast<const uint8_t*>(mask->data + y * mask->rowStep) : nullptr;
-            writeRow(run, d, dRow, run.out, width, maskRow, mask ? mask->bit : 0);
+            for (int i = 0; i < rows && !direct; ++i) {
+                const uint8_t* maskRow =
+                    mask ? reinterpret_cast<const uint8_t*>(mask->data + (y + i) * mask->rowStep) : nullptr;
+                writeRow(run, d, dRow + i * d.rowStep, run.out + i * run.outRowBytes, width, maskRow,
+                         mask ? mask->bit : 0);
+            }
+            y += rows;
         }
     }
 }
@@ -369,18 +387,20 @@ NbResult runFetched(const Run& run, const OzlImage* src, int x, int y, int width
 // typical last-level cache: caching them would only evict the sources.
 constexpr int64_t kStreamFrom = int64_t{16} << 20;
 
+constexpr int kMaxKernelBand = 64;
+
 constexpr int kMinStrip = 16;
-// The middle band is computed a few rows at a time, the side strips of each
+// The middle rows are computed a few rows at a time, the side strips of each
 // group right after its interior, while the group's source and destination
 // rows are still in the core's own cache (otherwise each strip row costs a
 // miss or two from far away). Groups hold about this many bytes, and at
-// least kMinBandRows rows so that the strips' vertical margins stay small
+// least kMinGroupRows rows so that the strips' vertical margins stay small
 // beside them.
-constexpr int64_t kBandBytes = 256 << 10;
-constexpr int kMinBandRows = 4, kMaxBandRows = 64;
+constexpr int64_t kGroupBytes = 256 << 10;
+constexpr int kMinGroupRows = 4, kMaxGroupRows = 64;
 
 // Untiled images that share no pixels: the interior in place, the top and
-// bottom strips and, band by band, the left and right strips from bordered
+// bottom strips and, group by group, the left and right strips from bordered
 // copies.
 NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand* mask, int width,
                   int height) {
@@ -399,7 +419,8 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     // Packed rows take their margins from the border modes as they are
     // gathered: one piece, no strips.
     if (run.packedRows) {
-        const Edges edges = edgesOf(src);
+        Edges edges;
+        edgesOf(src, m, width, edges);
         runPiece(run, operandOf(src), d, mask, width, height, &edges);
         return NbResult::Done;
     }
@@ -439,10 +460,12 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     // at a cost of about its vertical margin in rows: groups are at least four
     // times that.
     const int margin = m.top + m.bottom;
-    const int band = std::max(4 * margin, static_cast<int>(std::clamp<int64_t>(
-                                              kBandBytes / rowBytes, kMinBandRows, kMaxBandRows)));
-    for (int y = y0; y < y1; y += band) {
-        const int h = std::min(band, y1 - y);
+    // Whole bands of the kernel's rows a group.
+    const int rowsAbout = std::max(4 * margin, static_cast<int>(std::clamp<int64_t>(
+                                                   kGroupBytes / rowBytes, kMinGroupRows, kMaxGroupRows)));
+    const int group = (rowsAbout + run.band - 1) / run.band * run.band;
+    for (int y = y0; y < y1; y += group) {
+        const int h = std::min(group, y1 - y);
         if (x1 > x0) {
             const Operand mk = mask ? shifted(*mask, x0, y) : Operand{};
             runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
@@ -505,7 +528,10 @@ NbResult runNeighbourhood(OzlImage* src, OzlImage* dst, const OzlImage* mask, in
     run.passes = planes ? channels : 1;
     run.channels = planes ? 1 : channels;
     run.maxWidth = width;
-    run.rowsNeeded = static_cast<int>(rows);
+    // Bands no taller than the region, nor than a few dozen rows (the
+    // computed rows of a masked destination are held together).
+    run.band = std::clamp(kernel.bandRows, 1, std::min(height, kMaxKernelBand));
+    run.rowsNeeded = static_cast<int>(rows) - 1 + run.band;
     run.srcBytes = static_cast<size_t>(std::max(1, image::depthBits(src->depth) / 8));
     run.dstBytes = static_cast<size_t>(std::max(1, image::depthBits(dst->depth) / 8));
     const int srcStride = src->dataOrder == OZL_DATA_ORDER_PLANE ? 1 : src->nChannels;

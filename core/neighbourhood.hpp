@@ -2,9 +2,10 @@
 // depends on a rectangle of source pixels around it (convolutions, rank and
 // morphological filters). It never names an operation.
 //
-// The kernel sees one destination row at a time: the source rows the row
-// needs, each valid over the row's width plus the margins on both sides, the
-// processed channels interleaved. Pixels outside the source image come from
+// The kernel sees one destination row at a time (or a band of consecutive
+// rows, when it asks for them): the source rows they need, each valid over
+// the row's width plus the margins on both sides, the processed channels
+// interleaved. Pixels outside the source image come from
 // the bordered rectangle fetch (the source's border modes and constants):
 // - untiled images: the interior, whose footprint lies inside the source, is
 //   read in place; the top and bottom rows and the left and right columns
@@ -38,12 +39,14 @@ struct Margins {
 };
 
 struct NbRow {
-    // top + 1 + bottom rows, the first one `top` rows above the output row.
-    // Each points at the first processed value of the source pixel under
+    // top + rows + bottom rows, the first one `top` rows above the first
+    // output row. Each points at the first processed value of the source pixel under
     // output column 0 and is valid from `left` pixels before that pixel to
     // `right` pixels after the last output pixel; `channels` values a pixel.
     const void* const* src = nullptr;
     void* dst = nullptr;      // `width` pixels of `channels` values, dense
+    int rows = 1;             // output rows in this call, 1..NbKernel::bandRows
+    ptrdiff_t dstStride = 0;  // bytes from one dst row to the next (rows > 1)
     void* scratch = nullptr;  // the kernel's working memory (NbKernel::scratchPerValue)
     int width = 0;
     int channels = 0;
@@ -51,9 +54,10 @@ struct NbRow {
     // large to stay in cache: the kernel may store past the caches (saving
     // the reads of lines it only overwrites).
     bool stream = false;
-    // The first row of a piece and pass; each later call until the next
-    // first row is the row below the one before, over the same columns, with
-    // the same scratch (a kernel may carry state from row to row in it).
+    // The call's first row starts a piece and pass; each later call until
+    // the next first row continues below the last row of the one before,
+    // over the same columns, with the same scratch (a kernel may carry state
+    // from row to row in it).
     bool firstRow = true;
 };
 
@@ -66,12 +70,16 @@ struct NbKernel {
     // Scratch the kernel needs: bytes per value of a source row with its
     // margins (width + left + right pixels of `channels` values), plus 64.
     size_t scratchPerValue = 0;
+    // The most output rows the kernel takes in one call (rows sharing source
+    // rows, or a per-call cost worth spreading); the driver may hand fewer,
+    // at the ends of pieces and groups.
+    int bandRows = 1;
     // 1-bit images as packed rows (pixel 0 in the most significant bit of
     // byte 0) rather than a byte a pixel: each src row is readable in whole
     // 8-byte words from the word before the one holding pixel -left to the
     // word after the one holding pixel width + right - 1, the bits outside the
-    // margins zero; the kernel writes the (width + 7) / 8 bytes holding the
-    // row's bits to dst (the bits past `width` in the last byte are free).
+    // margins zero; the kernel writes the row's `width` bits to dst, the
+    // other bits of its last byte kept.
     bool packedBits = false;
 };
 

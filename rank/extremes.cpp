@@ -131,6 +131,21 @@ inline uint64_t along(uint64_t prev, uint64_t cur, uint64_t next, int o) {
     return o == 0 ? cur : (cur << o) | (next >> (64 - o));
 }
 
+// Each row of a band through one(its source rows, its output), the bits past
+// the width in the output's last byte kept.
+template <class F>
+void eachBitsRow(const core::NbRow& row, F&& one) {
+    const size_t last = static_cast<size_t>(row.width) / 8;
+    const int tail = row.width & 7;
+    const uint8_t keep = static_cast<uint8_t>(0xFFu >> tail);
+    for (int i = 0; i < row.rows; ++i) {
+        auto* out = static_cast<uint8_t*>(row.dst) + i * row.dstStride;
+        const uint8_t kept = static_cast<uint8_t>(tail ? out[last] & keep : 0);
+        one(reinterpret_cast<const uint8_t* const*>(row.src) + i, out);
+        if (tail) out[last] = static_cast<uint8_t>((out[last] & ~keep) | kept);
+    }
+}
+
 // The word of the row's bits at word k, only the bytes holding pixels below
 // `width` written.
 inline void storeRowWord(uint8_t* out, ptrdiff_t k, uint64_t v, int width) {
@@ -145,45 +160,48 @@ inline void storeRowWord(uint8_t* out, ptrdiff_t k, uint64_t v, int width) {
 template <bool Max>
 void bitsRectangleRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
-    const auto* const* src = reinterpret_cast<const uint8_t* const*>(row.src);
-    auto* out = static_cast<uint8_t*>(row.dst);
-    auto column = [&](ptrdiff_t k) {
-        uint64_t v = image::loadBitWord(src[0] + 8 * k);
-        for (int r = 1; r < p.nRows; ++r) v = combine<Max>(v, image::loadBitWord(src[r] + 8 * k));
-        return v;
-    };
     const ptrdiff_t words = (row.width + 63) / 64;
-    uint64_t prev = column(-1), cur = column(0);
-    for (ptrdiff_t k = 0; k < words; ++k) {
-        const uint64_t next = column(k + 1);
-        uint64_t v = along(prev, cur, next, -p.left);
-        for (int o = 1 - p.left; o <= p.right; ++o) v = combine<Max>(v, along(prev, cur, next, o));
-        storeRowWord(out, k, v, row.width);
-        prev = cur;
-        cur = next;
-    }
+    eachBitsRow(row, [&](const uint8_t* const* src, uint8_t* out) {
+        auto column = [&](ptrdiff_t k) {
+            uint64_t v = image::loadBitWord(src[0] + 8 * k);
+            for (int r = 1; r < p.nRows; ++r) v = combine<Max>(v, image::loadBitWord(src[r] + 8 * k));
+            return v;
+        };
+        uint64_t prev = column(-1), cur = column(0);
+        for (ptrdiff_t k = 0; k < words; ++k) {
+            const uint64_t next = column(k + 1);
+            uint64_t v = along(prev, cur, next, -p.left);
+            for (int o = 1 - p.left; o <= p.right; ++o) v = combine<Max>(v, along(prev, cur, next, o));
+            storeRowWord(out, k, v, row.width);
+            prev = cur;
+            cur = next;
+        }
+    });
 }
 
 // The 3 x 3 square around its centre, a byte at a time in the level's vectors.
 void bitsSquareRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
-    p.bitsSquare(reinterpret_cast<const uint8_t* const*>(row.src), static_cast<uint8_t*>(row.dst),
-                 (static_cast<size_t>(row.width) + 7) / 8);
+    const size_t bytes = (static_cast<size_t>(row.width) + 7) / 8;
+    eachBitsRow(row, [&](const uint8_t* const* src, uint8_t* out) { p.bitsSquare(src, out, bytes); });
 }
 
 template <bool Max>
 void bitsShapedRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
-    const auto* const* src = reinterpret_cast<const uint8_t* const*>(row.src);
-    auto* out = static_cast<uint8_t*>(row.dst);
     const ptrdiff_t words = (row.width + 63) / 64;
-    for (ptrdiff_t k = 0; k < words; ++k) {
-        uint64_t v = image::bitWordAt(src[p.places[0].row], k, p.places[0].offset);
-        for (int j = 1; j < p.nPlaces; ++j)
-            v = combine<Max>(v, image::bitWordAt(src[p.places[j].row], k, p.places[j].offset));
-        storeRowWord(out, k, v, row.width);
-    }
+    eachBitsRow(row, [&](const uint8_t* const* src, uint8_t* out) {
+        for (ptrdiff_t k = 0; k < words; ++k) {
+            uint64_t v = image::bitWordAt(src[p.places[0].row], k, p.places[0].offset);
+            for (int j = 1; j < p.nPlaces; ++j)
+                v = combine<Max>(v, image::bitWordAt(src[p.places[j].row], k, p.places[j].offset));
+            storeRowWord(out, k, v, row.width);
+        }
+    });
 }
+
+// Packed rows a call: the driver's per-call cost spread over a few rows.
+constexpr int kBitsBand = 16;
 
 struct PlaceMemory {
     Place* places = nullptr;
@@ -236,6 +254,7 @@ core::NbCode runExtremes(const OzlImage* src, const OzlImage* dst, const Shape& 
         // Bits a word at a time while each place is less than a word away.
         k.packedBits = src->depth == OZL_DEPTH_1U && p.left < 64 && p.right < 64;
         if (k.packedBits) {
+            k.bandRows = kBitsBand;
             const core::NbRowFn bits[2][3] = {{&bitsSquareRow, &bitsRectangleRow<false>, &bitsShapedRow<false>},
                                               {&bitsSquareRow, &bitsRectangleRow<true>, &bitsShapedRow<true>}};
             k.row = bits[g][square ? 0 : full ? 1 : 2];
