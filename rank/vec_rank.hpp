@@ -309,8 +309,8 @@ RankTable vectorRankTable() {
         t.network[e] = &networkVec<Vx, T>;
         t.median25[e] = &median25Vec<Vx, T>;
     });
-    t.bits3x3[0] = &bits3x3Vec<Vx, false>;
-    t.bits3x3[1] = &bits3x3Vec<Vx, true>;
+    t.bits3x3[0] = &bits3x3Vec<Vm, false>;
+    t.bits3x3[1] = &bits3x3Vec<Vm, true>;
     t.boxU8 = &boxU8Vec<Vx>;
     t.slidingMedian = &slidingMedianVec<Vx>;
     return t;

@@ -1,7 +1,7 @@
 // The least and greatest kernels of every vector level against the scalar
 // ones, bit for bit: every value type, run lengths through each vector
 // width's head and tail, one and three values a pixel, rows at any alignment,
-// the output's guard bytes untouched, folds in place.
+// the output's guard bytes untouched, folds in place; the packed 1-bit 3 x 3.
 #include <gtest/gtest.h>
 
 #include "rank/kernels.hpp"
@@ -47,6 +47,19 @@ TEST(ExtremeKernels, LevelsMatchReference) {
                     ref.fold[e][g](inPlace, 2, &c[skew], n);
                     ASSERT_EQ(in, c);
                 }
+        // Packed 1-bit rows: every byte count through the vectors' heads and
+        // tails, exactly n bytes written.
+        for (size_t n : widths)
+            for (int g = 0; g < 2; ++g) {
+                std::vector<uint8_t> in(3 * (n + 2) + 16);
+                for (auto& v : in) v = static_cast<uint8_t>(rng());
+                const size_t skew = rng() % 16;
+                const uint8_t* rows[3] = {&in[skew + 1], &in[skew + n + 3], &in[skew + 2 * n + 5]};
+                std::vector<uint8_t> a(n + 2, 0xA5), b = a;
+                vec.bits3x3[g](rows, a.data() + 1, n);
+                ref.bits3x3[g](rows, b.data() + 1, n);
+                ASSERT_EQ(a, b) << cpu::name(level) << " bits, greatest " << g << " n " << n;
+            }
     }
 }
 
