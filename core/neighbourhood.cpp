@@ -77,6 +77,7 @@ struct Run {
     char* out = nullptr;       // computed rows on their way to a masked or strided destination
     size_t outRowBytes = 0;
     uint8_t* packed = nullptr; // 1-bit destination rows
+    uint64_t* edgeWords = nullptr;  // packed rows in place: two words a source row
     char* scratch = nullptr;
 
     ~Run() { ozlFree(memory); }
@@ -94,7 +95,8 @@ struct Run {
         const int64_t packed = align(maxWidth / 8 + 8);
         const int64_t scratch = align(span * static_cast<int64_t>(kernel->scratchPerValue) + 64);
         const int64_t rows = align(static_cast<int64_t>(rowsNeeded) * sizeof(void*));
-        const int64_t total = ring + out + packed + scratch + rows;
+        const int64_t edgeWords = packedRows ? align(static_cast<int64_t>(rowsNeeded) * 16) : 0;
+        const int64_t total = ring + out + packed + scratch + rows + edgeWords;
         if (span > INT32_MAX || total > INT32_MAX - 64) return false;
         memory = static_cast<char*>(ozlMalloc(static_cast<int>(total)));
         if (!memory) return false;
@@ -112,6 +114,8 @@ struct Run {
         this->scratch = p;
         p += scratch;
         this->rows = reinterpret_cast<const void**>(p);
+        p += rows;
+        this->edgeWords = reinterpret_cast<uint64_t*>(p);
         return true;
     }
 
@@ -232,6 +236,40 @@ void gatherPacked(const uint8_t* row, int bit, int lo, int hi, uint8_t* slot, si
     if (!clipped && written < end) std::memset(slot + written, 0, end - written);
 }
 
+// Packed source row `r` (relative to the piece) in place, the piece's pixel 0
+// on a byte: the row it reads (or one of the constant rows `constants`, all
+// zeros then all ones) and its margin pixels as two words (NbRow::edges).
+const char* packedInPlace(const Run& run, const Operand& s, const char* base, int r, int width, const Edges& e,
+                          const char* constants, uint64_t* words) {
+    const Margins& m = run.kernel->margins;
+    const long long v = e.row + r;
+    int kind = 0;
+    if (v < 0 || v >= e.height) {
+        const int side = v < 0 ? 0 : 1;
+        if (e.mode[side] == 0) {
+            const bool on = e.constant[side];
+            words[0] = on && m.left ? ~uint64_t{0} >> (64 - m.left) : 0;
+            words[1] = on && m.right ? ~(~uint64_t{0} >> m.right) : 0;
+            return constants + (on ? run.ringRowBytes : 0);
+        }
+        r += static_cast<int>(borderIndex(v, e.height, e.mode[side]) - v);
+        kind = 1 + side;
+    }
+    const char* row = base + static_cast<ptrdiff_t>(r) * s.rowStep;
+    const long long rightFrom = std::max(e.inHi, e.inLo);
+    auto pixel = [&](long long p) {
+        const bool inside = p >= e.inLo && p < e.inHi;
+        const long long c = inside ? p : p < 0 ? e.reads[kind][0][p + m.left] : e.reads[kind][1][p - rightFrom];
+        return c == kOn || (c != kOff && bitAt(row, c));
+    };
+    uint64_t left = 0, right = 0;
+    for (long long p = -m.left; p < 0; ++p) left = left << 1 | static_cast<uint64_t>(pixel(p));
+    for (int i = 0; i < m.right; ++i) right |= static_cast<uint64_t>(pixel(static_cast<long long>(width) + i)) << (63 - i);
+    words[0] = left;
+    words[1] = right;
+    return row;
+}
+
 // Source row `r` (relative to the piece) laid out densely into `dst`, from
 // `left` pixels before the piece to `right` after it; 1-bit pixels as bytes
 // (or packed, when the kernel asks).
@@ -321,6 +359,10 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
     // Packed rows go straight to a destination starting on a byte.
     const bool direct = (d.valueBytes != 0 ? d.stride == run.channels : run.packedRows && d.bit == 0) && !mask;
     const size_t leftBytes = static_cast<size_t>(k.margins.left) * run.channels * run.srcBytes;
+    // Packed rows starting on a byte are read in place, their margins apart;
+    // rows of a constant come from the first two slots (zeros, ones).
+    const bool inPlace = run.packedRows && k.packedInPlace && edges && s.bit == 0;
+    if (inPlace && around > 0) std::memset(run.ring + run.ringRowBytes, 0xFF, run.ringRowBytes);
     for (int p = 0; p < run.passes; ++p) {
         const char* sBase = passStart(run, s, p);
         char* dBase = passStart(run, d, p);
@@ -329,6 +371,10 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             const int rows = std::min(run.band, height - y);
             for (int j = 0; j < rows + around; ++j) {
                 const int r = y - top + j;
+                if (inPlace) {
+                    run.rows[j] = packedInPlace(run, s, sBase, r, width, *edges, run.ring, run.edgeWords + 2 * j);
+                    continue;
+                }
                 if (!gather) {
                     run.rows[j] = sBase + r * s.rowStep;
                     continue;
@@ -352,6 +398,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             row.channels = run.channels;
             row.stream = direct && run.stream;
             row.firstRow = y == 0;
+            row.edges = inPlace ? run.edgeWords : nullptr;
             k.row(row, k.context);
             for (int i = 0; i < rows && !direct; ++i) {
                 const uint8_t* maskRow =
@@ -362,6 +409,8 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             y += rows;
         }
     }
+    // Gathered packed rows rely on zero bits beyond what they write.
+    if (inPlace && around > 0) std::memset(run.ring + run.ringRowBytes, 0, run.ringRowBytes);
 }
 
 // A bordered copy of a piece's footprint, and the piece run from it.

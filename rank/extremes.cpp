@@ -179,11 +179,65 @@ void bitsRectangleRow(const core::NbRow& row, const void* context) {
     });
 }
 
-// The 3 x 3 square around its centre, a byte at a time in the level's vectors.
+// One byte of pixels with its west and east neighbour bytes, all three the
+// rows combined.
+template <bool Max>
+uint8_t bitsSquareByte(unsigned c, unsigned west, unsigned east) {
+    const unsigned w = (c >> 1) | (west << 7), e = (c << 1) | (east >> 7);
+    return static_cast<uint8_t>(Max ? c | w | e : c & w & e);
+}
+
+// Bytes -1 .. n of three rows in place (pixels 0 .. width - 1 only) with
+// their margins put in, for rows too short to split.
+void copyWithMargins(const uint8_t* row, const uint64_t* edges, size_t n, int width, uint8_t* copy) {
+    std::memset(copy, 0, n + 9);
+    std::memcpy(copy + 1, row, n);
+    copy[0] = static_cast<uint8_t>(edges[0]);
+    uint8_t* w = copy + 1 + width / 8;
+    const int o = width & 7;
+    image::storeBitWord(w, (image::loadBitWord(w) & ~(~uint64_t{0} >> o)) | (edges[1] >> o));
+}
+
+// Rows in place: the first byte and the last two, whose neighbourhoods reach
+// the margins, one at a time; the others in the level's vectors.
+template <bool Max>
 void bitsSquareRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
-    const size_t bytes = (static_cast<size_t>(row.width) + 7) / 8;
-    eachBitsRow(row, [&](const uint8_t* const* src, uint8_t* out) { p.bitsSquare(src, out, bytes); });
+    const size_t n = (static_cast<size_t>(row.width) + 7) / 8;
+    if (!row.edges) {
+        eachBitsRow(row, [&](const uint8_t* const* src, uint8_t* out) { p.bitsSquare(src, out, n); });
+        return;
+    }
+    const auto* first = reinterpret_cast<const uint8_t* const*>(row.src);
+    auto both = [](uint64_t a, uint64_t b) { return Max ? a | b : a & b; };
+    eachBitsRow(row, [&](const uint8_t* const* src, uint8_t* out) {
+        const uint64_t* e = row.edges + 2 * (src - first);
+        if (n < 4) {
+            uint8_t copies[3][4 + 9];
+            const uint8_t* rows[3];
+            for (int r = 0; r < 3; ++r) {
+                copyWithMargins(src[r], e + 2 * r, n, row.width, copies[r]);
+                rows[r] = copies[r] + 1;
+            }
+            return p.bitsSquare(rows, out, n);
+        }
+        auto column = [&](size_t i) { return both(both(src[0][i], src[1][i]), src[2][i]); };
+        out[0] = bitsSquareByte<Max>(static_cast<unsigned>(column(0)),
+                                     static_cast<unsigned>(both(both(e[0], e[2]), e[4]) & 0xFF),
+                                     static_cast<unsigned>(column(1)));
+        // Bytes n - 3 .. n, the pixels from `width` on from the right margins.
+        const int at = row.width - 8 * static_cast<int>(n - 3);
+        uint64_t t = Max ? 0 : ~uint64_t{0};
+        for (int r = 0; r < 3; ++r) {
+            const uint64_t w = uint64_t{src[r][n - 3]} << 56 | uint64_t{src[r][n - 2]} << 48 | uint64_t{src[r][n - 1]} << 40;
+            t = both(t, (w & ~(~uint64_t{0} >> at)) | (e[2 * r + 1] >> at));
+        }
+        auto byteOf = [&](int k) { return static_cast<unsigned>(t >> (56 - 8 * k)) & 0xFF; };
+        out[n - 2] = bitsSquareByte<Max>(byteOf(1), byteOf(0), byteOf(2));
+        out[n - 1] = bitsSquareByte<Max>(byteOf(2), byteOf(1), byteOf(3));
+        const uint8_t* mid[3] = {src[0] + 1, src[1] + 1, src[2] + 1};
+        p.bitsSquare(mid, out + 1, n - 3);
+    });
 }
 
 template <bool Max>
@@ -255,8 +309,9 @@ core::NbCode runExtremes(const OzlImage* src, const OzlImage* dst, const Shape& 
         k.packedBits = src->depth == OZL_DEPTH_1U && p.left < 64 && p.right < 64;
         if (k.packedBits) {
             k.bandRows = kBitsBand;
-            const core::NbRowFn bits[2][3] = {{&bitsSquareRow, &bitsRectangleRow<false>, &bitsShapedRow<false>},
-                                              {&bitsSquareRow, &bitsRectangleRow<true>, &bitsShapedRow<true>}};
+            k.packedInPlace = square;
+            const core::NbRowFn bits[2][3] = {{&bitsSquareRow<false>, &bitsRectangleRow<false>, &bitsShapedRow<false>},
+                                              {&bitsSquareRow<true>, &bitsRectangleRow<true>, &bitsShapedRow<true>}};
             k.row = bits[g][square ? 0 : full ? 1 : 2];
         }
         k.margins = core::Margins{shape.anchorX, shape.anchorY, shape.nCols - 1 - shape.anchorX,
