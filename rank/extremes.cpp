@@ -181,6 +181,9 @@ void bitsRectangleRow(const core::NbRow& row, const void* context) {
     });
 }
 
+// Packed rows a call: the driver's per-call cost spread over a few rows.
+constexpr int kBitsBand = 16;
+
 // One byte of pixels with its west and east neighbour bytes, all three the
 // rows combined.
 template <bool Max>
@@ -201,45 +204,61 @@ void copyWithMargins(const uint8_t* row, const uint64_t* edges, size_t n, int wi
 }
 
 // Rows in place: the first byte and the last two, whose neighbourhoods reach
-// the margins, one at a time; the others in the level's vectors.
+// the margins, one at a time; the others in the level's vectors, the band
+// in one call.
 template <bool Max>
 void bitsSquareRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
     const size_t n = (static_cast<size_t>(row.width) + 7) / 8;
-    if (!row.edges) {
-        eachBitsRow(row, [&](const uint8_t* const* src, uint8_t* out) { p.bitsSquare(src, out, n); });
-        return;
-    }
-    const auto* first = reinterpret_cast<const uint8_t* const*>(row.src);
-    auto both = [](uint64_t a, uint64_t b) { return Max ? a | b : a & b; };
-    eachBitsRow(row, [&](const uint8_t* const* src, uint8_t* out) {
-        const uint64_t* e = row.edges + 2 * (src - first);
-        if (n < 4) {
-            uint8_t copies[3][4 + 9];
-            const uint8_t* rows[3];
-            for (int r = 0; r < 3; ++r) {
-                copyWithMargins(src[r], e + 2 * r, n, row.width, copies[r]);
-                rows[r] = copies[r] + 1;
+    const auto* src = reinterpret_cast<const uint8_t* const*>(row.src);
+    auto* out = static_cast<uint8_t*>(row.dst);
+    const int tail = row.width & 7;
+    const uint8_t keep = static_cast<uint8_t>(0xFFu >> tail);
+    uint8_t kept[kBitsBand];
+    for (int y = 0; y < row.rows && tail; ++y) kept[y] = out[y * row.dstStride + n - 1] & keep;
+    if (!row.edges || n < 4) {
+        if (!row.edges) {
+            p.bitsSquare(src, row.rows, out, row.dstStride, n);
+        } else {
+            for (int y = 0; y < row.rows; ++y) {
+                uint8_t copies[3][4 + 9];
+                const uint8_t* rows[3];
+                for (int r = 0; r < 3; ++r) {
+                    copyWithMargins(src[y + r], row.edges + 2 * (y + r), n, row.width, copies[r]);
+                    rows[r] = copies[r] + 1;
+                }
+                p.bitsSquare(rows, 1, out + y * row.dstStride, 0, n);
             }
-            return p.bitsSquare(rows, out, n);
         }
-        auto column = [&](size_t i) { return both(both(src[0][i], src[1][i]), src[2][i]); };
-        out[0] = bitsSquareByte<Max>(static_cast<unsigned>(column(0)),
-                                     static_cast<unsigned>(both(both(e[0], e[2]), e[4]) & 0xFF),
-                                     static_cast<unsigned>(column(1)));
+    } else {
+        auto both = [](uint64_t a, uint64_t b) { return Max ? a | b : a & b; };
         // Bytes n - 3 .. n, the pixels from `width` on from the right margins.
         const int at = row.width - 8 * static_cast<int>(n - 3);
-        uint64_t t = Max ? 0 : ~uint64_t{0};
-        for (int r = 0; r < 3; ++r) {
-            const uint64_t w = uint64_t{src[r][n - 3]} << 56 | uint64_t{src[r][n - 2]} << 48 | uint64_t{src[r][n - 1]} << 40;
-            t = both(t, (w & ~(~uint64_t{0} >> at)) | (e[2 * r + 1] >> at));
+        for (int y = 0; y < row.rows; ++y) {
+            const uint8_t* const* s = src + y;
+            const uint64_t* e = row.edges + 2 * y;
+            uint8_t* o = out + y * row.dstStride;
+            auto column = [&](size_t i) { return both(both(s[0][i], s[1][i]), s[2][i]); };
+            o[0] = bitsSquareByte<Max>(static_cast<unsigned>(column(0)),
+                                       static_cast<unsigned>(both(both(e[0], e[2]), e[4]) & 0xFF),
+                                       static_cast<unsigned>(column(1)));
+            uint64_t t = Max ? 0 : ~uint64_t{0};
+            for (int r = 0; r < 3; ++r) {
+                const uint64_t w = uint64_t{s[r][n - 3]} << 56 | uint64_t{s[r][n - 2]} << 48 | uint64_t{s[r][n - 1]} << 40;
+                t = both(t, (w & ~(~uint64_t{0} >> at)) | (e[2 * r + 1] >> at));
+            }
+            auto byteOf = [&](int k) { return static_cast<unsigned>(t >> (56 - 8 * k)) & 0xFF; };
+            o[n - 2] = bitsSquareByte<Max>(byteOf(1), byteOf(0), byteOf(2));
+            o[n - 1] = bitsSquareByte<Max>(byteOf(2), byteOf(1), byteOf(3));
         }
-        auto byteOf = [&](int k) { return static_cast<unsigned>(t >> (56 - 8 * k)) & 0xFF; };
-        out[n - 2] = bitsSquareByte<Max>(byteOf(1), byteOf(0), byteOf(2));
-        out[n - 1] = bitsSquareByte<Max>(byteOf(2), byteOf(1), byteOf(3));
-        const uint8_t* mid[3] = {src[0] + 1, src[1] + 1, src[2] + 1};
-        p.bitsSquare(mid, out + 1, n - 3);
-    });
+        const uint8_t* mid[kBitsBand + 2];
+        for (int j = 0; j < row.rows + 2; ++j) mid[j] = src[j] + 1;
+        p.bitsSquare(mid, row.rows, out + 1, row.dstStride, n - 3);
+    }
+    for (int y = 0; y < row.rows && tail; ++y) {
+        uint8_t& last = out[y * row.dstStride + n - 1];
+        last = static_cast<uint8_t>((last & ~keep) | kept[y]);
+    }
 }
 
 template <bool Max>
@@ -255,9 +274,6 @@ void bitsShapedRow(const core::NbRow& row, const void* context) {
         }
     });
 }
-
-// Packed rows a call: the driver's per-call cost spread over a few rows.
-constexpr int kBitsBand = 16;
 
 struct PlaceMemory {
     Place* places = nullptr;
