@@ -74,6 +74,9 @@ void foldVec(const void* const* in, int k, void* out, size_t n) {
     }
 }
 
+// All in registers, each column sorted once per vector it falls in: the
+// memory traffic of the row is all it costs.
+
 // Calls at(i) for vectors covering out[0, n), n at least one vector: the
 // first unaligned, the rest on vector boundaries of out (stores split across
 // cache lines cost more than the values computed twice), the last one
@@ -87,9 +90,6 @@ void alignedStores(void* out, size_t n, At at) {
     for (; i + kCount <= n; i += kCount) at(i);
     if (i < n) at(n - kCount);
 }
-
-// All in registers, each column sorted once per vector it falls in: the
-// memory traffic of the row is all it costs.
 
 // K output rows from K + 2 source rows, a vector at a time: each pair of
 // output rows shares the extreme of the two source rows between them, and
@@ -121,9 +121,7 @@ void extreme3x3Band(const void* const* rows, char* out, ptrdiff_t outStride, siz
         }
         for (int j = 0; j < K; ++j) L::store(out + j * outStride, i, acc[j]);
     };
-    size_t i = 0;
-    for (; i + L::kCount <= n; i += L::kCount) at(i);
-    if (i < n) at(n - L::kCount);
+    alignedStores<Vx, T>(out, n, at);
 }
 
 // 1-bit rows: bytes of the three rows combined at i - 1, i and i + 1 (shifted
