@@ -79,6 +79,7 @@ struct Run {
     char* out = nullptr;       // computed rows on their way to a masked or strided destination
     size_t outRowBytes = 0;
     uint8_t* packed = nullptr; // 1-bit destination rows
+    uint64_t* edgeWords = nullptr;  // packed rows in place: two words a source row
     char* scratch = nullptr;
 
     ~Run() { ozlFree(memory); }
@@ -96,7 +97,8 @@ struct Run {
         const int64_t packed = align(maxWidth / 8 + 8);
         const int64_t scratch = align(span * static_cast<int64_t>(kernel->scratchPerValue) + 64);
         const int64_t rows = align(static_cast<int64_t>(rowsNeeded) * sizeof(void*));
-        const int64_t total = ring + out + packed + scratch + rows;
+        const int64_t edgeWords = packedRows ? align(static_cast<int64_t>(rowsNeeded) * 16) : 0;
+        const int64_t total = ring + out + packed + scratch + rows + edgeWords;
         if (span > INT32_MAX || total > INT32_MAX - 64) return false;
         memory = static_cast<char*>(ozlMalloc(static_cast<int>(total)));
         if (!memory) return false;
@@ -114,6 +116,8 @@ struct Run {
         this->scratch = p;
         p += scratch;
         this->rows = reinterpret_cast<const void**>(p);
+        p += rows;
+        this->edgeWords = reinterpret_cast<uint64_t*>(p);
         return true;
     }
 
@@ -126,61 +130,146 @@ char* passStart(const Run& run, const Operand& o, int p) {
     return o.plane ? o.data + p * o.planeStep : o.data + p * o.valueBytes;
 }
 
-// A piece of packed 1-bit rows read in place whose side margins may lie
-// beyond the image's left or right edge: those pixels come from the left and
-// right border modes as each row is gathered (the rows lie inside the image).
+// A piece of packed 1-bit rows read in place whose margins may lie beyond the
+// image's edges: those pixels come from the border modes as each row is
+// gathered. Rows above and below the image take their side's mode (a
+// constant row whole, or the row it maps to with the columns beyond the
+// image mapped by that same mode); rows beside it the left and right modes.
+// What each margin pixel beyond the image reads is worked out once: a column
+// of the row (from the piece's pixel 0) or a constant.
+constexpr long long kOff = INT64_MIN, kOn = INT64_MIN + 1;
 struct Edges {
-    long long column = 0;  // image column of the piece's pixel 0
-    long long width = 0;   // image width
-    int mode[2] = {0, 0};  // left, right
+    long long row = 0, height = 0;  // image row of the piece's row 0; image height
+    int mode[2] = {0, 0};           // top, bottom
     bool constant[2] = {false, false};
+    long long inLo = 0, inHi = 0;   // the piece's pixels inside the image
+    // [rows beside, above, below][left, right]: pixels -left .. inLo - 1, inHi .. width + right - 1.
+    long long reads[3][2][64];
 };
 
-Edges edgesOf(const OzlImage* image) {
-    Edges e;
-    e.column = image::regionRect(image).x;
-    e.width = image->width;
+void edgesOf(const OzlImage* image, const Margins& m, int width, Edges& e) {
+    const image::Rect region = image::regionRect(image);
+    e.row = region.y;
+    e.height = image->height;
     for (int side = 0; side < 2; ++side) {
-        e.mode[side] = image->borderMode[2 + side] & 3;
-        e.constant[side] = (image->borderConst[2 + side] & 1) != 0;
+        e.mode[side] = image->borderMode[side] & 3;
+        e.constant[side] = (image->borderConst[side] & 1) != 0;
     }
-    return e;
+    const long long column = region.x, n = image->width;
+    e.inLo = std::max<long long>(-m.left, -column);
+    e.inHi = std::min<long long>(static_cast<long long>(width) + m.right, n - column);
+    for (int kind = 0; kind < 3; ++kind)
+        for (int s = 0; s < 2; ++s) {
+            const int side = kind == 0 ? 2 + s : kind - 1;
+            const int mode = image->borderMode[side] & 3;
+            const long long from = s == 0 ? -m.left : std::max(e.inHi, e.inLo);
+            const long long to = s == 0 ? e.inLo : static_cast<long long>(width) + m.right;
+            for (long long p = from; p < to; ++p)
+                e.reads[kind][s][p - from] = mode != 0 ? borderIndex(column + p, n, mode) - column
+                                             : image->borderConst[side] & 1 ? kOn : kOff;
+        }
+}
+
+// Bits [from, to) of a packed row set.
+void setBits(uint8_t* p, ptrdiff_t from, ptrdiff_t to) {
+    if (to <= from) return;
+    const ptrdiff_t a = from >> 3, b = (to - 1) >> 3;
+    const uint8_t head = static_cast<uint8_t>(0xFFu >> (from & 7));
+    const uint8_t tail = static_cast<uint8_t>(0xFF00u >> (((to - 1) & 7) + 1));
+    if (a == b) {
+        p[a] |= static_cast<uint8_t>(head & tail);
+        return;
+    }
+    p[a] |= head;
+    std::memset(p + a + 1, 0xFF, static_cast<size_t>(b - a - 1));
+    p[b] |= tail;
 }
 
 // A packed row: pixels [lo, hi) of `row` (pixel 0 at bit `bit`) into a slot
 // whose pixel 0 is the first bit of byte `lead`, the rest of the slot up to
-// byte `end` cleared; with edges, the pixels beyond the image from its modes.
+// byte `end` cleared; with edges, the pixels beyond the image as reads[0]
+// (left) and reads[1] (right) say.
 void gatherPacked(const uint8_t* row, int bit, int lo, int hi, uint8_t* slot, size_t lead, size_t end,
-                  const Edges* edges) {
+                  const Edges* edges, const long long (*reads)[64]) {
     const ptrdiff_t base = static_cast<ptrdiff_t>(lead) * 8;  // slot bit of pixel 0
-    long long inLo = lo, inHi = hi;
-    if (edges) {
-        inLo = std::max<long long>(lo, -edges->column);
-        inHi = std::min<long long>(hi, edges->width - edges->column);
-    }
+    const long long inLo = edges ? edges->inLo : lo, inHi = edges ? edges->inHi : hi;
     const size_t first = static_cast<size_t>((base + lo) >> 3);
     const bool clipped = inLo > lo || inHi < hi;
-    if (clipped) std::memset(slot + first, 0, end - first);
     if (inHi > inLo) {
         const ptrdiff_t at = base + static_cast<ptrdiff_t>(inLo);
         image::gatherBits(row, bit + static_cast<ptrdiff_t>(inLo), slot + (at >> 3), static_cast<int>(at & 7),
                           static_cast<size_t>(inHi - inLo));
+        // The bytes before and after the copied ones cleared for the margins.
+        if (clipped) {
+            for (size_t i = first; i < static_cast<size_t>(at >> 3); ++i) slot[i] = 0;
+            const size_t after = static_cast<size_t>((base + inHi + 7) >> 3);
+            for (size_t i = after; i < end; ++i) slot[i] = 0;
+        }
+    } else if (clipped) {
+        std::memset(slot + first, 0, end - first);
     }
     if (clipped)
-        for (long long p = lo; p < hi; ++p) {
-            if (p >= inLo && p < inHi) p = inHi;
-            if (p >= hi) break;
-            const long long v = edges->column + p;
-            const int side = v < 0 ? 0 : 1;
-            const bool on = edges->mode[side] == 0
-                                ? edges->constant[side]
-                                : bitAt(reinterpret_cast<const char*>(row),
-                                        bit + (borderIndex(v, edges->width, edges->mode[side]) - edges->column));
-            if (on) slot[(base + p) >> 3] |= static_cast<uint8_t>(0x80 >> ((base + p) & 7));
+        for (int s = 0; s < 2; ++s) {
+            const long long from = s == 0 ? lo : std::max(inHi, inLo), to = s == 0 ? inLo : hi;
+            auto on = [&](long long p) {
+                const long long c = reads[s][p - from];
+                return c == kOn || (c != kOff && bitAt(reinterpret_cast<const char*>(row), bit + c));
+            };
+            // Margins ending (left) or starting (right) on a byte are stored
+            // whole, from a register: or-ing them into bytes just copied
+            // would wait for those stores to land.
+            const ptrdiff_t edge = base + (s == 0 ? to : from);
+            if (to > from && (edge & 7) == 0) {
+                uint64_t v = 0;
+                for (long long p = from; p < to; ++p) v = v << 1 | static_cast<uint64_t>(on(p));
+                if (s == 0) {
+                    for (ptrdiff_t i = (edge >> 3) - 1; i >= static_cast<ptrdiff_t>(first); --i, v >>= 8)
+                        slot[i] = static_cast<uint8_t>(v);
+                } else {
+                    image::storeBitWord(slot + (edge >> 3), v << (64 - (to - from)));
+                }
+                continue;
+            }
+            for (long long p = from; p < to; ++p)
+                if (on(p)) slot[(base + p) >> 3] |= static_cast<uint8_t>(0x80 >> ((base + p) & 7));
         }
     // The word after the row's, cleared of an earlier, wider row's bits.
     const size_t written = static_cast<size_t>((base + inHi + 7) >> 3);
     if (!clipped && written < end) std::memset(slot + written, 0, end - written);
+}
+
+// Packed source row `r` (relative to the piece) in place, the piece's pixel 0
+// on a byte: the row it reads (or one of the constant rows `constants`, all
+// zeros then all ones) and its margin pixels as two words (NbRow::edges).
+const char* packedInPlace(const Run& run, const Operand& s, const char* base, int r, int width, const Edges& e,
+                          const char* constants, uint64_t* words) {
+    const Margins& m = run.kernel->margins;
+    const long long v = e.row + r;
+    int kind = 0;
+    if (v < 0 || v >= e.height) {
+        const int side = v < 0 ? 0 : 1;
+        if (e.mode[side] == 0) {
+            const bool on = e.constant[side];
+            words[0] = on && m.left ? ~uint64_t{0} >> (64 - m.left) : 0;
+            words[1] = on && m.right ? ~(~uint64_t{0} >> m.right) : 0;
+            return constants + (on ? run.ringRowBytes : 0);
+        }
+        r += static_cast<int>(borderIndex(v, e.height, e.mode[side]) - v);
+        kind = 1 + side;
+    }
+    const char* row = base + static_cast<ptrdiff_t>(r) * s.rowStep;
+    const long long rightFrom = std::max(e.inHi, e.inLo);
+    auto pixel = [&](long long p) {
+        const bool inside = p >= e.inLo && p < e.inHi;
+        const long long c = inside ? p : p < 0 ? e.reads[kind][0][p + m.left] : e.reads[kind][1][p - rightFrom];
+        return c == kOn || (c != kOff && bitAt(row, c));
+    };
+    uint64_t left = 0, right = 0;
+    for (long long p = -m.left; p < 0; ++p) left = left << 1 | static_cast<uint64_t>(pixel(p));
+    for (int i = 0; i < m.right; ++i) right |= static_cast<uint64_t>(pixel(static_cast<long long>(width) + i)) << (63 - i);
+    words[0] = left;
+    words[1] = right;
+    return row;
 }
 
 // Source row `r` (relative to the piece) laid out densely into `dst`, from
@@ -193,8 +282,23 @@ void gatherRow(const Run& run, const Operand& s, const char* base, int r, int wi
     const int n = width + m.left + m.right;
     if (run.packedRows) {
         const size_t end = run.lead + static_cast<size_t>((width + m.right + 63) / 64 + 1) * 8;
+        int kind = 0;
+        const long long v = edges ? edges->row + r : 0;
+        if (edges && (v < 0 || v >= edges->height)) {
+            const int side = v < 0 ? 0 : 1;
+            if (edges->mode[side] == 0) {
+                const ptrdiff_t base = static_cast<ptrdiff_t>(run.lead) * 8;
+                const size_t first = static_cast<size_t>((base - m.left) >> 3);
+                std::memset(dst + first, 0, end - first);
+                if (edges->constant[side])
+                    setBits(reinterpret_cast<uint8_t*>(dst), base - m.left, base + width + m.right);
+                return;
+            }
+            row += (borderIndex(v, edges->height, edges->mode[side]) - v) * s.rowStep;
+            kind = 1 + side;
+        }
         gatherPacked(reinterpret_cast<const uint8_t*>(row), s.bit, -m.left, width + m.right,
-                     reinterpret_cast<uint8_t*>(dst), run.lead, end, edges);
+                     reinterpret_cast<uint8_t*>(dst), run.lead, end, edges, edges ? edges->reads[kind] : nullptr);
         return;
     }
     if (s.valueBytes == 0) {
@@ -254,8 +358,13 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
     const int top = k.margins.top, around = top + k.margins.bottom;
     const int n = run.rowsNeeded;
     const bool gather = run.gathered;
-    const bool direct = d.valueBytes != 0 && d.stride == run.channels && !mask;
+    // Packed rows go straight to a destination starting on a byte.
+    const bool direct = (d.valueBytes != 0 ? d.stride == run.channels : run.packedRows && d.bit == 0) && !mask;
     const size_t leftBytes = static_cast<size_t>(k.margins.left) * run.channels * run.srcBytes;
+    // Packed rows starting on a byte are read in place, their margins apart;
+    // rows of a constant come from the first two slots (zeros, ones).
+    const bool inPlace = run.packedRows && k.packedInPlace && edges && s.bit == 0;
+    if (inPlace && around > 0) std::memset(run.ring + run.ringRowBytes, 0xFF, run.ringRowBytes);
     // Stores past the caches pay on long rows only: a side strip's few bytes
     // a row share their cache lines with the interior's, and writing a line
     // in parts that way costs a trip to memory for each part.
@@ -268,6 +377,10 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             const int rows = std::min(run.band, height - y);
             for (int j = 0; j < rows + around; ++j) {
                 const int r = y - top + j;
+                if (inPlace) {
+                    run.rows[j] = packedInPlace(run, s, sBase, r, width, *edges, run.ring, run.edgeWords + 2 * j);
+                    continue;
+                }
                 if (!gather) {
                     run.rows[j] = sBase + r * s.rowStep;
                     continue;
@@ -291,6 +404,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             row.channels = run.channels;
             row.stream = direct && run.stream && streamed;
             row.firstRow = y == 0;
+            row.edges = inPlace ? run.edgeWords : nullptr;
             k.row(row, k.context);
             for (int i = 0; i < rows && !direct; ++i) {
                 const uint8_t* maskRow =
@@ -301,6 +415,8 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             y += rows;
         }
     }
+    // Gathered packed rows rely on zero bits beyond what they write.
+    if (inPlace && around > 0) std::memset(run.ring + run.ringRowBytes, 0, run.ringRowBytes);
 }
 
 // A bordered copy of a piece's footprint, and the piece run from it.
@@ -355,10 +471,14 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     // from the interior.
     if (x0 > 0) x0 = std::min(x1, std::max(x0, kMinStrip));
     if (x1 < width) x1 = std::max(x0, std::min(x1, width - kMinStrip));
-    // Packed rows take their side margins from the border modes as they are
-    // gathered: one piece across, no side strips.
-    const Edges edges = edgesOf(src);
-    if (run.packedRows) x0 = 0, x1 = width;
+    // Packed rows take their margins from the border modes as they are
+    // gathered: one piece, no strips.
+    if (run.packedRows) {
+        Edges edges;
+        edgesOf(src, m, width, edges);
+        runPiece(run, operandOf(src), d, mask, width, height, &edges);
+        return NbResult::Done;
+    }
     const int y0 = clampTo(static_cast<int64_t>(m.top) - region.y, 0, height);
     const int y1 = clampTo(static_cast<int64_t>(src->height) - m.bottom - region.y, y0, height);
     for (const Rect& s : {Rect{0, 0, width, y0}, Rect{0, y1, width, height - y1}}) {
@@ -404,7 +524,7 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
         if (x1 > x0) {
             const Operand mk = mask ? shifted(*mask, x0, y) : Operand{};
             runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
-                     x1 - x0, h, run.packedRows ? &edges : nullptr);
+                     x1 - x0, h);
         }
         for (Strip& s : strips) {
             if (s.width <= 0) continue;

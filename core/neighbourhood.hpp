@@ -28,6 +28,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "ozl.h"
 
@@ -59,6 +60,12 @@ struct NbRow {
     // over the same columns, with the same scratch (a kernel may carry state
     // from row to row in it).
     bool firstRow = true;
+    // Packed rows handed in place (NbKernel::packedInPlace): src row i holds
+    // pixels 0 .. width - 1 only (whole bytes, the bits past the width any);
+    // edges[2 * i] holds its `left` pixels before pixel 0 (the last in the
+    // least significant bit), edges[2 * i + 1] its `right` pixels from pixel
+    // `width` on (the first in the most significant bit). nullptr otherwise.
+    const uint64_t* edges = nullptr;
 };
 
 using NbRowFn = void (*)(const NbRow& row, const void* context);
@@ -78,9 +85,12 @@ struct NbKernel {
     // byte 0) rather than a byte a pixel: each src row is readable in whole
     // 8-byte words from the word before the one holding pixel -left to the
     // word after the one holding pixel width + right - 1, the bits outside the
-    // margins zero; the kernel writes the row's bits to dst and may fill the
-    // last 8-byte word it starts.
+    // margins zero; the kernel writes the row's `width` bits to dst, the
+    // other bits of its last byte kept.
     bool packedBits = false;
+    // Packed rows whose source starts on a byte may come in place, their
+    // margins (at most 64 pixels a side) apart in NbRow::edges.
+    bool packedInPlace = false;
 };
 
 struct NbOptions {

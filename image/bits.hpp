@@ -85,6 +85,14 @@ inline uint64_t bitWordAt(const uint8_t* row, ptrdiff_t k, int offset) {
 inline void gatherBits(const uint8_t* s, ptrdiff_t sBit, uint8_t* d, int dBit, size_t n) {
     if (n == 0) return;
     s += sBit >> 3;  // floor, also for negative positions
+    if ((sBit & 7) == dBit) {  // the same bit within the byte: whole bytes copied
+        const size_t bytes = (static_cast<size_t>(dBit) + n + 7) / 8;
+        std::memcpy(d, s, bytes);
+        d[0] &= static_cast<uint8_t>(0xFFu >> dBit);
+        const int tail = static_cast<int>((static_cast<size_t>(dBit) + n) & 7);
+        if (tail) d[bytes - 1] &= static_cast<uint8_t>(0xFF00u >> tail);
+        return;
+    }
     const ptrdiff_t last = static_cast<ptrdiff_t>(((sBit & 7) + n - 1) >> 3);  // last byte of s read
     // Output bit j reads bit j + off of s.
     const ptrdiff_t off = (sBit & 7) - dBit;

@@ -25,6 +25,7 @@ struct Place {
 struct Plan {
     FoldFn fold = nullptr;
     Extreme3x3Fn square = nullptr;  // the 3 x 3 square around its centre, in one pass
+    Bits3x3Fn bitsSquare = nullptr;  // the same over packed 1-bit rows
     size_t valueBytes = 1;
     int nCols = 1, nRows = 1, left = 0, right = 0;
     const Place* places = nullptr;  // a shaped element; nullptr for the full rectangle
@@ -132,43 +133,146 @@ inline uint64_t along(uint64_t prev, uint64_t cur, uint64_t next, int o) {
     return o == 0 ? cur : (cur << o) | (next >> (64 - o));
 }
 
-// The rows folded a word at a time, then the columns by shifts of that fold;
-// Square: the 3 x 3 square around its centre.
-template <bool Max, bool Square>
+// Each row of a band through one(its source rows, its output), the bits past
+// the width in the output's last byte kept.
+template <class F>
+void eachBitsRow(const core::NbRow& row, F&& one) {
+    const size_t last = static_cast<size_t>(row.width) / 8;
+    const int tail = row.width & 7;
+    const uint8_t keep = static_cast<uint8_t>(0xFFu >> tail);
+    for (int i = 0; i < row.rows; ++i) {
+        auto* out = static_cast<uint8_t*>(row.dst) + i * row.dstStride;
+        const uint8_t kept = static_cast<uint8_t>(tail ? out[last] & keep : 0);
+        one(reinterpret_cast<const uint8_t* const*>(row.src) + i, out);
+        if (tail) out[last] = static_cast<uint8_t>((out[last] & ~keep) | kept);
+    }
+}
+
+// The word of the row's bits at word k, only the bytes holding pixels below
+// `width` written.
+inline void storeRowWord(uint8_t* out, ptrdiff_t k, uint64_t v, int width) {
+    const ptrdiff_t bytes = (static_cast<ptrdiff_t>(width) + 7) / 8 - 8 * k;
+    if (bytes >= 8) return image::storeBitWord(out + 8 * k, v);
+    uint8_t word[8];
+    image::storeBitWord(word, v);
+    std::memcpy(out + 8 * k, word, static_cast<size_t>(bytes));
+}
+
+// The rows folded a word at a time, then the columns by shifts of that fold.
+template <bool Max>
 void bitsRectangleRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
-    const auto* const* src = reinterpret_cast<const uint8_t* const*>(row.src);
-    auto* out = static_cast<uint8_t*>(row.dst);
-    const int nRows = Square ? 3 : p.nRows, lo = Square ? -1 : -p.left, hi = Square ? 1 : p.right;
-    auto column = [&](ptrdiff_t k) {
-        uint64_t v = image::loadBitWord(src[0] + 8 * k);
-        for (int r = 1; r < nRows; ++r) v = combine<Max>(v, image::loadBitWord(src[r] + 8 * k));
-        return v;
-    };
     const ptrdiff_t words = (row.width + 63) / 64;
-    uint64_t prev = column(-1), cur = column(0);
-    for (ptrdiff_t k = 0; k < words; ++k) {
-        const uint64_t next = column(k + 1);
-        uint64_t v = along(prev, cur, next, lo);
-        for (int o = lo + 1; o <= hi; ++o) v = combine<Max>(v, along(prev, cur, next, o));
-        image::storeBitWord(out + 8 * k, v);
-        prev = cur;
-        cur = next;
+    eachBitsRow(row, [&](const uint8_t* const* src, uint8_t* out) {
+        auto column = [&](ptrdiff_t k) {
+            uint64_t v = image::loadBitWord(src[0] + 8 * k);
+            for (int r = 1; r < p.nRows; ++r) v = combine<Max>(v, image::loadBitWord(src[r] + 8 * k));
+            return v;
+        };
+        uint64_t prev = column(-1), cur = column(0);
+        for (ptrdiff_t k = 0; k < words; ++k) {
+            const uint64_t next = column(k + 1);
+            uint64_t v = along(prev, cur, next, -p.left);
+            for (int o = 1 - p.left; o <= p.right; ++o) v = combine<Max>(v, along(prev, cur, next, o));
+            storeRowWord(out, k, v, row.width);
+            prev = cur;
+            cur = next;
+        }
+    });
+}
+
+// Packed rows a call: the driver's per-call cost spread over a few rows.
+constexpr int kBitsBand = 16;
+
+// One byte of pixels with its west and east neighbour bytes, all three the
+// rows combined.
+template <bool Max>
+uint8_t bitsSquareByte(unsigned c, unsigned west, unsigned east) {
+    const unsigned w = (c >> 1) | (west << 7), e = (c << 1) | (east >> 7);
+    return static_cast<uint8_t>(Max ? c | w | e : c & w & e);
+}
+
+// Bytes -1 .. n of three rows in place (pixels 0 .. width - 1 only) with
+// their margins put in, for rows too short to split.
+void copyWithMargins(const uint8_t* row, const uint64_t* edges, size_t n, int width, uint8_t* copy) {
+    std::memset(copy, 0, n + 9);
+    std::memcpy(copy + 1, row, n);
+    copy[0] = static_cast<uint8_t>(edges[0]);
+    uint8_t* w = copy + 1 + width / 8;
+    const int o = width & 7;
+    image::storeBitWord(w, (image::loadBitWord(w) & ~(~uint64_t{0} >> o)) | (edges[1] >> o));
+}
+
+// Rows in place: the first byte and the last two, whose neighbourhoods reach
+// the margins, one at a time; the others in the level's vectors, the band
+// in one call.
+template <bool Max>
+void bitsSquareRow(const core::NbRow& row, const void* context) {
+    const Plan& p = *static_cast<const Plan*>(context);
+    const size_t n = (static_cast<size_t>(row.width) + 7) / 8;
+    const auto* src = reinterpret_cast<const uint8_t* const*>(row.src);
+    auto* out = static_cast<uint8_t*>(row.dst);
+    const int tail = row.width & 7;
+    const uint8_t keep = static_cast<uint8_t>(0xFFu >> tail);
+    uint8_t kept[kBitsBand];
+    for (int y = 0; y < row.rows && tail; ++y) kept[y] = out[y * row.dstStride + n - 1] & keep;
+    if (!row.edges || n < 4) {
+        if (!row.edges) {
+            p.bitsSquare(src, row.rows, out, row.dstStride, n);
+        } else {
+            for (int y = 0; y < row.rows; ++y) {
+                uint8_t copies[3][4 + 9];
+                const uint8_t* rows[3];
+                for (int r = 0; r < 3; ++r) {
+                    copyWithMargins(src[y + r], row.edges + 2 * (y + r), n, row.width, copies[r]);
+                    rows[r] = copies[r] + 1;
+                }
+                p.bitsSquare(rows, 1, out + y * row.dstStride, 0, n);
+            }
+        }
+    } else {
+        auto both = [](uint64_t a, uint64_t b) { return Max ? a | b : a & b; };
+        // Bytes n - 3 .. n, the pixels from `width` on from the right margins.
+        const int at = row.width - 8 * static_cast<int>(n - 3);
+        for (int y = 0; y < row.rows; ++y) {
+            const uint8_t* const* s = src + y;
+            const uint64_t* e = row.edges + 2 * y;
+            uint8_t* o = out + y * row.dstStride;
+            auto column = [&](size_t i) { return both(both(s[0][i], s[1][i]), s[2][i]); };
+            o[0] = bitsSquareByte<Max>(static_cast<unsigned>(column(0)),
+                                       static_cast<unsigned>(both(both(e[0], e[2]), e[4]) & 0xFF),
+                                       static_cast<unsigned>(column(1)));
+            uint64_t t = Max ? 0 : ~uint64_t{0};
+            for (int r = 0; r < 3; ++r) {
+                const uint64_t w = uint64_t{s[r][n - 3]} << 56 | uint64_t{s[r][n - 2]} << 48 | uint64_t{s[r][n - 1]} << 40;
+                t = both(t, (w & ~(~uint64_t{0} >> at)) | (e[2 * r + 1] >> at));
+            }
+            auto byteOf = [&](int k) { return static_cast<unsigned>(t >> (56 - 8 * k)) & 0xFF; };
+            o[n - 2] = bitsSquareByte<Max>(byteOf(1), byteOf(0), byteOf(2));
+            o[n - 1] = bitsSquareByte<Max>(byteOf(2), byteOf(1), byteOf(3));
+        }
+        const uint8_t* mid[kBitsBand + 2];
+        for (int j = 0; j < row.rows + 2; ++j) mid[j] = src[j] + 1;
+        p.bitsSquare(mid, row.rows, out + 1, row.dstStride, n - 3);
+    }
+    for (int y = 0; y < row.rows && tail; ++y) {
+        uint8_t& last = out[y * row.dstStride + n - 1];
+        last = static_cast<uint8_t>((last & ~keep) | kept[y]);
     }
 }
 
 template <bool Max>
 void bitsShapedRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
-    const auto* const* src = reinterpret_cast<const uint8_t* const*>(row.src);
-    auto* out = static_cast<uint8_t*>(row.dst);
     const ptrdiff_t words = (row.width + 63) / 64;
-    for (ptrdiff_t k = 0; k < words; ++k) {
-        uint64_t v = image::bitWordAt(src[p.places[0].row], k, p.places[0].offset);
-        for (int j = 1; j < p.nPlaces; ++j)
-            v = combine<Max>(v, image::bitWordAt(src[p.places[j].row], k, p.places[j].offset));
-        image::storeBitWord(out + 8 * k, v);
-    }
+    eachBitsRow(row, [&](const uint8_t* const* src, uint8_t* out) {
+        for (ptrdiff_t k = 0; k < words; ++k) {
+            uint64_t v = image::bitWordAt(src[p.places[0].row], k, p.places[0].offset);
+            for (int j = 1; j < p.nPlaces; ++j)
+                v = combine<Max>(v, image::bitWordAt(src[p.places[j].row], k, p.places[j].offset));
+            storeRowWord(out, k, v, row.width);
+        }
+    });
 }
 
 struct PlaceMemory {
@@ -215,14 +319,17 @@ core::NbCode runExtremes(const OzlImage* src, const OzlImage* dst, const Shape& 
         p.nPlaces = nPlaces;
         const bool square = full && shape.nCols == 3 && shape.nRows == 3 && shape.anchorX == 1 && shape.anchorY == 1;
         if (square) p.square = table.extreme3x3[static_cast<int>(type)][g];
+        p.bitsSquare = table.bits3x3[g];
         core::NbKernel& k = kernels[g];
         k.row = square ? &squareRow : full ? &rectangleRow : &shapedRow;
         k.context = &p;
         // Bits a word at a time while each place is less than a word away.
         k.packedBits = src->depth == OZL_DEPTH_1U && p.left < 64 && p.right < 64;
         if (k.packedBits) {
-            const core::NbRowFn bits[2][3] = {{&bitsRectangleRow<false, true>, &bitsRectangleRow<false, false>, &bitsShapedRow<false>},
-                                              {&bitsRectangleRow<true, true>, &bitsRectangleRow<true, false>, &bitsShapedRow<true>}};
+            k.bandRows = kBitsBand;
+            k.packedInPlace = square;
+            const core::NbRowFn bits[2][3] = {{&bitsSquareRow<false>, &bitsRectangleRow<false>, &bitsShapedRow<false>},
+                                              {&bitsSquareRow<true>, &bitsRectangleRow<true>, &bitsShapedRow<true>}};
             k.row = bits[g][square ? 0 : full ? 1 : 2];
         }
         k.margins = core::Margins{shape.anchorX, shape.anchorY, shape.nCols - 1 - shape.anchorX,

@@ -123,9 +123,16 @@ constexpr size_t kWideCounts = 288;
 using SlidingMedianFn = void (*)(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
                                  uint8_t* work, uint8_t* out, int outStep);
 
+// 1-bit rows, 8 pixels a byte, the first in the most significant bit: bytes
+// i < n of nOut output rows (row y at out + y * outStride) hold the AND
+// (greatest: OR) of the 3 x 3 neighbourhood of each of their 8 pixels, row y
+// from rows[y .. y + 2], each readable from byte -1 to byte n.
+using Bits3x3Fn = void (*)(const uint8_t* const* rows, int nOut, uint8_t* out, ptrdiff_t outStride, size_t n);
+
 struct RankTable {
     FoldFn fold[image::kElemCount][2];  // [type][0: least, 1: greatest]
     Extreme3x3Fn extreme3x3[image::kElemCount][2];
+    Bits3x3Fn bits3x3[2];
     Median9Fn median9[image::kElemCount];
     NetworkFn network[image::kElemCount];
     BoxU8Fn boxU8;
@@ -194,6 +201,22 @@ void extreme3x3Ref(const void* const* rows, int nOut, void* out, ptrdiff_t outSt
                 for (int x = -1; x <= 1; ++x)
                     v = pick(v, keyAt<T>(static_cast<const T*>(rows[r]) + x * step, i));
             putKey<T>(o, i, v);
+        }
+    }
+}
+
+// A byte of the three rows combined, then each pixel with its west and east
+// neighbours (the pixels of bytes i - 1 and i + 1 next to it moved in).
+template <bool Max>
+void bits3x3Ref(const uint8_t* const* rows, int nOut, uint8_t* out, ptrdiff_t outStride, size_t n) {
+    for (int y = 0; y < nOut; ++y, ++rows, out += outStride) {
+        auto column = [&](ptrdiff_t i) -> unsigned {
+            return Max ? rows[0][i] | rows[1][i] | rows[2][i] : rows[0][i] & rows[1][i] & rows[2][i];
+        };
+        for (size_t i = 0; i < n; ++i) {
+            const ptrdiff_t at = static_cast<ptrdiff_t>(i);
+            const unsigned c = column(at), west = (c >> 1) | (column(at - 1) << 7), east = (c << 1) | (column(at + 1) >> 7);
+            out[i] = static_cast<uint8_t>(Max ? c | west | east : c & west & east);
         }
     }
 }

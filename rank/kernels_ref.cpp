@@ -26,6 +26,8 @@ const RankTable& rankTableRef() {
             t.network[e] = &networkRef<T>;
             t.median25[e] = &median25Ref<T>;
         });
+        t.bits3x3[0] = &bits3x3Ref<false>;
+        t.bits3x3[1] = &bits3x3Ref<true>;
         t.boxU8 = &boxU8Ref;
         t.weightedU8 = &weightedU8Ref;
         t.slidingMedian[0] = &slidingMedianRef<uint8_t>;

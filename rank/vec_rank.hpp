@@ -124,6 +124,37 @@ void extreme3x3Band(const void* const* rows, char* out, ptrdiff_t outStride, siz
     alignedStores<Vx, T>(out, n, at);
 }
 
+// 1-bit rows: bytes of the three rows combined at i - 1, i and i + 1 (shifted
+// loads), the neighbours' edge pixels moved in by 16-bit shifts whose bits
+// crossing into the next byte are masked off.
+template <class Vx, bool Max>
+void bits3x3Vec(const uint8_t* const* rows, int nOut, uint8_t* out, ptrdiff_t outStride, size_t n) {
+    using V = typename Vx::V;
+    if (n < Vx::kBytes) {
+        if constexpr (Vx::kHasNarrower) return bits3x3Vec<typename Vx::Narrower, Max>(rows, nOut, out, outStride, n);
+        else return bits3x3Ref<Max>(rows, nOut, out, outStride, n);
+    }
+    auto pick = [](V a, V b) { return Max ? Vx::or_(a, b) : Vx::and_(a, b); };
+    const V low7 = Vx::set8(0x7F), high7 = Vx::set8(0xFE);
+    for (int y = 0; y < nOut; ++y, ++rows, out += outStride) {
+        auto column = [&](ptrdiff_t i) {
+            return pick(pick(Vx::load(rows[0] + i), Vx::load(rows[1] + i)), Vx::load(rows[2] + i));
+        };
+        auto at = [&](size_t i) {
+            const ptrdiff_t c = static_cast<ptrdiff_t>(i);
+            const V mid = column(c);
+            const V west = Vx::or_(Vx::and_(Vx::template srli16<1>(mid), low7),
+                                   Vx::andNot(Vx::template slli16<7>(column(c - 1)), low7));
+            const V east = Vx::or_(Vx::and_(Vx::template slli16<1>(mid), high7),
+                                   Vx::andNot(Vx::template srli16<7>(column(c + 1)), high7));
+            Vx::store(out + i, pick(pick(mid, west), east));
+        };
+        size_t i = 0;
+        for (; i + Vx::kBytes <= n; i += Vx::kBytes) at(i);
+        if (i < n) at(n - Vx::kBytes);
+    }
+}
+
 // Four rows at a time while they last (six source rows stay in the first
 // level cache), then the rest together.
 template <class Vx, class T, bool Max>
@@ -447,6 +478,8 @@ RankTable vectorRankTable() {
         t.network[e] = &networkVec<Vx, T>;
         t.median25[e] = &median25Vec<Vx, T>;
     });
+    t.bits3x3[0] = &bits3x3Vec<Vm, false>;
+    t.bits3x3[1] = &bits3x3Vec<Vm, true>;
     t.boxU8 = &boxU8Vec<Vx>;
     t.weightedU8 = &weightedU8Vec<Vx>;
     // The search reads 16 counts out of the ones the slide has just stored:

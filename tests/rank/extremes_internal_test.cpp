@@ -1,7 +1,7 @@
 // The least and greatest kernels of every vector level against the scalar
 // ones, bit for bit: every value type, run lengths through each vector
 // width's head and tail, one and three values a pixel, rows at any alignment,
-// the output's guard bytes untouched, folds in place.
+// the output's guard bytes untouched, folds in place; the packed 1-bit 3 x 3.
 #include <gtest/gtest.h>
 
 #include "rank/kernels.hpp"
@@ -50,6 +50,21 @@ TEST(ExtremeKernels, LevelsMatchReference) {
                     ref.fold[e][g](inPlace, 2, &c[skew], n);
                     ASSERT_EQ(in, c);
                 }
+        // Packed 1-bit rows: every byte count through the vectors' heads and
+        // tails, bands of one to three rows, exactly n bytes a row written.
+        for (size_t n : widths)
+            for (int g = 0; g < 2; ++g) {
+                const int nOut = 1 + static_cast<int>(n % 3);
+                std::vector<uint8_t> in((nOut + 2) * (n + 2) + 16);
+                for (auto& v : in) v = static_cast<uint8_t>(rng());
+                const size_t skew = rng() % 16;
+                const uint8_t* rows[5];
+                for (int r = 0; r < nOut + 2; ++r) rows[r] = &in[skew + 1 + r * (n + 2)];
+                std::vector<uint8_t> a(nOut * (n + 2), 0xA5), b = a;
+                vec.bits3x3[g](rows, nOut, a.data() + 1, static_cast<ptrdiff_t>(n + 2), n);
+                ref.bits3x3[g](rows, nOut, b.data() + 1, static_cast<ptrdiff_t>(n + 2), n);
+                ASSERT_EQ(a, b) << cpu::name(level) << " bits, greatest " << g << " n " << n;
+            }
     }
 }
 

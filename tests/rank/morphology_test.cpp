@@ -111,9 +111,10 @@ TEST(Morphology, TilesAndInPlace) {
     ErrorCapture errors;
     std::mt19937 rng(8);
     const Win w{4, 3, 1, 2, {}};
-    for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_16S, OZL_DEPTH_32F}) {
+    for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_16S, OZL_DEPTH_32F, OZL_DEPTH_1U}) {
         SCOPED_TRACE(testing::Message() << "depth " << depth);
-        TiledImage ts(depth, 37, 29, 3, OZL_DATA_ORDER_PIXEL, 16, 8), td(depth, 35, 27, 3, OZL_DATA_ORDER_PIXEL, 8, 24);
+        const int nCh = depth == OZL_DEPTH_1U ? 1 : 3;
+        TiledImage ts(depth, 37, 29, nCh, OZL_DATA_ORDER_PIXEL, 16, 8), td(depth, 35, 27, nCh, OZL_DATA_ORDER_PIXEL, 8, 24);
         fillFor(ts.pixels(), rng());
         fillFor(td.pixels(), rng());
         randomBorders(ts, rng);
@@ -147,30 +148,41 @@ TEST(Morphology, TilesAndInPlace) {
 }
 
 // 1U works on the packed bits: the same as 8U over the picture's 0/1 values,
-// with the regions at any bit, masks, shaped elements and every border mode.
+// with the regions at any bit, masks, shaped elements, each side's own border
+// mode, in place, and pictures tall enough for several bands of rows.
 TEST(Morphology, BitsMatchBytes) {
     ErrorCapture errors;
     std::mt19937 rng(3);
-    for (int round = 0; round < 16; ++round) {
-        const int width = 1 + static_cast<int>(rng() % 200), height = 1 + static_cast<int>(rng() % 9);
+    for (int round = 0; round < 32; ++round) {
+        const int width = 1 + static_cast<int>(rng() % 300), height = 1 + static_cast<int>(rng() % 40);
         TestImage bits(OZL_DEPTH_1U, width, height), bytes(OZL_DEPTH_8U, width, height), mask(OZL_DEPTH_1U, width, height);
-        bits.fillRandom(rng());
         mask.fillRandom(rng());
+        // Dense and sparse pictures too: the edges of an erosion of noise are all zeros.
+        const unsigned holes = 1u << (rng() % 5);
         for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x) bytes.put(x, y, 0, bits.at(x, y));
+            for (int x = 0; x < width; ++x) {
+                const int v = round % 2 ? rng() % holes == 0 : rng() % holes != 0;
+                bits.put(x, y, 0, v);
+                bytes.put(x, y, 0, v);
+            }
+        const bool inPlace = round % 4 == 3;
         TestImage bitsOut = bits.clone(), bytesOut = bytes.clone();
-        const int mode = static_cast<int>(rng() % 4), constant = static_cast<int>(rng() % 2);
-        const int sx = static_cast<int>(rng() % std::min(width, 11)), dx = static_cast<int>(rng() % std::min(width, 11));
-        Win win = randomWindow(rng, round % 2 == 1);
+        int modes[4], constants[4];
+        for (int side = 0; side < 4; ++side) modes[side] = static_cast<int>(rng() % 4), constants[side] = static_cast<int>(rng() % 2);
+        // Sources starting on a byte half the time (read in place).
+        const int sx = static_cast<int>(rng() % 2 ? (rng() % 2) * 8 % width : rng() % std::min(width, 11));
+        const int dx = inPlace || rng() % 2 ? sx : static_cast<int>(rng() % std::min(width, 11));
+        Win win = randomWindow(rng, round % 4 == 1);
         if (win.values.empty()) win.values.assign(static_cast<size_t>(win.nCols) * win.nRows, 1);
         const OzlStructElement e{win.nCols, win.nRows, win.anchorX, win.anchorY, win.values.data()};
         void (*fn[])(OzlImage*, OzlImage*, const OzlStructElement*, int) = {ozlErode, ozlDilate, ozlOpen, ozlClose};
         for (auto [in, out] : {std::pair{&bits, &bitsOut}, std::pair{&bytes, &bytesOut}}) {
-            ozlSetBorderMode(*in, mode, OZL_SIDE_ALL, constant);
+            if (inPlace) in = out;
+            for (int side = 0; side < 4; ++side) ozlSetBorderMode(*in, modes[side], 1 << side, constants[side]);
             in->setRoi(0, sx, 0, width - std::max(sx, dx), height);
-            out->setRoi(0, dx, 0, width - std::max(sx, dx), height);
+            if (!inPlace) out->setRoi(0, dx, 0, width - std::max(sx, dx), height);
             if (round % 3 == 0) out->setMask(&mask);
-            fn[round % 4](*in, *out, round % 4 == 0 ? nullptr : &e, 1 + round % 2);
+            fn[round % 4](*in, *out, round % 2 ? &e : nullptr, 1 + round % 3 / 2);
         }
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) ASSERT_EQ(bitsOut.at(x, y), bytesOut.at(x, y)) << x << "," << y << " round " << round;
