@@ -314,7 +314,7 @@ core::NbCode engine(OzlImage* srcImage, OzlImage* dstImage, Record* const* kerne
     kernel.margins = m;
     kernel.scratchPerValue = 24;
     // One 32F kernel takes bands of rows (sharing their source rows' loads).
-    kernel.bandRows = plan.realPath ? kRealBandRows : 1;
+    kernel.bandRows = plan.realPath ? plan.table->realBandRows : 1;
     const core::NbPass pass{&kernel, 1};
     return core::runPasses(setup, &pass, 1);
 }

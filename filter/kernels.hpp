@@ -140,9 +140,6 @@ using NarrowFn = void (*)(const NarrowKernel& k, const void* const* rows, void* 
 using WideFn = void (*)(const WideKernel& k, const void* const* rows, int32_t* r, size_t n);
 using ExactFn = void (*)(const ExactKernel& k, const void* const* rows, double* r, size_t n);
 using RealFn = void (*)(const RealKernel& k, const void* const* rows, float* r, size_t n);
-// Rows a band routine takes at most in one call.
-constexpr int kRealBandRows = 4;
-
 // `count` output rows at once: row b reads the driver's rows from rows[b] on
 // and is stored `stride` bytes after row b - 1.
 using RealBandFn = void (*)(const RealKernel& k, const void* const* rows, float* r, ptrdiff_t stride,
@@ -164,6 +161,7 @@ struct KernelTable {
     ExactFn exact[kIntElems] = {};
     RealFn real = nullptr;
     RealBandFn realBand = nullptr;
+    int realBandRows = 1;           // the band realBand computes best at a time
     SepFn sep[kIntElems] = {};      // value type of source and destination
     SepFnF sepReal = nullptr;
 };

@@ -267,11 +267,12 @@ void realVec(const RealKernel& k, const void* const* rows, float* r, size_t n) {
 // sums its nine products in tap order: source rows in order, columns in
 // order within a row.
 
-// Rows a call of the body computes (at most kRealBandRows), and vectors a
-// row at a time: as many as the registers hold beside the nine weights (two
-// rows of two with the eight registers of SSE2, four rows of one otherwise).
+// Rows a call of the body computes, and vectors a row at a time. Taller
+// bands load fewer vectors an output (3 (B + 2) / B) and re-read fewer rows:
+// two rows of two vectors fill SSE2's registers; six rows of one measured
+// best with AVX-512 and eight with AVX2 (whose weights then come from memory).
 template <class Vx>
-constexpr int gridBandOf() { return Vx::kBytes == 16 ? 2 : 4; }
+constexpr int gridBandOf() { return Vx::kBytes == 16 ? 2 : Vx::kBytes == 32 ? 8 : 6; }
 constexpr int gridLanes(int band) { return band <= 2 ? 2 : 1; }
 
 inline bool onGrid3x3(const RealKernel& k) {
@@ -602,6 +603,7 @@ KernelTable vectorTable() {
     t.exact[4] = &exactRow<int32_t>;
     t.real = &realVec<Vx>;
     t.realBand = &realBandVec<Vx>;
+    t.realBandRows = gridBandOf<Vx>();
     t.sep[0] = &sepVec<Vx, uint8_t>;
     t.sep[1] = &sepVec<Vx, int8_t>;
     t.sep[2] = &sepVec<Vx, uint16_t>;

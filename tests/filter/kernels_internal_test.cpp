@@ -128,7 +128,7 @@ TEST_P(ConvKernels, WideSumsMatchTheReference) {
         }
 }
 
-// One row, or a band of 1..9 rows (two calls' worth of the widest band) with
+// One row, or a band of up to two calls' worth of the level's band rows with
 // gaps between them; 3x3 kernels on a grid of any anchor and channel step (the
 // shared-load bodies: a mixed-up tap order or band row shows as a bit
 // difference), other kernels at times; stores past the caches on odd widths.
@@ -148,7 +148,7 @@ TEST_P(ConvKernels, RealSumsMatchTheReference) {
         // Outputs at any float offset from a vector boundary, rows any number
         // of floats apart (a multiple of 64 bytes at times).
         const size_t skew = rng() % 16, stride = n + (rng() % 2 ? 16 - n % 16 : rng() % 19);
-        const int band = 1 + static_cast<int>(rng() % (2 * kRealBandRows + 1));
+        const int band = 1 + static_cast<int>(rng() % (2 * kernelTable(GetParam()).realBandRows + 1));
         const RealKernel k{taps.data(), count, n % 2 == 1};
         const Rows rows(band + 5, n, channels, Elem::F32, rng);
         EXPECT_TRUE(sameOutputs(GetParam(), (n + skew) * 4, [&](const KernelTable& t, uint8_t* out) {
