@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "image/bits.hpp"
@@ -116,6 +117,27 @@ void putConstant(char* dst, long long dstCol, const Constant& c, const Geometry&
     for (size_t v = 0; v < values; ++v) std::memcpy(p + v * valueBytes, c.bytes, valueBytes);
 }
 
+// memcpy for the few bytes of a side strip's row or an edge pixel, where the
+// library call costs more than the copy: two fixed-size copies that may
+// overlap (src and dst never do).
+inline void copyBytes(char* dst, const char* src, size_t n) {
+    if (n > 32) return static_cast<void>(std::memcpy(dst, src, n));
+    if (n >= 16) {
+        std::memcpy(dst, src, 16);
+        std::memcpy(dst + n - 16, src + n - 16, 16);
+    } else if (n >= 8) {
+        std::memcpy(dst, src, 8);
+        std::memcpy(dst + n - 8, src + n - 8, 8);
+    } else if (n >= 4) {
+        std::memcpy(dst, src, 4);
+        std::memcpy(dst + n - 4, src + n - 4, 4);
+    } else if (n > 0) {
+        dst[0] = src[0];
+        dst[n / 2] = src[n / 2];
+        dst[n - 1] = src[n - 1];
+    }
+}
+
 // Copies `n` pixels of one plane-row from column `col` of `src` to column
 // `at` of `dst`.
 void copySpan(const char* src, long long col, char* dst, long long at, long long n,
@@ -126,7 +148,7 @@ void copySpan(const char* src, long long col, char* dst, long long at, long long
                         static_cast<int>(at % 8), static_cast<size_t>(n));
     } else {
         const size_t bytes = g.pixelBits / 8;
-        std::memcpy(dst + at * bytes, src + col * bytes, static_cast<size_t>(n) * bytes);
+        copyBytes(dst + at * bytes, src + col * bytes, static_cast<size_t>(n) * bytes);
     }
 }
 
@@ -184,7 +206,103 @@ bool copyInside(const OzlImage* image, const Rect& rect, char* block, int64_t ro
     return true;
 }
 
+Geometry geometryOf(const OzlImage* image) {
+    const bool planar = image->dataOrder == OZL_DATA_ORDER_PLANE;
+    return Geometry{planar ? image->nChannels : 1,
+                    static_cast<size_t>(image::depthBits(image->depth)) *
+                        (planar ? 1 : static_cast<size_t>(image->nChannels))};
+}
+
 }  // namespace
+
+// Where a rectangle's rows and columns read from, and the sides' constants.
+struct EdgePlan {
+    const OzlImage* image;
+    Rect rect;
+    Geometry g;
+    size_t valueBytes;
+    Constant constants[4];
+    AxisMap rows;
+    // Rows beside the image take the left and right modes; rows above and
+    // below take their own side's mode for their columns too.
+    AxisMap besideColumns;
+    AxisMap outsideColumns[2];
+
+    EdgePlan(const OzlImage* im, const Rect& r, const Geometry& geometry)
+        : image(im), rect(r), g(geometry), valueBytes(std::max(1, image::depthBits(im->depth) / 8)),
+          constants{sideConstant(im, 0), sideConstant(im, 1), sideConstant(im, 2), sideConstant(im, 3)},
+          rows(mapAxis(r.y, r.height, im->height, 0, 1, im)),
+          besideColumns(mapAxis(r.x, r.width, im->width, 2, 3, im)) {
+        for (int side = 0; side < 2; ++side)
+            outsideColumns[side] = mapAxis(r.x, r.width, im->width, side, side, im, sideMode(im, side) == 0);
+    }
+
+    const AxisMap& columnsOf(const Span& rowSpan) const {
+        return rowSpan.side < 0 ? besideColumns : outsideColumns[rowSpan.side];
+    }
+
+    // Rectangle rows [from, to) into block rows `at` on (planes `planeRows`
+    // rows apart) of an untiled image; constant rows first.
+    void fill(char* data, int64_t rowStep, int planeRows, int from, int to, int at) const {
+        auto blockRow = [&](int plane, int r) {
+            return data + (static_cast<int64_t>(plane) * planeRows + at + (r - from)) * rowStep;
+        };
+        for (const Span& span : rows) {
+            if (span.index != kConstant) continue;
+            for (int r = std::max(from, span.at); r < std::min(to, span.at + span.count); ++r)
+                for (int p = 0; p < g.planes; ++p)
+                    fillRow(blockRow(p, r), SourceRow{}, outsideColumns[span.side], g, constants, valueBytes);
+        }
+        if (image->tileInfo) return;
+        const int64_t planeStep = static_cast<int64_t>(image->widthStep) * image->height;
+        for (const Span& span : rows) {
+            if (span.index == kConstant) continue;
+            const AxisMap& columns = columnsOf(span);
+            // Whole bytes from the image only (a side strip's rows): the
+            // spans copied inline, row after row.
+            const bool plain = g.pixelBits % 8 == 0 &&
+                               std::none_of(columns.begin(), columns.end(),
+                                            [](const Span& c) { return c.index == kConstant; });
+            const size_t pb = g.pixelBits / 8;
+            for (int r = std::max(from, span.at); r < std::min(to, span.at + span.count); ++r)
+                for (int p = 0; p < g.planes; ++p) {
+                    const SourceRow src{image->imageData + p * planeStep +
+                                            (span.index + (r - span.at)) * static_cast<int64_t>(image->widthStep),
+                                        0};
+                    char* dst = blockRow(p, r);
+                    if (!plain) {
+                        fillRow(dst, src, columns, g, constants, valueBytes);
+                        continue;
+                    }
+                    for (const Span& c : columns)
+                        copyBytes(dst + c.at * pb, src.data + c.index * pb, c.count * pb);
+                }
+        }
+    }
+};
+
+BorderedRows::~BorderedRows() {
+    delete plan_;
+    ozlFree(block_.data);
+}
+
+bool BorderedRows::start(const OzlImage* image, const Rect& rect, int rows) {
+    const Geometry g = geometryOf(image);
+    const int64_t rowStep = image::rowSize(image->dataOrder, image->depth, kBlockAlign, image->nChannels, rect.width);
+    rows_ = std::max(1, std::min(rows, rect.height));
+    const int64_t total = rowStep * rows_ * g.planes;
+    if (rect.width < 1 || rect.height < 1 || rowStep < 1 || total > INT32_MAX - 128) return false;
+    block_.data = static_cast<char*>(ozlMalloc(static_cast<int>(total)));
+    plan_ = new (std::nothrow) EdgePlan(image, rect, g);
+    if (!block_.data || !plan_) return false;
+    block_.rowStep = static_cast<int>(rowStep);
+    block_.status = FetchedBlock::Done;
+    return true;
+}
+
+void BorderedRows::fill(int first, int count) {
+    plan_->fill(block_.data, block_.rowStep, rows_, first, first + std::min(count, rows_), 0);
+}
 
 long long borderIndex(long long v, long long n, int mode) {
     if (v >= 0 && v < n) return v;
@@ -207,11 +325,7 @@ long long borderIndex(long long v, long long n, int mode) {
 
 FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
     FetchedBlock out;
-    const bool planar = image->dataOrder == OZL_DATA_ORDER_PLANE;
-    const Geometry g{planar ? image->nChannels : 1,
-                     static_cast<size_t>(image::depthBits(image->depth)) *
-                         (planar ? 1 : static_cast<size_t>(image->nChannels))};
-    const size_t valueBytes = std::max(1, image::depthBits(image->depth) / 8);
+    const Geometry g = geometryOf(image);
     const int64_t rowStep = image::rowSize(image->dataOrder, image->depth, kBlockAlign,
                                            image->nChannels, rect.width);
     const int64_t total = rowStep * rect.height * g.planes;
@@ -231,46 +345,20 @@ FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
         return out;
     }
 
-    const Constant constants[4] = {sideConstant(image, 0), sideConstant(image, 1),
-                                   sideConstant(image, 2), sideConstant(image, 3)};
-    const AxisMap rows = mapAxis(rect.y, rect.height, image->height, 0, 1, image);
-    // Rows beside the image take the left and right modes; rows above and
-    // below take their own side's mode for their columns too.
-    const AxisMap besideColumns = mapAxis(rect.x, rect.width, image->width, 2, 3, image);
-    AxisMap outsideColumns[2];
-    for (int side = 0; side < 2; ++side)
-        outsideColumns[side] = mapAxis(rect.x, rect.width, image->width, side, side, image,
-                                       sideMode(image, side) == 0);
-    auto columnsOf = [&](const Span& rowSpan) -> const AxisMap& {
-        return rowSpan.side < 0 ? besideColumns : outsideColumns[rowSpan.side];
-    };
-    auto blockRow = [&](int plane, int r) {
-        return out.data + (static_cast<int64_t>(plane) * rect.height + r) * rowStep;
-    };
-
-    // Constant rows first; rows read from the image follow.
-    for (const Span& span : rows)
-        if (span.index == kConstant)
-            for (int r = span.at; r < span.at + span.count; ++r)
-                for (int p = 0; p < g.planes; ++p)
-                    fillRow(blockRow(p, r), SourceRow{}, outsideColumns[span.side], g, constants,
-                            valueBytes);
-
-    const int64_t planeStep = static_cast<int64_t>(image->widthStep) * image->height;
+    // Untiled images whole; of tiled ones the constant rows here, the rows
+    // read from the image below.
+    const EdgePlan plan(image, rect, g);
+    plan.fill(out.data, rowStep, rect.height, 0, rect.height, 0);
     if (!image->tileInfo) {
-        for (const Span& span : rows) {
-            if (span.index == kConstant) continue;
-            for (int k = 0; k < span.count; ++k)
-                for (int p = 0; p < g.planes; ++p) {
-                    const SourceRow src{image->imageData + p * planeStep +
-                                            (span.index + k) * static_cast<int64_t>(image->widthStep),
-                                        0};
-                    fillRow(blockRow(p, span.at + k), src, columnsOf(span), g, constants, valueBytes);
-                }
-        }
         out.status = FetchedBlock::Done;
         return out;
     }
+    const AxisMap& rows = plan.rows;
+    const AxisMap& besideColumns = plan.besideColumns;
+    const AxisMap* outsideColumns = plan.outsideColumns;
+    auto blockRow = [&](int plane, int r) {
+        return out.data + (static_cast<int64_t>(plane) * rect.height + r) * rowStep;
+    };
 
     // A tiled image: the columns any row reads span [first, last]; for each
     // band of tiles that holds a row some block row reads, those columns of
@@ -335,7 +423,7 @@ FetchedBlock fetchRect(const OzlImage* image, const Rect& rect) {
                 for (int p = 0; p < g.planes; ++p) {
                     const SourceRow src{band + (static_cast<int64_t>(p) * tile->height + (row - bandTop)) * bandStep,
                                         first};
-                    fillRow(blockRow(p, span.at + k), src, columnsOf(span), g, constants, valueBytes);
+                    fillRow(blockRow(p, span.at + k), src, plan.columnsOf(span), g, plan.constants, plan.valueBytes);
                 }
             }
         }

@@ -29,6 +29,33 @@ struct FetchedBlock {
 // fetched for reading (and released) through its callback.
 FetchedBlock fetchRect(const OzlImage* image, const Rect& rect);
 
+struct EdgePlan;
+
+// A bordered copy of a rectangle of an untiled image seen through a window
+// of a few rows, filled a band at a time right before the band is read
+// (while the image rows it copies are still in cache); the window is
+// allocated and the edges mapped once. A small window also keeps a tall
+// strip's copy from costing fresh pages on every call.
+class BorderedRows {
+public:
+    BorderedRows() = default;
+    BorderedRows(const BorderedRows&) = delete;
+    BorderedRows& operator=(const BorderedRows&) = delete;
+    ~BorderedRows();
+    // A window of `rows` rows of `rect`, laid out as fetchRect's block;
+    // false when memory cannot be had.
+    bool start(const OzlImage* image, const Rect& rect, int rows);
+    // The window's rows from 0 on become the rectangle's rows [first,
+    // first + count), count at most the window's.
+    void fill(int first, int count);
+    const FetchedBlock& block() const { return block_; }
+
+private:
+    EdgePlan* plan_ = nullptr;
+    FetchedBlock block_;
+    int rows_ = 0;
+};
+
 // An untiled stand-in over a fetched block: a copy of the image's header with
 // the rectangle's size, the block as data, no tiles and no mask, and a region
 // (the image's channel of interest kept) at `region` within the block.

@@ -16,6 +16,8 @@ namespace ozl::core {
 
 namespace {
 
+constexpr int64_t kStreamRowBytes = 1024;
+
 // An operand's region as the row loop reads or writes it.
 struct Operand {
     char* data = nullptr;  // region (0, 0), first processed channel
@@ -254,6 +256,10 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
     const bool gather = run.gathered;
     const bool direct = d.valueBytes != 0 && d.stride == run.channels && !mask;
     const size_t leftBytes = static_cast<size_t>(k.margins.left) * run.channels * run.srcBytes;
+    // Stores past the caches pay on long rows only: a side strip's few bytes
+    // a row share their cache lines with the interior's, and writing a line
+    // in parts that way costs a trip to memory for each part.
+    const bool streamed = static_cast<int64_t>(width) * run.channels * static_cast<int64_t>(run.dstBytes) >= kStreamRowBytes;
     for (int p = 0; p < run.passes; ++p) {
         const char* sBase = passStart(run, s, p);
         char* dBase = passStart(run, d, p);
@@ -283,7 +289,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             row.scratch = run.scratch;
             row.width = width;
             row.channels = run.channels;
-            row.stream = direct && run.stream;
+            row.stream = direct && run.stream && streamed;
             row.firstRow = y == 0;
             k.row(row, k.context);
             for (int i = 0; i < rows && !direct; ++i) {
@@ -360,28 +366,6 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
         const NbResult r = runFetched(run, src, s.x, s.y, s.width, s.height, d, mask);
         if (r != NbResult::Done) return r;
     }
-    // Each side strip's footprint over the middle rows, copied with its
-    // borders once (the margin area, nothing more); its rows are computed a
-    // group at a time beside the interior's.
-    struct Strip {
-        int x = 0, width = 0;
-        FetchedBlock block;
-        OzlImage header{};
-        OzlROI roi{};
-        ~Strip() { ozlFree(block.data); }
-    } strips[2];
-    strips[0].width = x0;
-    strips[1].x = x1;
-    strips[1].width = width - x1;
-    for (Strip& s : strips) {
-        if (s.width <= 0 || y1 <= y0) continue;
-        const Rect area{region.x + s.x - m.left, region.y + y0 - m.top, s.width + m.left + m.right,
-                        y1 - y0 + m.top + m.bottom};
-        s.block = fetchRect(src, area);
-        if (s.block.status != FetchedBlock::Done)
-            return s.block.status == FetchedBlock::TileFailed ? NbResult::ReadTile : NbResult::NoMemory;
-        wrapBlock(src, s.block, area, Rect{m.left, m.top, s.width, y1 - y0}, &s.header, &s.roi);
-    }
     const Operand interior = shifted(operandOf(src), x0, y0);
     const int64_t rowBytes = std::max<int64_t>(
         1, static_cast<int64_t>(width) * run.channels * static_cast<int64_t>(run.srcBytes + run.dstBytes));
@@ -393,6 +377,28 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     const int rowsAbout = std::max(4 * margin, static_cast<int>(std::clamp<int64_t>(
                                                    kGroupBytes / rowBytes, kMinGroupRows, kMaxGroupRows)));
     const int group = (rowsAbout + run.band - 1) / run.band * run.band;
+    // Each side strip's footprint over the middle rows, copied with its
+    // borders (the margin area, nothing more) a group at a time into a
+    // window, right after the group's interior rows, while the source rows
+    // it copies are still in cache.
+    struct Strip {
+        int x = 0, width = 0;
+        BorderedRows rows;
+        OzlImage header{};
+        OzlROI roi{};
+    } strips[2];
+    strips[0].width = x0;
+    strips[1].x = x1;
+    strips[1].width = width - x1;
+    const int window = std::min(group, y1 - y0) + margin;
+    for (Strip& s : strips) {
+        if (s.width <= 0 || y1 <= y0) continue;
+        const Rect area{region.x + s.x - m.left, region.y + y0 - m.top, s.width + m.left + m.right,
+                        y1 - y0 + margin};
+        if (!s.rows.start(src, area, window)) return NbResult::NoMemory;
+        wrapBlock(src, s.rows.block(), Rect{area.x, area.y, area.width, window},
+                  Rect{m.left, m.top, s.width, window - margin}, &s.header, &s.roi);
+    }
     for (int y = y0; y < y1; y += group) {
         const int h = std::min(group, y1 - y);
         if (x1 > x0) {
@@ -400,11 +406,11 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
             runPiece(run, shifted(interior, 0, y - y0), shifted(d, x0, y), mask ? &mk : nullptr,
                      x1 - x0, h, run.packedRows ? &edges : nullptr);
         }
-        for (const Strip& s : strips) {
+        for (Strip& s : strips) {
             if (s.width <= 0) continue;
+            s.rows.fill(y - y0, h + margin);
             const Operand mk = mask ? shifted(*mask, s.x, y) : Operand{};
-            runPiece(run, shifted(operandOf(&s.header), 0, y - y0), shifted(d, s.x, y),
-                     mask ? &mk : nullptr, s.width, h);
+            runPiece(run, operandOf(&s.header), shifted(d, s.x, y), mask ? &mk : nullptr, s.width, h);
         }
     }
     return NbResult::Done;

@@ -15,6 +15,8 @@
 namespace ozl::rank {
 namespace {
 
+constexpr int kSquareBand = 8;
+
 struct Place {
     int row;     // source row index in the kernel's rows
     int offset;  // pixels from the output pixel
@@ -100,7 +102,7 @@ void rectangleRow(const core::NbRow& row, const void* context) {
 
 void squareRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
-    p.square(row.src, row.dst, static_cast<size_t>(row.width) * row.channels, row.channels);
+    p.square(row.src, row.rows, row.dst, row.dstStride, static_cast<size_t>(row.width) * row.channels, row.channels);
 }
 
 void shapedRow(const core::NbRow& row, const void* context) {
@@ -226,6 +228,8 @@ core::NbCode runExtremes(const OzlImage* src, const OzlImage* dst, const Shape& 
         k.margins = core::Margins{shape.anchorX, shape.anchorY, shape.nCols - 1 - shape.anchorX,
                                   shape.nRows - 1 - shape.anchorY};
         k.scratchPerValue = full && !square && !k.packedBits ? 2 * p.valueBytes + 1 : 0;
+        // The square's rows share source rows: bands of them a call.
+        if (square && !k.packedBits) k.bandRows = kSquareBand;
     }
     core::NbPass passes[4];
     count = std::min(count, 4);

@@ -26,11 +26,13 @@ constexpr int kMaxFold = 8;
 // kMaxFold, i < n. out may be in[0] itself.
 using FoldFn = void (*)(const void* const* in, int k, void* out, size_t n);
 
-// out[i] = the least (or greatest) of the 3 x 3 neighbourhood of value i:
-// rows[0..2] valid from `step` values before the first output value to `step`
-// after the last (`step` the values between neighbouring pixels). out is
-// none of the rows.
-using Extreme3x3Fn = void (*)(const void* const* rows, void* out, size_t n, int step);
+// For each of nOut consecutive output rows y (row y at out + y * outStride):
+// value i is the least (or greatest) of the 3 x 3 neighbourhood of value i
+// in rows[y..y+2]; rows[0..nOut+1] valid from `step` values before the first
+// output value to `step` after the last (`step` the values between
+// neighbouring pixels). No output row is a source row.
+using Extreme3x3Fn = void (*)(const void* const* rows, int nOut, void* out, ptrdiff_t outStride, size_t n,
+                              int step);
 
 // The median of every 3 x 3 neighbourhood: rows[0..2] valid from `step`
 // values before the first output value to `step` after the last (`step` the
@@ -146,15 +148,18 @@ void foldRef(const void* const* in, int k, void* out, size_t n) {
 }
 
 template <class T, bool Max>
-void extreme3x3Ref(const void* const* rows, void* out, size_t n, int step) {
+void extreme3x3Ref(const void* const* rows, int nOut, void* out, ptrdiff_t outStride, size_t n, int step) {
     using K = KeyOf<T>;
     auto pick = [](K a, K b) { return Max ? greater(a, b) : lesser(a, b); };
-    for (size_t i = 0; i < n; ++i) {
-        K v = keyAt<T>(static_cast<const T*>(rows[0]) - step, i);
-        for (int r = 0; r < 3; ++r)
-            for (int x = -1; x <= 1; ++x)
-                v = pick(v, keyAt<T>(static_cast<const T*>(rows[r]) + x * step, i));
-        putKey<T>(out, i, v);
+    for (int y = 0; y < nOut; ++y) {
+        void* o = static_cast<char*>(out) + y * outStride;
+        for (size_t i = 0; i < n; ++i) {
+            K v = keyAt<T>(static_cast<const T*>(rows[y]) - step, i);
+            for (int r = y; r < y + 3; ++r)
+                for (int x = -1; x <= 1; ++x)
+                    v = pick(v, keyAt<T>(static_cast<const T*>(rows[r]) + x * step, i));
+            putKey<T>(o, i, v);
+        }
     }
 }
 

@@ -74,6 +74,9 @@ void foldVec(const void* const* in, int k, void* out, size_t n) {
     }
 }
 
+// All in registers, each column sorted once per vector it falls in: the
+// memory traffic of the row is all it costs.
+
 // Calls at(i) for vectors covering out[0, n), n at least one vector: the
 // first unaligned, the rest on vector boundaries of out (stores split across
 // cache lines cost more than the values computed twice), the last one
@@ -88,32 +91,57 @@ void alignedStores(void* out, size_t n, At at) {
     if (i < n) at(n - kCount);
 }
 
-// All in registers, each column sorted once per vector it falls in: the
-// memory traffic of the row is all it costs.
-
-// Nine unaligned loads a vector: the neighbours of a value are one pixel step
-// apart, so the shifted loads cost less than shuffles across lanes would.
-template <class Vx, class T, bool Max>
-void extreme3x3Vec(const void* const* rows, void* out, size_t n, int step) {
+// K output rows from K + 2 source rows, a vector at a time: each pair of
+// output rows shares the extreme of the two source rows between them, and
+// the three columns come from shifted unaligned loads (neighbours are one
+// pixel step apart: cheaper than shuffles across lanes).
+template <class Vx, class T, bool Max, int K>
+void extreme3x3Band(const void* const* rows, char* out, ptrdiff_t outStride, size_t n, int step) {
     using L = Lanes<Vx, T>;
     using V = typename Vx::V;
-    if (n < L::kCount) {
-        if constexpr (Vx::kHasNarrower) return extreme3x3Vec<typename Vx::Narrower, T, Max>(rows, out, n, step);
-        else return extreme3x3Ref<T, Max>(rows, out, n, step);
-    }
-    const T* r0 = static_cast<const T*>(rows[0]);
-    const T* r1 = static_cast<const T*>(rows[1]);
-    const T* r2 = static_cast<const T*>(rows[2]);
-    const ptrdiff_t s = step;
     auto pick = [](V a, V b) { return Max ? L::greatest(a, b) : L::least(a, b); };
-    auto column = [&](ptrdiff_t i) { return pick(pick(L::load(r0 + i, 0), L::load(r1 + i, 0)), L::load(r2 + i, 0)); };
+    const T* r[K + 2];
+    for (int j = 0; j < K + 2; ++j) r[j] = static_cast<const T*>(rows[j]);
+    const ptrdiff_t s = step;
     auto at = [&](size_t i) {
-        const ptrdiff_t c = static_cast<ptrdiff_t>(i);
-        L::store(out, i, pick(pick(column(c - s), column(c)), column(c + s)));
+        V acc[K];
+        for (int o = -1; o <= 1; ++o) {
+            const ptrdiff_t c = static_cast<ptrdiff_t>(i) + o * s;
+            V v[K + 2];
+            for (int j = 0; j < K + 2; ++j) v[j] = L::load(r[j] + c, 0);
+            for (int j = 0; j < K; j += 2) {
+                const V q = pick(v[j + 1], v[j + 2]);
+                const V a = pick(v[j], q);
+                acc[j] = o < 0 ? a : pick(acc[j], a);
+                if (j + 1 < K) {
+                    const V b = pick(q, v[j + 3]);
+                    acc[j + 1] = o < 0 ? b : pick(acc[j + 1], b);
+                }
+            }
+        }
+        for (int j = 0; j < K; ++j) L::store(out + j * outStride, i, acc[j]);
     };
-    size_t i = 0;
-    for (; i + L::kCount <= n; i += L::kCount) at(i);
-    if (i < n) at(n - L::kCount);
+    alignedStores<Vx, T>(out, n, at);
+}
+
+// Four rows at a time while they last (six source rows stay in the first
+// level cache), then the rest together.
+template <class Vx, class T, bool Max>
+void extreme3x3Vec(const void* const* rows, int nOut, void* out, ptrdiff_t outStride, size_t n, int step) {
+    if (n < Lanes<Vx, T>::kCount) {
+        if constexpr (Vx::kHasNarrower)
+            return extreme3x3Vec<typename Vx::Narrower, T, Max>(rows, nOut, out, outStride, n, step);
+        else return extreme3x3Ref<T, Max>(rows, nOut, out, outStride, n, step);
+    }
+    char* o = static_cast<char*>(out);
+    int y = 0;
+    for (; y + 4 <= nOut; y += 4) extreme3x3Band<Vx, T, Max, 4>(rows + y, o + y * outStride, outStride, n, step);
+    switch (nOut - y) {
+        case 3: return extreme3x3Band<Vx, T, Max, 3>(rows + y, o + y * outStride, outStride, n, step);
+        case 2: return extreme3x3Band<Vx, T, Max, 2>(rows + y, o + y * outStride, outStride, n, step);
+        case 1: return extreme3x3Band<Vx, T, Max, 1>(rows + y, o + y * outStride, outStride, n, step);
+        default: return;
+    }
 }
 
 template <class Vx, class T>
