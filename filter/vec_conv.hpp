@@ -320,21 +320,22 @@ void gridBand(const RealKernel& k, const void* const* rows, float* r, ptrdiff_t 
     };
     const auto store = [](float* d, VF v) { Vx::store(d, v); };
     using One = std::integral_constant<int, 1>;
-    using Two = std::integral_constant<int, gridLanes(B)>;
-    constexpr size_t W = Two::value * L;
+    using Lanes = std::integral_constant<int, gridLanes(B)>;
+    constexpr size_t W = Lanes::value * L;
     size_t i = 0;
     // Past the caches from the first aligned value on, when every row of the
     // band is aligned alike (see realGroup), and with whole-line vectors only:
     // the rows of a band in half or quarter lines measured slower streamed
     // than cached.
     const size_t mis = reinterpret_cast<uintptr_t>(r) % Vx::kBytes;
-    if (Vx::kBytes == 64 && k.stream && mis % sizeof(float) == 0 && stride % static_cast<ptrdiff_t>(Vx::kBytes) == 0 && n >= 4 * L) {
+    if (Vx::kBytes == 64 && k.stream && mis % sizeof(float) == 0 &&
+        stride % static_cast<ptrdiff_t>(Vx::kBytes) == 0 && n >= 4 * L) {
         if (mis != 0) sums(0, One{}, store);
         i = mis == 0 ? 0 : (Vx::kBytes - mis) / sizeof(float);
-        for (; i + W <= n; i += W) sums(i, Two{}, [](float* d, VF v) { Vx::stream(d, v); });
+        for (; i + W <= n; i += W) sums(i, Lanes{}, [](float* d, VF v) { Vx::stream(d, v); });
         Vx::streamFence();
     }
-    for (; i + W <= n; i += W) sums(i, Two{}, store);
+    for (; i + W <= n; i += W) sums(i, Lanes{}, store);
     for (; i + L <= n; i += L) sums(i, One{}, store);
     if (i < n) sums(n - L, One{}, store);
 }
