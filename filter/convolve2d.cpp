@@ -175,10 +175,12 @@ void floatRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
     const size_t n = static_cast<size_t>(row.width) * row.channels;
     auto* out = static_cast<float*>(row.dst);
+    if (p.realPath)
+        return p.table->realBand(row.stream ? p.streamed : p.k[0].real, row.src, out, row.dstStride,
+                                 row.rows, n);
     if (p.nKernels == 1) {
-        p.table->real(row.stream && p.realPath ? p.streamed : p.k[0].real, row.src, out, n);
-        if (!p.realPath)
-            for (size_t i = 0; i < n; ++i) out[i] = single(p.method, out[i]);
+        p.table->real(p.k[0].real, row.src, out, n);
+        for (size_t i = 0; i < n; ++i) out[i] = single(p.method, out[i]);
         return;
     }
     auto* acc = static_cast<float*>(row.scratch);
@@ -311,6 +313,8 @@ core::NbCode engine(OzlImage* srcImage, OzlImage* dstImage, Record* const* kerne
     kernel.context = &plan;
     kernel.margins = m;
     kernel.scratchPerValue = 24;
+    // One 32F kernel takes bands of rows (sharing their source rows' loads).
+    kernel.bandRows = plan.realPath ? plan.table->realBandRows : 1;
     const core::NbPass pass{&kernel, 1};
     return core::runPasses(setup, &pass, 1);
 }

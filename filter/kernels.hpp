@@ -140,6 +140,10 @@ using NarrowFn = void (*)(const NarrowKernel& k, const void* const* rows, void* 
 using WideFn = void (*)(const WideKernel& k, const void* const* rows, int32_t* r, size_t n);
 using ExactFn = void (*)(const ExactKernel& k, const void* const* rows, double* r, size_t n);
 using RealFn = void (*)(const RealKernel& k, const void* const* rows, float* r, size_t n);
+// `count` output rows at once: row b reads the driver's rows from rows[b] on
+// and is stored `stride` bytes after row b - 1.
+using RealBandFn = void (*)(const RealKernel& k, const void* const* rows, float* r, ptrdiff_t stride,
+                            int count, size_t n);
 // Separable: `scratch` holds the vertical sums of the row with its margins.
 using SepFn = void (*)(const SepKernel& k, const void* const* rows, void* scratch, void* dst,
                        size_t n);
@@ -156,6 +160,8 @@ struct KernelTable {
     WideFn wide[4] = {};            // U8, S8, U16, S16
     ExactFn exact[kIntElems] = {};
     RealFn real = nullptr;
+    RealBandFn realBand = nullptr;
+    int realBandRows = 1;           // the band realBand computes best at a time
     SepFn sep[kIntElems] = {};      // value type of source and destination
     SepFnF sepReal = nullptr;
 };
@@ -338,6 +344,11 @@ static inline void exactRow(const ExactKernel& k, const void* const* rows, doubl
 }
 static inline void realRow(const RealKernel& k, const void* const* rows, float* r, size_t n) {
     realRef(k, rows, r, 0, n);
+}
+static inline void realBandRow(const RealKernel& k, const void* const* rows, float* r,
+                               ptrdiff_t stride, int count, size_t n) {
+    for (int b = 0; b < count; ++b)
+        realRef(k, rows + b, reinterpret_cast<float*>(reinterpret_cast<char*>(r) + b * stride), 0, n);
 }
 
 }  // namespace ozl::filter

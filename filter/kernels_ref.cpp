@@ -24,6 +24,7 @@ const KernelTable& kernelTableRef() {
         t.exact[3] = &exactRow<int16_t>;
         t.exact[4] = &exactRow<int32_t>;
         t.real = &realRow;
+        t.realBand = &realBandRow;
         t.sep[0] = &sepRef<uint8_t>;
         t.sep[1] = &sepRef<int8_t>;
         t.sep[2] = &sepRef<uint16_t>;

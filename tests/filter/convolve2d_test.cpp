@@ -86,6 +86,12 @@ TEST(Convolve2D, AgainstTheArithmetic) {
         std::vector<GivenKernel> ks;
         const int n = rng() % 3 == 0 ? 2 + static_cast<int>(rng() % 9) : 1;
         for (int k = 0; k < n; ++k) ks.push_back(randomKernel(rng, 7, 6, depth));
+        if (depth == OZL_DEPTH_32F && rng() % 2) {  // one 3x3 kernel: rows in bands, loads shared
+            ks.assign(1, randomKernel(rng, 1, 1, depth));
+            ks[0].nCols = ks[0].nRows = 3;
+            ks[0].anchorX = static_cast<int>(rng() % 3), ks[0].anchorY = static_cast<int>(rng() % 3);
+            for (int i = 0; i < 8; ++i) ks[0].reals.push_back(static_cast<float>(rng() % 2001) / 256.0f - 3.9f);
+        }
         const int method = static_cast<int>(rng() % 5);
         TestImage mask(OZL_DEPTH_1U, 16, 14);
         mask.fillRandom(rng());

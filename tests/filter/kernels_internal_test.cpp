@@ -128,22 +128,35 @@ TEST_P(ConvKernels, WideSumsMatchTheReference) {
         }
 }
 
+// One row, or a band of up to two calls' worth of the level's band rows with
+// gaps between them; 3x3 kernels on a grid of any anchor and channel step (the
+// shared-load bodies: a mixed-up tap order or band row shows as a bit
+// difference), other kernels at times; stores past the caches on odd widths.
 TEST_P(ConvKernels, RealSumsMatchTheReference) {
     std::mt19937 rng(3);
     for (size_t n : widths()) {
         const int channels = 1 + static_cast<int>(rng() % 4);
-        const int count = rng() % 6 == 0 ? 70 + static_cast<int>(rng() % 80) : 1 + static_cast<int>(rng() % 25);
+        const bool grid = rng() % 4 != 0;
+        const int count = grid ? 9 : rng() % 6 == 0 ? 70 + static_cast<int>(rng() % 80) : 1 + static_cast<int>(rng() % 25);
+        const int x0 = static_cast<int>(rng() % 3), y0 = static_cast<int>(rng() % 2);
         std::vector<TapF> taps;
-        for (const Tap& t : randomTaps(rng, count, 4, channels, -1000, 1000))
-            taps.push_back({t.row, t.offset, static_cast<float>(t.coeff) / 37.0f});
-        // Outputs at any float offset from a vector boundary; stores past
-        // the caches on every other row.
-        const size_t skew = rng() % 16;
+        for (const Tap& t : randomTaps(rng, count, 4, channels, -1000, 1000)) {
+            const int i = static_cast<int>(taps.size());
+            taps.push_back(grid ? TapF{y0 + i / 3, (i % 3 - x0) * channels, t.coeff / 37.0f}
+                                : TapF{t.row, t.offset, t.coeff / 37.0f});
+        }
+        // Outputs at any float offset from a vector boundary, rows any number
+        // of floats apart (a multiple of 64 bytes at times).
+        const size_t skew = rng() % 16, stride = n + (rng() % 2 ? 16 - n % 16 : rng() % 19);
+        const int band = 1 + static_cast<int>(rng() % (2 * kernelTable(GetParam()).realBandRows + 1));
         const RealKernel k{taps.data(), count, n % 2 == 1};
-        const Rows rows(4, n, channels, Elem::F32, rng);
+        const Rows rows(band + 5, n, channels, Elem::F32, rng);
         EXPECT_TRUE(sameOutputs(GetParam(), (n + skew) * 4, [&](const KernelTable& t, uint8_t* out) {
-            t.real(k, rows.at.data(), reinterpret_cast<float*>(out) + skew, n);
+            t.real(k, rows.at.data() + 1, reinterpret_cast<float*>(out) + skew, n);
         })) << "n " << n << " taps " << count;
+        EXPECT_TRUE(sameOutputs(GetParam(), (stride * band + skew) * 4, [&](const KernelTable& t, uint8_t* out) {
+            t.realBand(k, rows.at.data(), reinterpret_cast<float*>(out) + skew, static_cast<ptrdiff_t>(stride * 4), band, n);
+        })) << "n " << n << " taps " << count << " band " << band << " stride " << stride;
     }
 }
 
