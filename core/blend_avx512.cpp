@@ -47,6 +47,11 @@ void blendBlocks(uint8_t* d, const uint8_t* s, size_t nPix, const uint8_t* mask,
     auto block = [&](size_t at) {
         const uint64_t m = maskBytes(mask, bit0 + at);
         if (m == 0) return;
+        if (m == ~uint64_t{0}) {  // plain stores: cheaper than masked ones
+            for (size_t r = 0; r < U; ++r)
+                _mm512_storeu_si512(d + at * U + 64 * r, _mm512_loadu_si512(s + at * U + 64 * r));
+            return;
+        }
         const __m512i bytes = _mm512_set1_epi64(static_cast<long long>(m));
         for (size_t r = 0; r < U; ++r) {
             const __mmask64 k = _mm512_test_epi8_mask(

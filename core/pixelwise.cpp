@@ -64,7 +64,20 @@ struct Chunks {
     alignas(32) char d[kChunkBytes];
     alignas(32) char r[kChunkBytes];
     bool uniformRun = false;
+    BlendFn blend = nullptr;  // the level's blend of the destination's values
 };
+
+// Pixels of g values of up to 4 bytes in a chunk (the common counts without
+// a division: it would cost as much as a short masked row).
+size_t chunkPixels(int g) {
+    switch (g) {
+        case 1: return kChunkBytes / 4;
+        case 2: return kChunkBytes / 8;
+        case 3: return kChunkBytes / 12;
+        case 4: return kChunkBytes / 16;
+        default: return kChunkBytes / (static_cast<size_t>(g) * 4);
+    }
+}
 
 // One row of `width` pixels of nCh values each. Strided operands (a channel
 // of interest, alpha, several channels taken one at a time) are gathered into
@@ -82,10 +95,10 @@ void valueRow(const MapKernel& k, ValueRow a, ValueRow b, ValueRow d, int nCh, M
     char* tb = chunks.b;
     char* td = chunks.d;
     char* tr = chunks.r;
-    const BlendFn blend = mask.bits ? blendFor(d.size) : nullptr;
+    const BlendFn blend = chunks.blend;
     for (int c0 = 0; c0 < nCh; c0 += kGroupChannels) {
         const int g = std::min(kGroupChannels, nCh - c0);
-        const size_t chunk = kChunkBytes / (static_cast<size_t>(g) * 4);
+        const size_t chunk = chunkPixels(g);
         for (size_t done = 0; done < width; done += chunk) {
             const size_t n = std::min(chunk, width - done);
             auto at = [&](const ValueRow& r) {
@@ -234,6 +247,7 @@ void valueRows(const MapOperands& o, const View* views, const View& vm, const Ma
     const size_t rowWidth = merge ? width * size.height : width;
 
     Chunks chunks;
+    if (vm.data) chunks.blend = blendFor(valueBytes(o.dst));
     for (int c = 0; c < passes; ++c)
         for (int y = 0; y < rows; ++y)
             valueRow(k, valueRowOf(a, va, c, y), valueRowOf(b, vb, c, y),
