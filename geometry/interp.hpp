@@ -77,6 +77,28 @@ inline void cubicWeights(double f, double w[4]) {
     w[3] = ((a * t3 - 5.0 * a) * t3 + 8.0 * a) * t3 - 4.0 * a;
 }
 
+// The cubic weights in 1/2048 of 8U interpolation: w0, w1 and w3 rounded,
+// halves up; w2 takes what makes the sum 2048, so that flat areas stay flat.
+inline void fixedCubicWeights(double f, int32_t q[4]) {
+    double w[4];
+    cubicWeights(f, w);
+    for (int k : {0, 1, 3}) q[k] = static_cast<int32_t>(std::floor(w[k] * kWeightOne + 0.5));
+    q[2] = kWeightOne - q[0] - q[1] - q[3];
+}
+
+// 8U cubic in fixed point from the 4 x 4 neighbours' values v(i, j): rows
+// summed in 1/64 of a level, then the column.
+template <class Value>
+inline uint8_t cubic8u(const int32_t qx[4], const int32_t qy[4], Value&& v) {
+    int sum = 0;
+    for (int j = 0; j < 4; ++j) {
+        int h = 16;
+        for (int i = 0; i < 4; ++i) h += v(i, j) * qx[i];
+        sum += (h >> 5) * qy[j];
+    }
+    return static_cast<uint8_t>(std::clamp((sum + 65536) >> 17, 0, 255));
+}
+
 inline Edges edgesOf(const OzlImage* image, bool fill) {
     Edges e;
     e.fill = fill;
@@ -198,10 +220,21 @@ inline bool samplePixel(const SampledSource& s, const Edges& e, Inter inter, dou
         }
         return true;
     }
+    const bool all = x0 >= 1 && y0 >= 1 && x0 + 2 < s.width && y0 + 2 < s.height;
+    if constexpr (std::is_same_v<T, uint8_t>) {
+        int32_t qx[4], qy[4];
+        fixedCubicWeights(fx, qx);
+        fixedCubicWeights(fy, qy);
+        for (int c = 0; c < nCh; ++c)
+            storeValue<uint8_t>(out + c * outStep, cubic8u(qx, qy, [&](int i, int j) {
+                const long long x = x0 - 1 + i, y = y0 - 1 + j;
+                return static_cast<int>(all ? rd.at(rd.pixel(x, y), c) : rd.value(x, y, c));
+            }));
+        return true;
+    }
     double wx[4], wy[4];
     cubicWeights(fx, wx);
     cubicWeights(fy, wy);
-    const bool all = x0 >= 1 && y0 >= 1 && x0 + 2 < s.width && y0 + 2 < s.height;
     for (int c = 0; c < nCh; ++c) {
         double sum = 0.0;
         for (int j = 0; j < 4; ++j) {

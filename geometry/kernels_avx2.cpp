@@ -6,6 +6,8 @@
 #include <immintrin.h>
 
 #include "geometry/kernels.hpp"
+#include "geometry/vec_resample.hpp"
+#include "simd/avx2.hpp"
 
 namespace ozl::geometry {
 
@@ -82,29 +84,59 @@ void avx2HLinear8u(const uint8_t* row, int16_t* out, const LinearTaps8u& t, int 
 }
 
 // ---------------------------------------------------------------------------
-// Vertical pass: (h0 (2048 - w) + h1 w + 2^17) >> 18, 32 values per step.
+// 8U cubic resampling. Horizontal: four output pixels per step as in the
+// linear pass, each pixel's neighbours as two runs of pairs (p0, p1) and
+// (p2, p3), one multiply-add each.
 
-__m256i vSums(__m256i h0, __m256i h1, __m256i w) {
-    const __m256i round = _mm256_set1_epi32(1 << 17);
-    const __m256i lo = _mm256_madd_epi16(_mm256_unpacklo_epi16(h0, h1), w);
-    const __m256i hi = _mm256_madd_epi16(_mm256_unpackhi_epi16(h0, h1), w);
-    return _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(lo, round), 18),
-                              _mm256_srai_epi32(_mm256_add_epi32(hi, round), 18));
+// The row sums of output pixels lo (low lane) and hi (high lane) of a step
+// of four, whose weight pairs (w0|w1, w2|w3) are w's.
+template <int cn, int lo, int hi>
+__m256i cubicSums(const uint8_t* row, const int32_t* o, __m256i w, __m256i shuffle) {
+    const uint8_t* a = row + o[4 * lo];
+    const uint8_t* b = row + o[4 * hi];
+    const __m256i first = _mm256_shuffle_epi8(two(a, b), shuffle);
+    const __m256i second = _mm256_shuffle_epi8(two(a + 2 * cn, b + 2 * cn), shuffle);
+    const __m256i s = _mm256_add_epi32(_mm256_madd_epi16(first, pairWeights<2 * lo, 2 * hi>(w)),
+                                       _mm256_madd_epi16(second, pairWeights<2 * lo + 1, 2 * hi + 1>(w)));
+    return _mm256_srai_epi32(_mm256_add_epi32(s, _mm256_set1_epi32(16)), 5);
 }
 
+template <int cn>
+void hCubicVec(const uint8_t* row, int16_t* out, const CubicTaps8u& t, int n) {
+    const __m256i shuffle = lanes(cn == 3 ? kPairs3 : kPairs4);
+    const __m256i drop = lanes(kDrop4th16);
+    const __m256i compact = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
+    hCubic8uScalar(row, out, t, 0, t.vecFrom);
+    int i = t.vecFrom;
+    for (; i + 4 <= t.vecTo; i += 4) {
+        const int32_t* o = t.ofs + 4 * i;
+        const __m256i w = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(t.coef + 2 * i));
+        __m256i r = _mm256_packs_epi32(cubicSums<cn, 0, 2>(row, o, w, shuffle),
+                                       cubicSums<cn, 1, 3>(row, o, w, shuffle));  // A B | C D
+        if constexpr (cn == 3) r = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(r, drop), compact);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i * cn), r);
+    }
+    hCubic8uScalar(row, out, t, i, n);
+}
+
+void avx2HCubic8u(const uint8_t* row, int16_t* out, const CubicTaps8u& t, int n) {
+    if (t.channelStep == 1 && t.pixelStep == 3 && t.cn == 3) return hCubicVec<3>(row, out, t, n);
+    if (t.channelStep == 1 && t.pixelStep == 4 && t.cn == 4) return hCubicVec<4>(row, out, t, n);
+    hCubic8uScalar(row, out, t, 0, n);
+}
+
+
+// ---------------------------------------------------------------------------
+// The vertical passes: one template over the vector layer.
+
 void avx2VLinear8u(const int16_t* h0, const int16_t* h1, uint8_t* d, int w, size_t n) {
-    if (n < 32) return vLinear8uScalar(h0, h1, d, w, 0, n);
-    const __m256i wv = _mm256_set1_epi32((kWeightOne - w) | (w << 16));
-    auto step = [&](size_t i) {
-        auto ld = [](const int16_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); };
-        const __m256i a = vSums(ld(h0 + i), ld(h1 + i), wv);
-        const __m256i b = vSums(ld(h0 + i + 16), ld(h1 + i + 16), wv);
-        const __m256i r = _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), r);
-    };
-    size_t i = 0;
-    for (; i + 32 <= n; i += 32) step(i);
-    if (i < n) step(n - 32);  // the last values again, from the same inputs
+    const int16_t* const rows[2] = {h0, h1};
+    const int32_t weights[1] = {(kWeightOne - w) | (w << 16)};
+    if (!weighRows<simd::Avx2, 1, 18>(rows, weights, d, n)) vLinear8uScalar(h0, h1, d, w, 0, n);
+}
+
+void avx2VCubic8u(const int16_t* const h[4], uint8_t* d, const int32_t coef[2], size_t n) {
+    if (!weighRows<simd::Avx2, 2, 17>(h, coef, d, n)) vCubic8uScalar(h, d, coef, 0, n);
 }
 
 // ---------------------------------------------------------------------------
@@ -247,6 +279,127 @@ void avx2WarpLinear8u(const core::SampledSource& s, const Edges& e, const double
 }
 
 // ---------------------------------------------------------------------------
+// 8U cubic sampling at given positions: four pixels per step when all of them
+// read their 4 x 4 neighbours inside the source (and 16 bytes from each row's
+// first neighbour inside the region's rows), else the scalar form. The
+// weights are found for the four pixels at once, in the scalar form's
+// operations and order; each pixel's rows go two to a vector.
+
+// The cubic weights (a = -0.5) of fractions f, as the scalar cubicWeights.
+void cubicWeights4(__m256d f, __m256d w[4]) {
+    const __m256d a = _mm256_set1_pd(-0.5), one = _mm256_set1_pd(1.0), two = _mm256_set1_pd(2.0);
+    const __m256d a2 = _mm256_set1_pd(-0.5 + 2.0), a3 = _mm256_set1_pd(-0.5 + 3.0);
+    const __m256d a5 = _mm256_set1_pd(5.0 * -0.5), a8 = _mm256_set1_pd(8.0 * -0.5);
+    const __m256d a4 = _mm256_set1_pd(4.0 * -0.5);
+    auto outer = [&](__m256d t) {
+        const __m256d u = _mm256_add_pd(_mm256_mul_pd(_mm256_sub_pd(_mm256_mul_pd(a, t), a5), t), a8);
+        return _mm256_sub_pd(_mm256_mul_pd(u, t), a4);
+    };
+    auto inner = [&](__m256d t) {
+        const __m256d u = _mm256_mul_pd(_mm256_sub_pd(_mm256_mul_pd(a2, t), a3), t);
+        return _mm256_add_pd(_mm256_mul_pd(u, t), one);
+    };
+    w[0] = outer(_mm256_add_pd(one, f));
+    w[1] = inner(f);
+    w[2] = inner(_mm256_sub_pd(one, f));
+    w[3] = outer(_mm256_sub_pd(two, f));
+}
+
+// The fixed weights of four fractions as pairs w0 | (w1 << 16), w2 | (w3 << 16).
+void fixedCubicPairs4(__m256d f, __m128i* w01, __m128i* w23) {
+    __m256d w[4];
+    cubicWeights4(f, w);
+    const __m256d scale = _mm256_set1_pd(kWeightOne), half = _mm256_set1_pd(0.5);
+    __m128i q[4];
+    for (int k : {0, 1, 3}) q[k] = _mm256_cvttpd_epi32(_mm256_floor_pd(_mm256_add_pd(_mm256_mul_pd(w[k], scale), half)));
+    q[2] = _mm_sub_epi32(_mm_sub_epi32(_mm_sub_epi32(_mm_set1_epi32(kWeightOne), q[0]), q[1]), q[3]);
+    const __m128i low = _mm_set1_epi32(0xFFFF);
+    *w01 = _mm_or_si128(_mm_and_si128(q[0], low), _mm_slli_epi32(q[1], 16));
+    *w23 = _mm_or_si128(_mm_and_si128(q[2], low), _mm_slli_epi32(q[3], 16));
+}
+
+template <int cn>
+void warpCubicVec(const core::SampledSource& s, const Edges& e, const double* sx, const double* sy,
+                  int n, uint8_t* d) {
+    const ptrdiff_t rs = s.rowStep;
+    // Neighbours x0 - 1 .. x0 + 2 and y0 - 1 .. y0 + 2; 16 bytes from x0 - 1
+    // reach pixel x0 + 3 when cn is 3.
+    const __m256d xLo = _mm256_set1_pd(1.0), xHi = _mm256_set1_pd(s.width - (cn == 3 ? 3.0 : 2.0));
+    const __m256d yLo = _mm256_set1_pd(1.0), yHi = _mm256_set1_pd(s.height - 2.0);
+    const __m256i shuffle = lanes(cn == 3 ? kPairs3 : kPairs4);
+    const __m256i inter = lanes(kInterleave);
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const __m256d px = _mm256_loadu_pd(sx + i), py = _mm256_loadu_pd(sy + i);
+        const __m256d ok = _mm256_and_pd(
+            _mm256_and_pd(_mm256_cmp_pd(px, xLo, _CMP_GE_OQ), _mm256_cmp_pd(px, xHi, _CMP_LT_OQ)),
+            _mm256_and_pd(_mm256_cmp_pd(py, yLo, _CMP_GE_OQ), _mm256_cmp_pd(py, yHi, _CMP_LT_OQ)));
+        if (_mm256_movemask_pd(ok) != 0xF) {
+            warpCubic8uScalar(s, e, sx, sy, i, i + 4, d);
+            continue;
+        }
+        const __m256d fx = _mm256_floor_pd(px), fy = _mm256_floor_pd(py);
+        alignas(16) int32_t cx01[4], cx23[4], cy01[4], cy23[4], o[4];
+        __m128i a, b;
+        fixedCubicPairs4(_mm256_sub_pd(px, fx), &a, &b);
+        _mm_store_si128(reinterpret_cast<__m128i*>(cx01), a);
+        _mm_store_si128(reinterpret_cast<__m128i*>(cx23), b);
+        fixedCubicPairs4(_mm256_sub_pd(py, fy), &a, &b);
+        _mm_store_si128(reinterpret_cast<__m128i*>(cy01), a);
+        _mm_store_si128(reinterpret_cast<__m128i*>(cy23), b);
+        // The top-left neighbour of each pixel.
+        const __m128i x0 = _mm_sub_epi32(_mm256_cvttpd_epi32(fx), _mm_set1_epi32(1));
+        const __m128i y0 = _mm_sub_epi32(_mm256_cvttpd_epi32(fy), _mm_set1_epi32(1));
+        _mm_store_si128(reinterpret_cast<__m128i*>(o),
+                        _mm_add_epi32(_mm_mullo_epi32(y0, _mm_set1_epi32(static_cast<int32_t>(rs))),
+                                      _mm_mullo_epi32(x0, _mm_set1_epi32(cn))));
+        __m128i v[4];
+        for (int p = 0; p < 4; ++p) {
+            const char* top = s.data + o[p];
+            const __m256i w01 = _mm256_set1_epi32(cx01[p]), w23 = _mm256_set1_epi32(cx23[p]);
+            // Rows j and j + 1 of the pixel, one a lane: (h + 16) >> 5.
+            auto rows = [&](int j) {
+                const char* r = top + j * rs;
+                const __m256i first = _mm256_shuffle_epi8(two(r, r + rs), shuffle);
+                const __m256i second = _mm256_shuffle_epi8(two(r + 2 * cn, r + rs + 2 * cn), shuffle);
+                const __m256i h = _mm256_add_epi32(_mm256_madd_epi16(first, w01), _mm256_madd_epi16(second, w23));
+                return _mm256_srai_epi32(_mm256_add_epi32(h, _mm256_set1_epi32(16)), 5);
+            };
+            // Rows 0 and 2 in the low lane, 1 and 3 in the high one, interleaved
+            // by channel and weighed down the column.
+            const __m256i h = _mm256_shuffle_epi8(_mm256_packs_epi32(rows(0), rows(2)), inter);
+            const __m256i wy = _mm256_setr_epi32(
+                (cy01[p] & 0xFFFF) | (cy23[p] << 16), (cy01[p] & 0xFFFF) | (cy23[p] << 16),
+                (cy01[p] & 0xFFFF) | (cy23[p] << 16), (cy01[p] & 0xFFFF) | (cy23[p] << 16),
+                (cy01[p] >> 16 & 0xFFFF) | (cy23[p] & ~0xFFFF), (cy01[p] >> 16 & 0xFFFF) | (cy23[p] & ~0xFFFF),
+                (cy01[p] >> 16 & 0xFFFF) | (cy23[p] & ~0xFFFF), (cy01[p] >> 16 & 0xFFFF) | (cy23[p] & ~0xFFFF));
+            const __m256i m = _mm256_madd_epi16(h, wy);
+            const __m128i sum = _mm_add_epi32(_mm256_castsi256_si128(m), _mm256_extracti128_si256(m, 1));
+            v[p] = _mm_srai_epi32(_mm_add_epi32(sum, _mm_set1_epi32(1 << 16)), 17);
+        }
+        const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(v[0], v[1]), _mm_packs_epi32(v[2], v[3]));
+        uint8_t* out = d + i * cn;
+        if constexpr (cn == 4) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
+        } else {
+            const __m128i packed = _mm_shuffle_epi8(bytes, _mm_loadu_si128(reinterpret_cast<const __m128i*>(kDrop4th)));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out), packed);
+            const int32_t last = _mm_cvtsi128_si32(_mm_srli_si128(packed, 8));
+            std::memcpy(out + 8, &last, 4);
+        }
+    }
+    warpCubic8uScalar(s, e, sx, sy, i, n, d);
+}
+
+void avx2WarpCubic8u(const core::SampledSource& s, const Edges& e, const double* sx,
+                     const double* sy, int n, uint8_t* d) {
+    const bool interleaved = s.channelStep == 1 && s.pixelStep == s.channels;
+    if (interleaved && s.channels == 3 && s.width >= 5 && s.height >= 4) return warpCubicVec<3>(s, e, sx, sy, n, d);
+    if (interleaved && s.channels == 4 && s.width >= 4 && s.height >= 4) return warpCubicVec<4>(s, e, sx, sy, n, d);
+    warpCubic8uScalar(s, e, sx, sy, 0, n, d);
+}
+
+// ---------------------------------------------------------------------------
 // Pixel reversal. Pixels that divide 16 bytes: each lane reversed and the
 // lanes swapped. Pixels of 3 bytes: five per lane (15 bytes), stored one byte
 // early so that the spare byte falls on a pixel written afterwards.
@@ -282,7 +435,8 @@ void avx2Reverse(const char* s, char* d, size_t n, size_t pixelBytes) {
 }  // namespace
 
 const KernelTable& kernelTableAvx2() {
-    static const KernelTable table{&avx2HLinear8u, &avx2VLinear8u, &avx2Box2x2, &avx2WarpLinear8u,
+    static const KernelTable table{&avx2HLinear8u, &avx2VLinear8u, &avx2HCubic8u, &avx2VCubic8u,
+                                   &avx2Box2x2,    &avx2WarpLinear8u, &avx2WarpCubic8u,
                                    &avx2Reverse};
     return table;
 }

@@ -6,6 +6,8 @@
 #include <emmintrin.h>
 
 #include "geometry/kernels.hpp"
+#include "geometry/vec_resample.hpp"
+#include "simd/sse2.hpp"
 
 namespace ozl::geometry {
 
@@ -55,28 +57,52 @@ void sse2HLinear8u(const uint8_t* row, int16_t* out, const LinearTaps8u& t, int 
 }
 
 // ---------------------------------------------------------------------------
-// Vertical pass, 16 values per step.
+// Horizontal pass of 8U cubic resampling: the four neighbours as two runs of
+// pairs, each weighed by one multiply-add; two output pixels per step.
 
-__m128i vSums(__m128i h0, __m128i h1, __m128i w) {
-    const __m128i round = _mm_set1_epi32(1 << 17);
-    const __m128i lo = _mm_madd_epi16(_mm_unpacklo_epi16(h0, h1), w);
-    const __m128i hi = _mm_madd_epi16(_mm_unpackhi_epi16(h0, h1), w);
-    return _mm_packs_epi32(_mm_srai_epi32(_mm_add_epi32(lo, round), 18),
-                           _mm_srai_epi32(_mm_add_epi32(hi, round), 18));
+// (p0 w0 + p1 w1 + p2 w2 + p3 w3 + 16) >> 5 for each channel of the pixel at p.
+template <int cn>
+__m128i cubicSums(const uint8_t* p, const int32_t* coef) {
+    const __m128i s = _mm_add_epi32(_mm_madd_epi16(pairs<cn>(p), _mm_set1_epi32(coef[0])),
+                                    _mm_madd_epi16(pairs<cn>(p + 2 * cn), _mm_set1_epi32(coef[1])));
+    return _mm_srai_epi32(_mm_add_epi32(s, _mm_set1_epi32(16)), 5);
 }
 
+template <int cn>
+void hCubicVec(const uint8_t* row, int16_t* out, const CubicTaps8u& t, int n) {
+    hCubic8uScalar(row, out, t, 0, t.vecFrom);
+    int i = t.vecFrom;
+    for (; i + 2 <= t.vecTo; i += 2) {
+        const __m128i r = _mm_packs_epi32(cubicSums<cn>(row + t.ofs[4 * i], t.coef + 2 * i),
+                                          cubicSums<cn>(row + t.ofs[4 * i + 4], t.coef + 2 * i + 2));
+        if constexpr (cn == 4) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * i), r);
+        } else {
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 3 * i), r);
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 3 * i + 3), _mm_srli_si128(r, 8));
+        }
+    }
+    hCubic8uScalar(row, out, t, i, n);
+}
+
+void sse2HCubic8u(const uint8_t* row, int16_t* out, const CubicTaps8u& t, int n) {
+    if (t.channelStep == 1 && t.pixelStep == 3 && t.cn == 3) return hCubicVec<3>(row, out, t, n);
+    if (t.channelStep == 1 && t.pixelStep == 4 && t.cn == 4) return hCubicVec<4>(row, out, t, n);
+    hCubic8uScalar(row, out, t, 0, n);
+}
+
+
+// ---------------------------------------------------------------------------
+// The vertical passes: one template over the vector layer.
+
 void sse2VLinear8u(const int16_t* h0, const int16_t* h1, uint8_t* d, int w, size_t n) {
-    if (n < 16) return vLinear8uScalar(h0, h1, d, w, 0, n);
-    const __m128i wv = _mm_set1_epi32((kWeightOne - w) | (w << 16));
-    auto step = [&](size_t i) {
-        auto ld = [](const int16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
-        const __m128i a = vSums(ld(h0 + i), ld(h1 + i), wv);
-        const __m128i b = vSums(ld(h0 + i + 8), ld(h1 + i + 8), wv);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_packus_epi16(a, b));
-    };
-    size_t i = 0;
-    for (; i + 16 <= n; i += 16) step(i);
-    if (i < n) step(n - 16);  // the last values again, from the same inputs
+    const int16_t* const rows[2] = {h0, h1};
+    const int32_t weights[1] = {(kWeightOne - w) | (w << 16)};
+    if (!weighRows<simd::Sse2, 1, 18>(rows, weights, d, n)) vLinear8uScalar(h0, h1, d, w, 0, n);
+}
+
+void sse2VCubic8u(const int16_t* const h[4], uint8_t* d, const int32_t coef[2], size_t n) {
+    if (!weighRows<simd::Sse2, 2, 17>(h, coef, d, n)) vCubic8uScalar(h, d, coef, 0, n);
 }
 
 // ---------------------------------------------------------------------------
@@ -175,6 +201,50 @@ void sse2WarpLinear8u(const core::SampledSource& s, const Edges& e, const double
 }
 
 // ---------------------------------------------------------------------------
+// 8U cubic sampling at given positions, a pixel at a time: weights as the
+// scalar form finds them, each of the four rows summed as in resampling, the
+// column by multiply-adds of row pairs.
+
+template <int cn>
+void warpCubicVec(const core::SampledSource& s, const Edges& e, const double* sx, const double* sy,
+                  int n, uint8_t* d) {
+    // Neighbours x0 - 1 .. x0 + 2 and y0 - 1 .. y0 + 2; the reads from x0 - 1
+    // reach pixel x0 + 3 when cn is 3.
+    const double xLim = s.width - (cn == 3 ? 3.0 : 2.0), yLim = s.height - 2.0;
+    for (int i = 0; i < n; ++i) {
+        const double x = sx[i], y = sy[i];
+        if (!(x >= 1 && x < xLim && y >= 1 && y < yLim)) {
+            warpCubic8uScalar(s, e, sx, sy, i, i + 1, d);
+            continue;
+        }
+        const double fx = std::floor(x), fy = std::floor(y);
+        int32_t qx[4], qy[4];
+        fixedCubicWeights(x - fx, qx);
+        fixedCubicWeights(y - fy, qy);
+        const int32_t cx[2] = {(qx[0] & 0xFFFF) | (qx[1] << 16), (qx[2] & 0xFFFF) | (qx[3] << 16)};
+        const uint8_t* p = reinterpret_cast<const uint8_t*>(s.data) +
+                           (static_cast<ptrdiff_t>(fy) - 1) * s.rowStep + (static_cast<ptrdiff_t>(fx) - 1) * cn;
+        const __m128i h01 = _mm_packs_epi32(cubicSums<cn>(p, cx), cubicSums<cn>(p + s.rowStep, cx));
+        const __m128i h23 = _mm_packs_epi32(cubicSums<cn>(p + 2 * s.rowStep, cx), cubicSums<cn>(p + 3 * s.rowStep, cx));
+        const __m128i v = _mm_add_epi32(
+            _mm_madd_epi16(_mm_unpacklo_epi16(h01, _mm_srli_si128(h01, 8)), _mm_set1_epi32((qy[0] & 0xFFFF) | (qy[1] << 16))),
+            _mm_madd_epi16(_mm_unpacklo_epi16(h23, _mm_srli_si128(h23, 8)), _mm_set1_epi32((qy[2] & 0xFFFF) | (qy[3] << 16))));
+        const __m128i r = _mm_srai_epi32(_mm_add_epi32(v, _mm_set1_epi32(1 << 16)), 17);
+        const __m128i b = _mm_packus_epi16(_mm_packs_epi32(r, r), r);
+        const int32_t bytes = _mm_cvtsi128_si32(b);
+        std::memcpy(d + i * cn, &bytes, cn);
+    }
+}
+
+void sse2WarpCubic8u(const core::SampledSource& s, const Edges& e, const double* sx,
+                     const double* sy, int n, uint8_t* d) {
+    const bool interleaved = s.channelStep == 1 && s.pixelStep == s.channels;
+    if (interleaved && s.channels == 3 && s.width >= 5 && s.height >= 4) return warpCubicVec<3>(s, e, sx, sy, n, d);
+    if (interleaved && s.channels == 4 && s.width >= 4 && s.height >= 4) return warpCubicVec<4>(s, e, sx, sy, n, d);
+    warpCubic8uScalar(s, e, sx, sy, 0, n, d);
+}
+
+// ---------------------------------------------------------------------------
 // Pixel reversal by word and double-word shuffles, for pixels of 1, 2, 4 and
 // 8 bytes.
 
@@ -206,8 +276,8 @@ void sse2Reverse(const char* s, char* d, size_t n, size_t pixelBytes) {
 }  // namespace
 
 const KernelTable& kernelTableSse2() {
-    static const KernelTable table{&sse2HLinear8u, &sse2VLinear8u, &sse2Box2x2, &sse2WarpLinear8u,
-                                   &sse2Reverse};
+    static const KernelTable table{&sse2HLinear8u, &sse2VLinear8u, &sse2HCubic8u, &sse2VCubic8u,
+                                   &sse2Box2x2,    &sse2WarpLinear8u, &sse2WarpCubic8u, &sse2Reverse};
     return table;
 }
 

@@ -27,6 +27,7 @@ enum class Path {
     Nearest,  // copies
     Generic,  // separable weighted sums in double precision
     Linear8u, // fixed-point, horizontal pass into 16-bit rows, then vertical
+    Cubic8u,  // likewise, with four taps
     Box2x2,   // 8U halving, linear or super-sampled: the rounded 2 x 2 mean
 };
 
@@ -81,6 +82,7 @@ struct Context {
     Scratch<uint8_t> out8;   // a row before it is spread into a strided destination
     Scratch<int32_t> ofs, coef;
     int vecCount = 0;        // outputs whose 8-byte reads stay inside a source row
+    int vecFrom = 0, vecTo = 0;  // cubic: outputs the vector forms take (CubicTaps8u)
 };
 
 // Writes n dense pixels of cn values into a destination row of any layout.
@@ -207,6 +209,32 @@ void linear8uRow(const core::SampledSource& s, const core::SampledRow& r, Contex
     if (!dense) spread(out, r.dst, n);
 }
 
+void cubic8uRow(const core::SampledSource& s, const core::SampledRow& r, Context& k) {
+    const int cn = s.channels, n = r.width;
+    CubicTaps8u taps;
+    taps.ofs = k.ofs.get() + 4 * r.x;
+    taps.coef = k.coef.get() + 2 * r.x;
+    taps.pixelStep = s.pixelStep;
+    taps.channelStep = s.channelStep;
+    taps.cn = cn;
+    taps.vecFrom = std::clamp(k.vecFrom - r.x, 0, n);
+    taps.vecTo = std::clamp(k.vecTo - r.x, taps.vecFrom, n);
+    const int f = k.ay.first[r.y];
+    const int32_t* rows = &k.ay.index[f];
+    const int32_t* w = &k.ay.fixedW[4 * r.y];
+    const int32_t coef[2] = {(w[0] & 0xFFFF) | (w[1] << 16), (w[2] & 0xFFFF) | (w[3] << 16)};
+    const int16_t* h[4];
+    for (int j = 0; j < 4; ++j)
+        h[j] = k.cache8.get(rows[j], r.x, n, rows, 4, [&](int16_t* slot) {
+            k.table->hCubic8u(reinterpret_cast<const uint8_t*>(s.data) + rows[j] * s.rowStep, slot,
+                              taps, n);
+        });
+    const bool dense = denseRow(r.dst, 1);
+    uint8_t* out = dense ? reinterpret_cast<uint8_t*>(r.dst.data) : k.out8.get();
+    k.table->vCubic8u(h, out, coef, static_cast<size_t>(n) * cn);
+    if (!dense) spread(out, r.dst, n);
+}
+
 void box2x2Row(const core::SampledSource& s, const core::SampledRow& r, Context& k) {
     const int cn = s.channels;
     const auto* r0 = reinterpret_cast<const uint8_t*>(s.data) + 2 * r.y * s.rowStep + 2 * r.x * cn;
@@ -223,6 +251,7 @@ void resampleRow(const core::SampledSource& s, const core::SampledRow& r, void* 
         case Path::Nearest: return nearestRow<T>(s, r, k);
         case Path::Generic: return genericRow<T>(s, r, k);
         case Path::Linear8u: return linear8uRow(s, r, k);
+        case Path::Cubic8u: return cubic8uRow(s, r, k);
         case Path::Box2x2: return box2x2Row(s, r, k);
     }
 }
@@ -243,9 +272,10 @@ bool prepare(Context& k, const OzlImage* src, const OzlImage* dst, Inter inter, 
     else if (is8u && halving && interleaved && (inter == Inter::Linear || inter == Inter::Super))
         k.path = Path::Box2x2;  // both reduce to the rounded mean of each 2 x 2 block
     else if (is8u && inter == Inter::Linear) k.path = Path::Linear8u;
+    else if (is8u && inter == Inter::Cubic) k.path = Path::Cubic8u;
     else k.path = Path::Generic;
 
-    const bool fixed = k.path == Path::Linear8u;
+    const bool fixed = k.path == Path::Linear8u || k.path == Path::Cubic8u;
     if (!k.ax.build(inter, W, f[0], f[1], outW, fixed) ||
         !k.ay.build(inter, H, f[2], f[3], outH, fixed))
         return false;
@@ -256,14 +286,35 @@ bool prepare(Context& k, const OzlImage* src, const OzlImage* dst, Inter inter, 
         if (!k.acc.allocate(2 * values)) return false;
         if (inter != Inter::Super && !k.cache.allocate(k.ay.maxTaps, values)) return false;
     }
+    // The pixel step of the source and of any copy the walk makes of it;
+    // only pixel-order rows are read 8 bytes at a time.
+    const bool planes = src->dataOrder == OZL_DATA_ORDER_PLANE;
+    const ptrdiff_t pixelStep = planes ? 1 : src->nChannels;
+    const ptrdiff_t rowBytes = static_cast<ptrdiff_t>(W) * pixelStep;
+    if (k.path == Path::Cubic8u) {
+        if (!k.cache8.allocate(4, values + 16) || !k.ofs.allocate(4 * static_cast<size_t>(outW)) ||
+            !k.coef.allocate(2 * static_cast<size_t>(outW)))
+            return false;
+        // The vector forms take the run of outputs whose neighbours follow
+        // one another and whose 16 bytes lie inside the row.
+        k.vecFrom = k.vecTo = 0;
+        bool inRun = false;
+        for (int i = 0; i < outW; ++i) {
+            const int32_t* idx = &k.ax.index[k.ax.first[i]];
+            const int32_t* w = &k.ax.fixedW[4 * i];
+            for (int t = 0; t < 4; ++t) k.ofs[4 * i + t] = static_cast<int32_t>(idx[t] * pixelStep);
+            k.coef[2 * i] = (w[0] & 0xFFFF) | (w[1] << 16);
+            k.coef[2 * i + 1] = (w[2] & 0xFFFF) | (w[3] << 16);
+            const bool vec = !planes && idx[1] == idx[0] + 1 && idx[2] == idx[0] + 2 &&
+                             idx[3] == idx[0] + 3 && k.ofs[4 * i] + 16 <= rowBytes;
+            if (vec && !inRun && k.vecTo == 0) k.vecFrom = i, inRun = true;
+            if (vec && inRun) k.vecTo = i + 1;
+            if (!vec) inRun = false;
+        }
+    }
     if (k.path == Path::Linear8u) {
         if (!k.cache8.allocate(2, values + 16) || !k.ofs.allocate(outW) || !k.coef.allocate(outW))
             return false;
-        // The pixel step of the source and of any copy the walk makes of it;
-        // only pixel-order rows are read 8 bytes at a time.
-        const bool planes = src->dataOrder == OZL_DATA_ORDER_PLANE;
-        const ptrdiff_t pixelStep = planes ? 1 : src->nChannels;
-        const ptrdiff_t rowBytes = static_cast<ptrdiff_t>(W) * pixelStep;
         k.vecCount = 0;
         for (int i = 0; i < outW; ++i) {
             k.ofs[i] = static_cast<int32_t>(k.ax.pair[i] * pixelStep);

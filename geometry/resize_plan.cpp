@@ -34,7 +34,7 @@ bool ResampleAxis::build(Inter inter, int size, int num, int den, int n, bool fi
     if (!first.allocate(n) || !taps.allocate(n) || !index.allocate(total) ||
         !weight.allocate(total))
         return false;
-    if (fixed8u && (!pair.allocate(n) || !fixedW.allocate(n))) return false;
+    if (fixed8u && (!pair.allocate(n) || !fixedW.allocate(total))) return false;
     divisor = inter == Inter::Super ? static_cast<double>(den) : 1.0;
     int32_t at = 0;
     for (int64_t i = 0; i < n; ++i) {
@@ -78,6 +78,7 @@ bool ResampleAxis::build(Inter inter, int size, int num, int den, int n, bool fi
                 double w[4];
                 cubicWeights(f, w);
                 for (int k = 0; k < 4; ++k) add(x0 - 1 + k, w[k]);
+                if (fixed8u) fixedCubicWeights(f, &fixedW[4 * i]);
                 break;
             }
             case Inter::Super: {

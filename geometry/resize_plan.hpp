@@ -27,7 +27,7 @@ struct ResampleAxis {
     double divisor = 1.0;
     // 8U linear: the first neighbour, and the second's fixed-point weight
     // (the second neighbour is the next pixel, or the same one in a source
-    // one pixel wide).
+    // one pixel wide). 8U cubic: the four weights in 1/2048, in fixedW.
     Scratch<int32_t> pair, fixedW;
 
     // False when memory runs out.

@@ -65,6 +65,16 @@ void positions(const Context& k, const core::SampledSource& s, const core::Sampl
         case Mapping::Remap: {
             const core::RowView& mx = r.aligned[0];
             const core::RowView& my = r.aligned[1];
+            if (mx.pixelStep == sizeof(float) && my.pixelStep == sizeof(float)) {
+                // Dense maps: a loop the compiler turns into vector conversions.
+                const char* px = mx.data + from * sizeof(float);
+                const char* py = my.data + from * sizeof(float);
+                for (int i = 0; i < n; ++i) {
+                    sx[i] = loadValue<float>(px + i * sizeof(float));
+                    sy[i] = loadValue<float>(py + i * sizeof(float));
+                }
+                break;
+            }
             for (int i = 0; i < n; ++i) {
                 sx[i] = loadValue<float>(mx.data + (from + i) * mx.pixelStep);
                 sy[i] = loadValue<float>(my.data + (from + i) * my.pixelStep);
@@ -79,16 +89,17 @@ void warpRow(const core::SampledSource& s, const core::SampledRow& r, void* cont
     const Context& k = *static_cast<const Context*>(context);
     double sx[kChunk], sy[kChunk];
     const int cn = s.channels;
-    // Interleaved 8-bit pixels on both sides take the vector sampler.
-    const bool interleaved8u = std::is_same_v<T, uint8_t> && k.inter == Inter::Linear &&
-                               s.pixelStep == cn && s.channelStep == 1 &&
-                               r.dst.pixelStep == cn && r.dst.channelStep == 1;
+    // Interleaved 8-bit pixels on both sides take the vector samplers.
+    const WarpSample8uFn sampler = k.inter == Inter::Linear  ? k.table->warpLinear8u
+                                   : k.inter == Inter::Cubic ? k.table->warpCubic8u
+                                                             : nullptr;
+    const bool interleaved8u = std::is_same_v<T, uint8_t> && sampler && s.pixelStep == cn &&
+                               s.channelStep == 1 && r.dst.pixelStep == cn && r.dst.channelStep == 1;
     for (int from = 0; from < r.width; from += kChunk) {
         const int n = std::min(kChunk, r.width - from);
         positions(k, s, r, from, n, sx, sy);
         if (interleaved8u) {
-            k.table->warpLinear8u(s, k.edges, sx, sy, n,
-                                  reinterpret_cast<uint8_t*>(r.dst.data) + from * cn);
+            sampler(s, k.edges, sx, sy, n, reinterpret_cast<uint8_t*>(r.dst.data) + from * cn);
             continue;
         }
         for (int i = 0; i < n; ++i)
@@ -168,9 +179,13 @@ void runWarp(const Entry& entry, OzlImage* src, OzlImage* dst, const Mapping& ma
     job.width = job.areaWidth = size.width;
     job.height = job.areaHeight = size.height;
     if (mapping.kind == Mapping::Affine && !fill) affineArea(mapping, rs.width, rs.height, job);
-    // Destination blocks whose sources stay in the caches while they are read.
-    job.blockWidth = kBlockWidth;
-    job.blockHeight = kBlockHeight;
+    // Destination blocks whose sources stay in the caches while they are read;
+    // remapping reads its maps in rows, which the blocks would cut into
+    // short pieces of many rows.
+    if (mapping.kind != Mapping::Remap) {
+        job.blockWidth = kBlockWidth;
+        job.blockHeight = kBlockHeight;
+    }
     walkDone(entry, core::walkSampled(job));
     image::releaseMask(mask);
 }

@@ -891,7 +891,11 @@ OZL_API void OZL_CALL ozlColorMedianFilter(OzlImage *srcImage, OzlImage *dstImag
  * results are not clamped. 8U linear interpolation is fixed-point instead:
  * fractions rounded to 1/2048 (halves up) give the weights 2048 - w and w,
  * each row pair is summed as h = (p0 (2048 - wx) + p1 wx + 8) >> 4, and the
- * result is (h0 (2048 - wy) + h1 wy + 131072) >> 18.
+ * result is (h0 (2048 - wy) + h1 wy + 131072) >> 18. So is 8U cubic
+ * interpolation: the weights w0, w1, w3 of each axis rounded to 1/2048
+ * (halves up) and w2 = 2048 - w0 - w1 - w3, each row summed as
+ * h = (p0 w0 + p1 w1 + p2 w2 + p3 w3 + 16) >> 5, and the result
+ * (h0 w0 + h1 w1 + h2 w2 + h3 w3 + 65536) >> 17, saturated.
  *
  * OZL_FILL_FROM_BORDER, ORed into the interpolation of a warp, rotation, shear
  * or remap: pixels beyond the source region's edges read as the source's

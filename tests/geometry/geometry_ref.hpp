@@ -116,9 +116,21 @@ inline double linear8u(double p00, double p10, double p01, double p11, long long
 
 // The cubic value of processed channel k with (x0, y0) the pixel at or left of
 // and above the position and (fx, fy) the position's fraction past it.
+// 8U: weights in 1/2048 (the third one making the sum), rows in 1/64 of a level.
 inline double cubicAt(const Source& s, long long x0, long long y0, double fx, double fy, int k) {
     double wx[4], wy[4], sum = 0;
     cubicWeights(fx, wx), cubicWeights(fy, wy);
+    if (s.im->depth == OZL_DEPTH_8U) {
+        long long qx[4], qy[4], total = 0;
+        for (int i : {0, 1, 3}) qx[i] = std::llround(std::floor(wx[i] * 2048 + 0.5)), qy[i] = std::llround(std::floor(wy[i] * 2048 + 0.5));
+        qx[2] = 2048 - qx[0] - qx[1] - qx[3], qy[2] = 2048 - qy[0] - qy[1] - qy[3];
+        for (int j = 0; j < 4; ++j) {
+            long long h = 16;
+            for (int i = 0; i < 4; ++i) h += qx[i] * static_cast<long long>(s.pixel(x0 - 1 + i, y0 - 1 + j, k));
+            total += qy[j] * (h >> 5);
+        }
+        return static_cast<double>(std::clamp((total + 65536) >> 17, 0LL, 255LL));
+    }
     for (int j = 0; j < 4; ++j) {
         double h = 0;
         for (int i = 0; i < 4; ++i) h += wx[i] * s.pixel(x0 - 1 + i, y0 - 1 + j, k);
