@@ -11,7 +11,9 @@
 #include "core/checks.hpp"
 #include "core/pixelwise.hpp"
 #include "image/depth.hpp"
+#include "image/layout.hpp"
 #include "image/region.hpp"
+#include "image/tiles.hpp"
 
 namespace ozl::arith {
 
@@ -21,6 +23,9 @@ using core::Caller;
 using core::refuse;
 
 constexpr const char* kModule = "ozlcompare";
+
+// Bytes read and written from which the result is stored past the caches.
+constexpr int64_t kStreamFrom = int64_t{16} << 20;
 
 // Source lines of the reports.
 enum Line {
@@ -232,6 +237,15 @@ OzlStatus run(const Caller& c, Rel rel, OzlImage* img1, OzlImage* img2, OzlImage
     operands.src[0] = img1;
     operands.src[1] = img2;
     operands.dst = res;
+    // Operands that outgrow the caches: the result's lines are stored past
+    // them instead of being read first (not with a mask or tiles, whose rows
+    // are computed into a buffer that is read straight back).
+    const core::Size size = core::commonSize(operands, mask.image);
+    const int64_t pixelBits =
+        int64_t{img1->nChannels} * image::depthBits(img1->depth) * (img2 ? 2 : 1) + 1;
+    args.stream = !mask.image && !image::isTiled(img1) && !image::isTiled(img2) &&
+                  !image::isTiled(res) &&
+                  int64_t{size.width} * size.height * pixelBits / 8 >= kStreamFrom;
     const int result = core::mapPixels(operands, mask.image, kernel);
     release(mask);
     if (result == core::kMapNoMemory)

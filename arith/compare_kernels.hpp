@@ -40,6 +40,9 @@ struct CompareArgs {
     int32_t value = 0;
     float real = 0.0f;
     float eps = 0.0f;
+    // Sources too large for the caches: the result's blocks are stored past
+    // them, which saves reading the result's lines first.
+    bool stream = false;
 };
 
 // Folds n floats into the running range [*lo, *hi] (see lower and upper).
@@ -162,33 +165,15 @@ struct Channels {
 // The vector forms over a level's lanes. Lanes provide
 //   kPixels (pixels per block), Mask, Narrower (lanes to finish with, or
 //   void), Block<rel, T, form>(args) with Mask at(const T* a, const T* b),
-//   both(Mask, Mask) (AND) and store(uint8_t* out, Mask) (kPixels / 8 bytes,
-//   most significant bit first). Returns the pixels done, a multiple of 8.
+//   both(Mask, Mask) (AND), store(uint8_t* out, Mask) (kPixels / 8 bytes,
+//   most significant bit first), stream(out, Mask) (the same past the caches)
+//   and fence() (after streaming). Returns the pixels done, a multiple of 8.
 template <class Lanes, Rel rel, class T, Form form>
 static inline size_t vectorPixels(Channels a, Channels b, int channels, uint8_t* out,
                                   size_t from, size_t width, const CompareArgs& args) {
     constexpr size_t kPixels = Lanes::kPixels;
     const typename Lanes::template Block<rel, T, form> block(args);
     size_t x = from;
-    if (channels == 1) {
-        // The common case, without the loop over channels, two blocks a step.
-        const T* pa = a.at<T>(0, x);
-        const T* pb = form == Form::Images ? b.at<T>(0, x) : nullptr;
-        uint8_t* o = out + x / 8;
-        for (; x + 2 * kPixels <= width; x += 2 * kPixels) {
-            const auto m0 = block.at(pa, pb);
-            const auto m1 = block.at(pa + kPixels, form == Form::Images ? pb + kPixels : nullptr);
-            Lanes::store(o, m0);
-            Lanes::store(o + kPixels / 8, m1);
-            pa += 2 * kPixels;
-            if (form == Form::Images) pb += 2 * kPixels;
-            o += kPixels / 4;
-        }
-        if (x + kPixels <= width) {
-            Lanes::store(o, block.at(pa, pb));
-            x += kPixels;
-        }
-    }
     for (; x + kPixels <= width; x += kPixels) {
         auto m = block.at(a.at<T>(0, x), form == Form::Images ? b.at<T>(0, x) : nullptr);
         for (int ch = 1; ch < channels; ++ch)
@@ -204,30 +189,63 @@ static inline size_t vectorPixels(Channels a, Channels b, int channels, uint8_t*
 
 // The rows of one relation, value type and form at one level (Lanes void:
 // the scalar reference): `rows` rows, each operand's rowSteps bytes apart.
-template <class Lanes, Rel rel, class T, Form form>
-static void compareRows(const core::RowView* src, const core::RowView& dst, size_t width,
-                        size_t rows, const ptrdiff_t* rowSteps, const void* context) {
-    const auto& args = *static_cast<const CompareArgs*>(context);
+// Every field the loops need is in a local: the result's byte stores may
+// alias anything, and a field read again per row costs as much as a block.
+template <class Lanes, Rel rel, class T, Form form, bool kStream>
+static void compareRowsAs(const core::RowView* src, const core::RowView& dst, size_t width,
+                          size_t rows, const ptrdiff_t* rowSteps, const CompareArgs& args) {
     core::RowView a = src[0], b = src[1];
     auto* out = reinterpret_cast<uint8_t*>(dst.data);
+    const ptrdiff_t aStep = rowSteps[0], bStep = rowSteps[1];
     const ptrdiff_t outStep = rowSteps[core::kDstOperand];
-    const bool vector = !std::is_void_v<Lanes> && packedChannels<T>(a) &&
-                        (form == Form::Constant || packedChannels<T>(b));
-    for (size_t r = 0; r < rows; ++r, a.data += rowSteps[0], b.data += rowSteps[1],
-                out += outStep) {
+    for (size_t r = 0; r < rows; ++r, a.data += aStep, b.data += bStep, out += outStep) {
         if constexpr (std::is_same_v<T, Bits>) {
             bitPixels<rel, form>(a, b, out, width, args);
         } else {
             size_t done = 0;
             if constexpr (!std::is_void_v<Lanes>) {
-                if (vector)
+                const bool vector = packedChannels<T>(a) &&
+                                    (form == Form::Constant || packedChannels<T>(b));
+                if (vector && a.channels == 1) {
+                    // The common case: one channel, two blocks a step.
+                    constexpr size_t kPixels = Lanes::kPixels;
+                    const typename Lanes::template Block<rel, T, form> block(args);
+                    const T* pa = reinterpret_cast<const T*>(a.data);
+                    const T* pb = reinterpret_cast<const T*>(b.data);
+                    for (; done + 2 * kPixels <= width; done += 2 * kPixels) {
+                        const auto m0 = block.at(pa + done, form == Form::Images ? pb + done : nullptr);
+                        const auto m1 = block.at(pa + done + kPixels,
+                                                 form == Form::Images ? pb + done + kPixels : nullptr);
+                        uint8_t* o = out + done / 8;
+                        if constexpr (kStream) {
+                            Lanes::stream(o, m0);
+                            Lanes::stream(o + kPixels / 8, m1);
+                        } else {
+                            Lanes::store(o, m0);
+                            Lanes::store(o + kPixels / 8, m1);
+                        }
+                    }
+                }
+                if (vector && done + 8 <= width)
                     done = vectorPixels<Lanes, rel, T, form>({a.data, a.channelStep},
                                                              {b.data, b.channelStep},
-                                                             a.channels, out, 0, width, args);
+                                                             a.channels, out, done, width, args);
             }
-            scalarPixels<rel, T, form>(a, b, out, done, width, args);
+            if (done < width) scalarPixels<rel, T, form>(a, b, out, done, width, args);
         }
     }
+    if constexpr (kStream) Lanes::fence();
+}
+
+template <class Lanes, Rel rel, class T, Form form>
+static void compareRows(const core::RowView* src, const core::RowView& dst, size_t width,
+                        size_t rows, const ptrdiff_t* rowSteps, const void* context) {
+    const auto& args = *static_cast<const CompareArgs*>(context);
+    if constexpr (!std::is_void_v<Lanes> && !std::is_same_v<T, Bits>) {
+        if (args.stream)
+            return compareRowsAs<Lanes, rel, T, form, true>(src, dst, width, rows, rowSteps, args);
+    }
+    compareRowsAs<Lanes, rel, T, form, false>(src, dst, width, rows, rowSteps, args);
 }
 
 template <class Lanes, Rel rel, class T, Form form>

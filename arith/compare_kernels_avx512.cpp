@@ -94,6 +94,15 @@ struct BitMaskLanes {
     static void store(uint8_t* out, Mask m) {
         std::memcpy(out, &m, 8);  // little-endian: first pixels first
     }
+    static void stream(uint8_t* out, Mask m) {
+#if defined(__x86_64__) || defined(_M_X64)
+        _mm_stream_si64(reinterpret_cast<long long*>(out), static_cast<long long>(m));
+#else
+        _mm_stream_si32(reinterpret_cast<int*>(out), static_cast<int>(m));
+        _mm_stream_si32(reinterpret_cast<int*>(out + 4), static_cast<int>(m >> 32));
+#endif
+    }
+    static void fence() { _mm_sfence(); }
 };
 
 }  // namespace

@@ -105,6 +105,9 @@ struct ByteMaskLanes {
         const uint32_t bits = Vx::msbFirstBits(m);
         std::memcpy(out, &bits, kPixels / 8);  // little-endian: first pixels first
     }
+    // Two or four bytes a block are too few to stream.
+    static void stream(uint8_t* out, Mask m) { store(out, m); }
+    static void fence() {}
 };
 
 // The float range over a level's float vectors: two running minima and maxima

@@ -82,7 +82,8 @@ extern "C" OZL_API void OZL_CALL ozlCopy(OzlImage* srcImage, OzlImage* dstImage)
         return release();
     }
 
-    const ozl::core::LedSource source{srcImage};
+    ozl::core::LedSource source{srcImage};
+    source.tilesInPlace = true;  // the untiled copy copes with memory it shares with the destination
     const ozl::core::LedResult walked = ozl::core::walkLed(
         dstImage, &source, 1, mask.image, size.width, size.height,
         [&](const ozl::core::LedPiece& piece) {

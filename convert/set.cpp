@@ -61,6 +61,7 @@ extern "C" OZL_API void OZL_CALL ozlSet(OzlImage* image, int fillValue) {
         ozl::image::elemBytes(ozl::image::bitsElemOf(image->depth)))];
     kernel.context = &args;
     kernel.withAlpha = true;
+    kernel.uniform = true;
     // Row padding belongs to the caller when the data is the caller's: rows
     // only (rows without padding still merge into one run).
     kernel.wholeBuffer = false;

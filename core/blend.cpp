@@ -7,6 +7,7 @@ namespace ozl::core {
 
 const BlendTable& blendTableSse2();
 const BlendTable& blendTableAvx2();
+const BlendTable& blendTableAvx512();
 
 namespace {
 
@@ -21,7 +22,8 @@ const BlendTable& blendTableRef() {
     return table;
 }
 
-constexpr simd::PerLevel<BlendTable> kBlends{&blendTableRef, &blendTableSse2, &blendTableAvx2};
+constexpr simd::PerLevel<BlendTable> kBlends{&blendTableRef, &blendTableSse2, &blendTableAvx2,
+                                             &blendTableAvx512};
 
 }  // namespace
 

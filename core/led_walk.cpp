@@ -46,6 +46,33 @@ bool noMargins(const LedSource& s) {
     return s.left == 0 && s.top == 0 && s.right == 0 && s.bottom == 0;
 }
 
+// The tile of a source that holds the whole piece at (x, y) of size w x h, when
+// the source may be read in place there: its own tile record (a record shared
+// with another operand would have its tile replaced under it).
+struct InPlaceTile {
+    bool use = false;
+    int column = 0, row = 0, x = 0, y = 0;  // the tile, and the piece's place in it
+};
+InPlaceTile inPlaceTile(const LedSource* sources, int nSources, int i, const OzlImage* dst,
+                        int x, int y, int w, int h) {
+    const LedSource& s = sources[i];
+    InPlaceTile t;
+    if (!s.tilesInPlace || !image::isTiled(s.image) || !noMargins(s)) return t;
+    const OzlTileInfo* info = s.image->tileInfo;
+    if (dst->tileInfo == info) return t;
+    for (int j = 0; j < nSources; ++j)
+        if (j != i && sources[j].image && sources[j].image->tileInfo == info) return t;
+    const image::Origin o = image::regionOrigin(s.image);
+    const long long px = static_cast<long long>(o.x) + x, py = static_cast<long long>(o.y) + y;
+    t.x = static_cast<int>(px % info->width);
+    t.y = static_cast<int>(py % info->height);
+    if (t.x + w > info->width || t.y + h > info->height) return t;
+    t.column = static_cast<int>(px / info->width);
+    t.row = static_cast<int>(py / info->height);
+    t.use = true;
+    return t;
+}
+
 }  // namespace
 
 LedResult walkLed(OzlImage* dst, const LedSource* sources, int nSources, const OzlImage* mask,
@@ -92,6 +119,7 @@ LedResult walkLed(OzlImage* dst, const LedSource* sources, int nSources, const O
                 }
             }
             PieceBlocks blocks;
+            InPlaceTile inPlace[kMaxSources];
             bool ok = true;
             for (int i = 0; i < nSources && ok; ++i) {
                 if (!sources[i].image) continue;
@@ -104,6 +132,22 @@ LedResult walkLed(OzlImage* dst, const LedSource* sources, int nSources, const O
                                            &rois[i]);
                 } else if (sources[i].image == dst && noMargins(sources[i]) && lead == dst) {
                     header = nullptr;  // the destination's own tile, set below
+                } else if ((inPlace[i] = inPlaceTile(sources, nSources, i, dst, x, y, w, h)).use) {
+                    OzlTileInfo* tile = sources[i].image->tileInfo;
+                    tile->callBack(sources[i].image, inPlace[i].column, inPlace[i].row,
+                                   OZL_GET_TILE_TO_READ);
+                    piece.fetched[i] = true;
+                    if (!tile->tileData) {
+                        // As a bordered fetch of the tile would have failed.
+                        inPlace[i].use = false;
+                        result.kind = LedResult::Fetch;
+                        result.source = i;
+                        result.fetch = FetchedBlock::TileFailed;
+                        ok = false;
+                    } else {
+                        image::makeTileStandIn(sources[i].image, inPlace[i].x, inPlace[i].y, w, h,
+                                               header, &rois[i]);
+                    }
                 } else {
                     const FetchedBlock::Status st = sourceStandIn(sources[i], x, y, w, h, header,
                                                                   &rois[i], &blocks.data[i]);
@@ -137,6 +181,10 @@ LedResult walkLed(OzlImage* dst, const LedSource* sources, int nSources, const O
                     ok = false;
                 }
             }
+            for (int i = 0; i < nSources; ++i)
+                if (inPlace[i].use)
+                    sources[i].image->tileInfo->callBack(sources[i].image, inPlace[i].column,
+                                                         inPlace[i].row, OZL_RELEASE_TILE);
             if (lead) lead->tileInfo->callBack(lead, tileX, tileY, OZL_RELEASE_TILE);
             if (!ok) return result;
             x += w;

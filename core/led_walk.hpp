@@ -19,13 +19,18 @@ struct LedSource {
     OzlImage* image = nullptr;
     // Pixels the piece needs beyond its own footprint, on each side.
     int left = 0, top = 0, right = 0, bottom = 0;
+    // A tiled source without margins may be read in its own tile (fetched
+    // for reading, released after the piece) where the piece lies within one,
+    // instead of being copied out: for pieces that cope with a source sharing
+    // memory with the destination.
+    bool tilesInPlace = false;
 };
 
 struct LedPiece {
     OzlImage* dst = nullptr;               // stand-in: the piece of the destination region
     OzlImage* src[kMaxSources] = {};       // stand-ins: region = the piece's footprint, margins around it
     OzlImage* mask = nullptr;              // stand-in over the mask's part, or nullptr
-    bool fetched[kMaxSources] = {};        // the source came through the bordered fetch
+    bool fetched[kMaxSources] = {};        // the source came through its tile callback
     int x = 0, y = 0;                      // the piece's place in the walked region
 };
 

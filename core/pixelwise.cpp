@@ -55,23 +55,50 @@ struct MaskRow {
     size_t bit = 0;
 };
 
+// The chunks of the gathered and masked rows, kept by the caller of the rows
+// (a frame this size per row costs as much as a short row). `uniformRun`: the
+// computed chunk of a uniform kernel is already in `r`.
+struct Chunks {
+    alignas(32) char a[kChunkBytes];
+    alignas(32) char b[kChunkBytes];
+    alignas(32) char d[kChunkBytes];
+    alignas(32) char r[kChunkBytes];
+    bool uniformRun = false;
+    BlendFn blend = nullptr;  // the level's blend of the destination's values
+};
+
+// Pixels of g values of up to 4 bytes in a chunk (the common counts without
+// a division: it would cost as much as a short masked row).
+size_t chunkPixels(int g) {
+    switch (g) {
+        case 1: return kChunkBytes / 4;
+        case 2: return kChunkBytes / 8;
+        case 3: return kChunkBytes / 12;
+        case 4: return kChunkBytes / 16;
+        default: return kChunkBytes / (static_cast<size_t>(g) * 4);
+    }
+}
+
 // One row of `width` pixels of nCh values each. Strided operands (a channel
 // of interest, alpha, several channels taken one at a time) are gathered into
 // contiguous chunks so the run kernels see plain arrays; a mask writes the
 // computed chunk through the blend.
 void valueRow(const MapKernel& k, ValueRow a, ValueRow b, ValueRow d, int nCh, MaskRow mask,
-              size_t width) {
+              size_t width, Chunks& chunks) {
     const bool dense = (!a.data || a.stride == nCh) && (!b.data || b.stride == nCh) &&
                        d.stride == nCh;
     if (dense && !mask.bits) {
         k.run(a.data, b.data, d.data, width * nCh, k.context);
         return;
     }
-    alignas(32) char ta[kChunkBytes], tb[kChunkBytes], td[kChunkBytes], tr[kChunkBytes];
-    const BlendFn blend = mask.bits ? blendFor(d.size) : nullptr;
+    char* ta = chunks.a;
+    char* tb = chunks.b;
+    char* td = chunks.d;
+    char* tr = chunks.r;
+    const BlendFn blend = chunks.blend;
     for (int c0 = 0; c0 < nCh; c0 += kGroupChannels) {
         const int g = std::min(kGroupChannels, nCh - c0);
-        const size_t chunk = kChunkBytes / (static_cast<size_t>(g) * 4);
+        const size_t chunk = chunkPixels(g);
         for (size_t done = 0; done < width; done += chunk) {
             const size_t n = std::min(chunk, width - done);
             auto at = [&](const ValueRow& r) {
@@ -96,7 +123,12 @@ void valueRow(const MapKernel& k, ValueRow a, ValueRow b, ValueRow d, int nCh, M
                 continue;
             }
             const char* computed = ca;
-            if (!k.identity) {
+            if (k.uniform && nCh <= kGroupChannels) {
+                // The same values everywhere: one whole chunk serves every row.
+                if (!chunks.uniformRun) k.run(ca, cb, tr, chunk * g, k.context);
+                chunks.uniformRun = true;
+                computed = tr;
+            } else if (!k.identity) {
                 k.run(ca, cb, tr, n * g, k.context);
                 computed = tr;
             }
@@ -214,11 +246,13 @@ void valueRows(const MapOperands& o, const View* views, const View& vm, const Ma
     const int rows = merge ? 1 : size.height;
     const size_t rowWidth = merge ? width * size.height : width;
 
+    Chunks chunks;
+    if (vm.data) chunks.blend = blendFor(valueBytes(o.dst));
     for (int c = 0; c < passes; ++c)
         for (int y = 0; y < rows; ++y)
             valueRow(k, valueRowOf(a, va, c, y), valueRowOf(b, vb, c, y),
                      valueRowOf(o.dst, vd, c, y), perPass,
-                     {maskRowBits(vm, y), static_cast<size_t>(vm.bitOffset)}, rowWidth);
+                     {maskRowBits(vm, y), static_cast<size_t>(vm.bitOffset)}, rowWidth, chunks);
 }
 
 RowView advance(const RowView& r, size_t pixels) {

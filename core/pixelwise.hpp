@@ -87,6 +87,9 @@ struct MapKernel {
     // The kernel copies the first source (d = a): masked rows are blended
     // straight from the source instead of being computed first.
     bool identity = false;
+    // Value kernels whose values depend on neither the sources nor the place
+    // (fills): masked rows blend one chunk computed once.
+    bool uniform = false;
     // Pixel kernels that write only some of the destination's processed
     // channels, the others keeping their values: a masked row starts each
     // computed chunk from the destination's pixels.

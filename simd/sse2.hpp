@@ -264,12 +264,21 @@ struct Sse2 {
     // Interleaved pixels of three (or four) byte or float channels to and from
     // one vector per channel, kBytes pixels of bytes or kBytes / 4 of floats.
     // This level has no byte shuffle: the values go through memory.
+    // Three byte channels of 16 pixels split and joined with the unpacks and
+    // packs of SSE2 (no byte shuffle). The 48 bytes with 48 zeros after them
+    // are 96 bytes in six registers; unpacking register i with register i + 3
+    // moves byte j to 2j mod 95 (an out-shuffle), so five rounds move pixel
+    // p's channel c from 3p + c to 32 (3p + c) mod 95 = 32c + p: channel c in
+    // register 2c. Taking the even and the odd bytes is the inverse round.
     static void load3x8(const void* p, V& c0, V& c1, V& c2) {
-        alignas(16) uint8_t t[3][16];
-        const auto* s = static_cast<const uint8_t*>(p);
-        for (int i = 0; i < 16; ++i)
-            for (int c = 0; c < 3; ++c) t[c][i] = s[3 * i + c];
-        c0 = load(t[0]), c1 = load(t[1]), c2 = load(t[2]);
+        const auto* b = static_cast<const uint8_t*>(p);
+        V v[6] = {load(b), load(b + 16), load(b + 32), zero(), zero(), zero()};
+        for (int round = 0; round < 4; ++round) {
+            const V w[6] = {unpackLo8(v[0], v[3]), unpackHi8(v[0], v[3]), unpackLo8(v[1], v[4]),
+                            unpackHi8(v[1], v[4]), unpackLo8(v[2], v[5]), unpackHi8(v[2], v[5])};
+            for (int i = 0; i < 6; ++i) v[i] = w[i];
+        }
+        c0 = unpackLo8(v[0], v[3]), c1 = unpackLo8(v[1], v[4]), c2 = unpackLo8(v[2], v[5]);
     }
     static void load4x8(const void* p, V& c0, V& c1, V& c2) {
         alignas(16) uint8_t t[3][16];
@@ -281,14 +290,22 @@ struct Sse2 {
     // kStream: the destination is 16-byte aligned and the stores go past the caches.
     template <bool kStream = false>
     static void store3x8(void* p, V c0, V c1, V c2) {
-        alignas(16) uint8_t t[3][16], joined[48];
-        store(t[0], c0), store(t[1], c1), store(t[2], c2);
-        for (int i = 0; i < 16; ++i)
-            for (int c = 0; c < 3; ++c) joined[3 * i + c] = t[c][i];
+        const V low = set16(0xFF);
+        V v[6] = {c0, zero(), c1, zero(), c2, zero()};
+        for (int round = 0; round < 5; ++round) {
+            V w[6];
+            for (int i = 0; i < 3; ++i) {
+                w[i] = _mm_packus_epi16(and_(v[2 * i], low), and_(v[2 * i + 1], low));
+                if (round < 4)
+                    w[i + 3] = _mm_packus_epi16(_mm_srli_epi16(v[2 * i], 8),
+                                                _mm_srli_epi16(v[2 * i + 1], 8));
+            }
+            for (int i = 0; i < 6; ++i) v[i] = round < 4 || i < 3 ? w[i] : zero();
+        }
         auto* d = static_cast<uint8_t*>(p);
         for (int r = 0; r < 3; ++r) {
-            if constexpr (kStream) stream(d + 16 * r, load(joined + 16 * r));
-            else store(d + 16 * r, load(joined + 16 * r));
+            if constexpr (kStream) stream(d + 16 * r, v[r]);
+            else store(d + 16 * r, v[r]);
         }
     }
     static void load3xF(const float* p, VF& c0, VF& c1, VF& c2) {

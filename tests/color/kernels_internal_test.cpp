@@ -90,11 +90,14 @@ struct Contexts {
                 spread.shift[c] = rng() % 2 ? 15 : 8, spread.factor[c] = int32_t(rng() % 65536) - 32768;
             return &spread;
         }
-        // Any 16-bit weights and constants: the kernels must wrap alike.
+        // Any 16-bit weights and constants: the kernels must wrap alike. Every
+        // other twist has byte weights, byte constants (the byte paths) and
+        // often no offset.
+        const bool bytes = rng() % 2;
         for (auto& row : twist.weight)
-            for (auto& w : row) w = static_cast<int16_t>(rng() % 3 ? rng() % 257 - 128 : rng());
-        for (auto& k : twist.constant) k = static_cast<int32_t>(rng());
-        twist.shift = static_cast<int>(rng() % 16), twist.bias = int32_t(rng() % 65536) - 32768;
+            for (auto& w : row) w = static_cast<int16_t>(bytes ? rng() % 129 - 64 : rng() % 3 ? rng() % 257 - 128 : rng());
+        for (auto& k : twist.constant) k = bytes && rng() % 4 ? int32_t(rng() % 256) - 128 : static_cast<int32_t>(rng());
+        twist.shift = static_cast<int>(rng() % 16), twist.bias = rng() % 2 ? 0 : int32_t(rng() % 65536) - 32768;
         return &twist;
     }
 };

@@ -96,23 +96,30 @@ TEST(ColorReference, TwistPathsMeetAtTheBound) {
 }
 
 // Rows long enough to stream their stores (starting off alignment), at every
-// vector table: three channels in and three or one out, just past the limit.
+// vector table: three channels in and three (a conversion, a twist of byte
+// weights) or one out, just past the limit.
 TEST(ColorReference, LongRowsMatchTheScalarFormWhenStreaming) {
     const ConvertArgs args{0};
     GrayArgs gray;
     gray.weight[0] = 54, gray.weight[1] = 183, gray.weight[2] = 18;
-    for (const int step : {3, 1}) {
+    TwistArgs twist;
+    for (int i = 0; i < 9; ++i) twist.weight[i / 3][i % 3] = static_cast<int16_t>(13 * (i % 4) - 20);
+    twist.constant[0] = 67, twist.constant[1] = -3, twist.constant[2] = 900, twist.shift = 7;
+    for (const int kind : {0, 1, 2}) {
+        const int step = kind == 2 ? 1 : 3;
         const size_t n = (size_t{32} << 20) / (3 + step) + 77;
         std::vector<uint8_t> in(3 * n + 1), expected(step * n + 1), got(step * n + 1);
         for (size_t i = 0; i < in.size(); ++i) in[i] = static_cast<uint8_t>((i * 2654435761u) >> 13);
         const RowView src[ozl::core::kMaxSources] = {rowOf(in, 3, 1)};
-        auto pick = [&](const ColorTable& t) { return step == 1 ? t.toGray[0][0] : t.convert[int(Model::Yuv)][0][0]; };
-        const void* context = step == 1 ? static_cast<const void*>(&gray) : &args;
+        auto pick = [&](const ColorTable& t) {
+            return kind == 2 ? t.toGray[0][0] : kind == 1 ? t.twistFixed[0] : t.convert[int(Model::Yuv)][0][0];
+        };
+        const void* context = kind == 2 ? static_cast<const void*>(&gray) : kind == 1 ? static_cast<const void*>(&twist) : &args;
         pick(referenceTable())(src, rowOf(expected, step, 1), n, context);
         for (const auto& t : vectorTables()) {
             std::fill(got.begin(), got.end(), uint8_t{0});
             pick(*t.table)(src, rowOf(got, step, 1), n, context);
-            ASSERT_TRUE(got == expected) << t.name << " step " << step;
+            ASSERT_TRUE(got == expected) << t.name << " kind " << kind;
         }
     }
 }
