@@ -56,6 +56,12 @@ inline T fromDouble(double v) {
 using image::loadValue;
 using image::storeValue;
 
+// Two 16-bit weights in one 32-bit lane, lo in the low half, as the
+// multiply-adds of 16-bit pairs take them (negative weights included).
+inline int32_t weightPair(int lo, int hi) {
+    return static_cast<int32_t>((static_cast<uint32_t>(lo) & 0xFFFFu) | (static_cast<uint32_t>(hi) << 16));
+}
+
 // Fraction to 8U linear weight: rounded to 1/2048, halves up.
 inline int fixedWeight(double f) { return static_cast<int>(f * kWeightOne + 0.5); }
 

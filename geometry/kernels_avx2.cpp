@@ -368,11 +368,9 @@ void warpCubicVec(const core::SampledSource& s, const Edges& e, const double* sx
             // Rows 0 and 2 in the low lane, 1 and 3 in the high one, interleaved
             // by channel and weighed down the column.
             const __m256i h = _mm256_shuffle_epi8(_mm256_packs_epi32(rows(0), rows(2)), inter);
-            const __m256i wy = _mm256_setr_epi32(
-                (cy01[p] & 0xFFFF) | (cy23[p] << 16), (cy01[p] & 0xFFFF) | (cy23[p] << 16),
-                (cy01[p] & 0xFFFF) | (cy23[p] << 16), (cy01[p] & 0xFFFF) | (cy23[p] << 16),
-                (cy01[p] >> 16 & 0xFFFF) | (cy23[p] & ~0xFFFF), (cy01[p] >> 16 & 0xFFFF) | (cy23[p] & ~0xFFFF),
-                (cy01[p] >> 16 & 0xFFFF) | (cy23[p] & ~0xFFFF), (cy01[p] >> 16 & 0xFFFF) | (cy23[p] & ~0xFFFF));
+            const int32_t even = weightPair(lowWeight(cy01[p]), lowWeight(cy23[p]));    // wy0, wy2
+            const int32_t odd = weightPair(highWeight(cy01[p]), highWeight(cy23[p]));   // wy1, wy3
+            const __m256i wy = _mm256_setr_epi32(even, even, even, even, odd, odd, odd, odd);
             const __m256i m = _mm256_madd_epi16(h, wy);
             const __m128i sum = _mm_add_epi32(_mm256_castsi256_si128(m), _mm256_extracti128_si256(m, 1));
             v[p] = _mm_srai_epi32(_mm_add_epi32(sum, _mm_set1_epi32(1 << 16)), 17);

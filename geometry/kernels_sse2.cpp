@@ -221,14 +221,14 @@ void warpCubicVec(const core::SampledSource& s, const Edges& e, const double* sx
         int32_t qx[4], qy[4];
         fixedCubicWeights(x - fx, qx);
         fixedCubicWeights(y - fy, qy);
-        const int32_t cx[2] = {(qx[0] & 0xFFFF) | (qx[1] << 16), (qx[2] & 0xFFFF) | (qx[3] << 16)};
+        const int32_t cx[2] = {weightPair(qx[0], qx[1]), weightPair(qx[2], qx[3])};
         const uint8_t* p = reinterpret_cast<const uint8_t*>(s.data) +
                            (static_cast<ptrdiff_t>(fy) - 1) * s.rowStep + (static_cast<ptrdiff_t>(fx) - 1) * cn;
         const __m128i h01 = _mm_packs_epi32(cubicSums<cn>(p, cx), cubicSums<cn>(p + s.rowStep, cx));
         const __m128i h23 = _mm_packs_epi32(cubicSums<cn>(p + 2 * s.rowStep, cx), cubicSums<cn>(p + 3 * s.rowStep, cx));
         const __m128i v = _mm_add_epi32(
-            _mm_madd_epi16(_mm_unpacklo_epi16(h01, _mm_srli_si128(h01, 8)), _mm_set1_epi32((qy[0] & 0xFFFF) | (qy[1] << 16))),
-            _mm_madd_epi16(_mm_unpacklo_epi16(h23, _mm_srli_si128(h23, 8)), _mm_set1_epi32((qy[2] & 0xFFFF) | (qy[3] << 16))));
+            _mm_madd_epi16(_mm_unpacklo_epi16(h01, _mm_srli_si128(h01, 8)), _mm_set1_epi32(weightPair(qy[0], qy[1]))),
+            _mm_madd_epi16(_mm_unpacklo_epi16(h23, _mm_srli_si128(h23, 8)), _mm_set1_epi32(weightPair(qy[2], qy[3]))));
         const __m128i r = _mm_srai_epi32(_mm_add_epi32(v, _mm_set1_epi32(1 << 16)), 17);
         const __m128i b = _mm_packus_epi16(_mm_packs_epi32(r, r), r);
         const int32_t bytes = _mm_cvtsi128_si32(b);

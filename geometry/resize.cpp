@@ -222,7 +222,7 @@ void cubic8uRow(const core::SampledSource& s, const core::SampledRow& r, Context
     const int f = k.ay.first[r.y];
     const int32_t* rows = &k.ay.index[f];
     const int32_t* w = &k.ay.fixedW[4 * r.y];
-    const int32_t coef[2] = {(w[0] & 0xFFFF) | (w[1] << 16), (w[2] & 0xFFFF) | (w[3] << 16)};
+    const int32_t coef[2] = {weightPair(w[0], w[1]), weightPair(w[2], w[3])};
     const int16_t* h[4];
     for (int j = 0; j < 4; ++j)
         h[j] = k.cache8.get(rows[j], r.x, n, rows, 4, [&](int16_t* slot) {
@@ -303,8 +303,8 @@ bool prepare(Context& k, const OzlImage* src, const OzlImage* dst, Inter inter, 
             const int32_t* idx = &k.ax.index[k.ax.first[i]];
             const int32_t* w = &k.ax.fixedW[4 * i];
             for (int t = 0; t < 4; ++t) k.ofs[4 * i + t] = static_cast<int32_t>(idx[t] * pixelStep);
-            k.coef[2 * i] = (w[0] & 0xFFFF) | (w[1] << 16);
-            k.coef[2 * i + 1] = (w[2] & 0xFFFF) | (w[3] << 16);
+            k.coef[2 * i] = weightPair(w[0], w[1]);
+            k.coef[2 * i + 1] = weightPair(w[2], w[3]);
             const bool vec = !planes && idx[1] == idx[0] + 1 && idx[2] == idx[0] + 2 &&
                              idx[3] == idx[0] + 3 && k.ofs[4 * i] + 16 <= rowBytes;
             if (vec && !inRun && k.vecTo == 0) k.vecFrom = i, inRun = true;

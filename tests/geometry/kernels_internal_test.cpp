@@ -79,7 +79,7 @@ void cubicPairs(double f, int32_t coef[2]) {
     int q[4];
     for (int i : {0, 1, 3}) q[i] = static_cast<int>(std::floor(w[i] * 2048 + 0.5));
     q[2] = 2048 - q[0] - q[1] - q[3];
-    coef[0] = (q[0] & 0xFFFF) | (q[1] << 16), coef[1] = (q[2] & 0xFFFF) | (q[3] << 16);
+    coef[0] = ozl::geometry::weightPair(q[0], q[1]), coef[1] = ozl::geometry::weightPair(q[2], q[3]);
 }
 
 // Neighbours clamped at both ends of the row, the vector run between.
