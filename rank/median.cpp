@@ -185,29 +185,144 @@ void medianRow(const core::NbRow& row, const void* context) {
 }
 
 // Color median: sums of absolute channel differences in 64 bits (doubles for
-// 32F); the first pixel (row by row) of the least sum wins.
+// 32F); the first pixel (row by row) of the least sum wins. Small windows and
+// 32F sum pair by pair. Larger integer windows split each sum by channel and
+// take every channel's part from the window's values in order: 8-bit values
+// from counts slid along the row, the others from the sorted window. Integer
+// sums are exact in any order, so every form chooses the same pixel.
+// The largest windows summed pair by pair (the other forms cost more below).
+constexpr int kPairwiseArea8 = 16, kPairwiseArea = 25;
+
+template <class T>
+const T* windowPixel(const Plan& p, const core::NbRow& row, int x, int index) {
+    const int r = index / p.nCols, i = index % p.nCols;
+    return static_cast<const T*>(row.src[r]) + static_cast<ptrdiff_t>(x + i - p.left) * 3;
+}
+
+template <class T>
+int pairwiseChoice(const Plan& p, const core::NbRow& row, int x) {
+    using D = std::conditional_t<std::is_same_v<T, float>, double, int64_t>;
+    D best = 0;
+    int chosen = -1;
+    for (int r = 0, j = 0; r < p.nRows; ++r)
+        for (int i = 0; i < p.nCols; ++i, ++j) {
+            const T* a = static_cast<const T*>(row.src[r]) + static_cast<ptrdiff_t>(x + i - p.left) * 3;
+            D sum = 0;
+            for (int r2 = 0; r2 < p.nRows; ++r2)
+                for (int i2 = 0; i2 < p.nCols; ++i2) {
+                    const T* b = static_cast<const T*>(row.src[r2]) + static_cast<ptrdiff_t>(x + i2 - p.left) * 3;
+                    for (int c = 0; c < 3; ++c) {
+                        const D d = static_cast<D>(a[c]) - static_cast<D>(b[c]);
+                        sum += d < 0 ? -d : d;
+                    }
+                }
+            if (chosen < 0 || sum < best) best = sum, chosen = j;
+        }
+    return chosen;
+}
+
+// The first window index of the least sum.
+inline int leastSum(const int64_t* sums, int area) {
+    int chosen = 0;
+    for (int j = 1; j < area; ++j)
+        if (sums[j] < sums[chosen]) chosen = j;
+    return chosen;
+}
+
+// 8-bit values: per channel the window's counts of the 256 values (as
+// unsigned levels u), slid along the row, give the summed distances of every
+// level at once: D(0) is the sum of the levels, D(u + 1) = D(u) + 2 (values at
+// most u) - area. Scratch: 3 x 256 counts, 3 x 256 distances.
+template <class T>
+int countedChoice(const Plan& p, const core::NbRow& row, int x) {
+    constexpr int kOffset = std::is_signed_v<T> ? 128 : 0;
+    auto* counts = static_cast<int32_t*>(row.scratch);
+    auto* distance = reinterpret_cast<int64_t*>(counts + 3 * 256);
+    auto level = [&](int r, int i, int c) {
+        return static_cast<const T*>(row.src[r])[static_cast<ptrdiff_t>(i - p.left) * 3 + c] + kOffset;
+    };
+    if (x == 0) {
+        std::fill(counts, counts + 3 * 256, 0);
+        for (int r = 0; r < p.nRows; ++r)
+            for (int i = 0; i < p.nCols; ++i)
+                for (int c = 0; c < 3; ++c) ++counts[c * 256 + level(r, i, c)];
+    } else {
+        for (int r = 0; r < p.nRows; ++r)
+            for (int c = 0; c < 3; ++c) {
+                --counts[c * 256 + level(r, x - 1, c)];
+                ++counts[c * 256 + level(r, x + p.nCols - 1, c)];
+            }
+    }
+    for (int c = 0; c < 3; ++c) {
+        const int32_t* n = counts + c * 256;
+        int64_t total = 0;
+        for (int u = 1; u < 256; ++u) total += static_cast<int64_t>(u) * n[u];
+        int64_t* d = distance + c * 256;
+        int64_t atMost = 0;
+        for (int u = 0; u < 256; ++u) {
+            d[u] = total;
+            atMost += n[u];
+            total += 2 * atMost - p.area;
+        }
+    }
+    int chosen = 0;
+    int64_t best = 0;
+    for (int r = 0, j = 0; r < p.nRows; ++r)
+        for (int i = x; i < x + p.nCols; ++i, ++j) {
+            const int64_t sum = distance[level(r, i, 0)] + distance[256 + level(r, i, 1)] +
+                                distance[512 + level(r, i, 2)];
+            if (j == 0 || sum < best) best = sum, chosen = j;
+        }
+    return chosen;
+}
+
+// Wider values: per channel the window sorted as keys (the value above
+// kIndexBits, the window index below: windows hold at most 2^20 pixels, and
+// equal values stay in window order). A value v with k values below it,
+// summing to `below`, is k v - below + (total - below) - (area - k) v from
+// the others. Scratch: the keys, then the sums of every window pixel.
+constexpr int kIndexBits = 21;
+
+template <class T>
+int orderedChoice(const Plan& p, const core::NbRow& row, int x) {
+    auto* keys = static_cast<int64_t*>(row.scratch);
+    int64_t* sums = keys + p.area;
+    std::fill(sums, sums + p.area, int64_t{0});
+    for (int c = 0; c < 3; ++c) {
+        int64_t total = 0;
+        for (int j = 0; j < p.area; ++j) {
+            const int64_t v = windowPixel<T>(p, row, x, j)[c];
+            total += v;
+            keys[j] = static_cast<int64_t>(static_cast<uint64_t>(v) << kIndexBits) | j;
+        }
+        std::sort(keys, keys + p.area);
+        int64_t below = 0;
+        for (int k = 0; k < p.area;) {
+            const int64_t v = keys[k] >> kIndexBits;
+            const int64_t part = v * k - below + (total - below) - v * (p.area - k);
+            int end = k;
+            for (; end < p.area && keys[end] >> kIndexBits == v; ++end) {
+                sums[keys[end] & ((int64_t{1} << kIndexBits) - 1)] += part;
+                below += v;
+            }
+            k = end;
+        }
+    }
+    return leastSum(sums, p.area);
+}
+
 template <class T>
 void colorRow(const Plan& p, const core::NbRow& row) {
-    using D = std::conditional_t<std::is_same_v<T, float>, double, int64_t>;
     T* out = static_cast<T*>(row.dst);
     for (int x = 0; x < row.width; ++x) {
-        D best = 0;
-        const T* chosen = nullptr;
-        for (int r = 0; r < p.nRows; ++r)
-            for (int i = 0; i < p.nCols; ++i) {
-                const T* a = static_cast<const T*>(row.src[r]) + static_cast<ptrdiff_t>(x + i - p.left) * 3;
-                D sum = 0;
-                for (int r2 = 0; r2 < p.nRows; ++r2)
-                    for (int i2 = 0; i2 < p.nCols; ++i2) {
-                        const T* b = static_cast<const T*>(row.src[r2]) + static_cast<ptrdiff_t>(x + i2 - p.left) * 3;
-                        for (int c = 0; c < 3; ++c) {
-                            const D d = static_cast<D>(a[c]) - static_cast<D>(b[c]);
-                            sum += d < 0 ? -d : d;
-                        }
-                    }
-                if (!chosen || sum < best) best = sum, chosen = a;
-            }
-        std::memcpy(out + static_cast<size_t>(x) * 3, chosen, 3 * sizeof(T));
+        int chosen;
+        if constexpr (sizeof(T) == 1)
+            chosen = p.area <= kPairwiseArea8 ? pairwiseChoice<T>(p, row, x) : countedChoice<T>(p, row, x);
+        else if (std::is_same_v<T, float> || p.area <= kPairwiseArea)
+            chosen = pairwiseChoice<T>(p, row, x);
+        else
+            chosen = orderedChoice<T>(p, row, x);
+        std::memcpy(out + static_cast<size_t>(x) * 3, windowPixel<T>(p, row, x, chosen), 3 * sizeof(T));
     }
 }
 
@@ -250,30 +365,33 @@ void medianFilter(const core::Caller& caller, int line, OzlImage* src, OzlImage*
         kernel.row = kind == Kind::Color ? &colorMedianRow : &medianRow;
         kernel.context = plan;
         kernel.margins = marginsOf(nCols, nRows, anchorX, anchorY);
-        if (kind == Kind::Median) {
-            if (nCols == 3 && nRows == 3) {
-                plan->method = Plan::Columns;
-                kernel.scratchPerValue = 3 * 4 + 1;
-            } else if (nCols == 5 && nRows == 5) {
-                plan->method = Plan::Columns5;
-                kernel.scratchPerValue = 5 * 4 + 1;
-            } else if (area <= kMaxNetwork) {
-                plan->method = Plan::Network;
-                plan->nNet = selectionNetwork(plan->area, plan->area / 2, plan->net);
-            } else if (plan->type == image::Elem::U8 && area <= 65535 && nRows <= 255) {
-                // A block of counts per column, the row leaving, and the
-                // window's counts (a row with its margins spans nCols values or more).
-                plan->method = Plan::Counts;
-                kernel.scratchPerValue = kCountBlock + 1 + 2 * kCountBlock / static_cast<size_t>(nCols) + 1;
-            } else if (plan->type == image::Elem::U8) {
-                // 1 KiB of counts; a row with its margins spans nCols values or more.
-                plan->method = Plan::Histogram;
-                kernel.scratchPerValue = 1024 / static_cast<size_t>(nCols) + 2;
-            } else {
-                // A copy of the window's keys.
-                plan->method = Plan::Select;
-                kernel.scratchPerValue = 4 * static_cast<size_t>(nRows) + 1;
-            }
+        if (kind == Kind::Color) {
+            // Counts and distances of 8-bit values, or keys and sums of the
+            // window (a row with its margins spans nCols pixels of 3 values or more).
+            const size_t bytes = std::max<size_t>(3 * 256 * (4 + 8), 16 * static_cast<size_t>(area));
+            kernel.scratchPerValue = bytes / (3 * static_cast<size_t>(nCols)) + 1;
+        } else if (nCols == 3 && nRows == 3) {
+            plan->method = Plan::Columns;
+            kernel.scratchPerValue = 3 * 4 + 1;
+        } else if (nCols == 5 && nRows == 5) {
+            plan->method = Plan::Columns5;
+            kernel.scratchPerValue = 5 * 4 + 1;
+        } else if (area <= kMaxNetwork) {
+            plan->method = Plan::Network;
+            plan->nNet = selectionNetwork(plan->area, plan->area / 2, plan->net);
+        } else if (plan->type == image::Elem::U8 && area <= 65535 && nRows <= 255) {
+            // A block of counts per column, the row leaving, and the
+            // window's counts (a row with its margins spans nCols values or more).
+            plan->method = Plan::Counts;
+            kernel.scratchPerValue = kCountBlock + 1 + 2 * kCountBlock / static_cast<size_t>(nCols) + 1;
+        } else if (plan->type == image::Elem::U8) {
+            // 1 KiB of counts; a row with its margins spans nCols values or more.
+            plan->method = Plan::Histogram;
+            kernel.scratchPerValue = 1024 / static_cast<size_t>(nCols) + 2;
+        } else {
+            // A copy of the window's keys.
+            plan->method = Plan::Select;
+            kernel.scratchPerValue = 4 * static_cast<size_t>(nRows) + 1;
         }
         core::NbPass pass{&kernel, 1};
         code = core::runPasses(setup, &pass, 1);

@@ -68,27 +68,48 @@ TEST(MedianFilter, CountLimits) {
     }
 }
 
+// The window pixel of least summed channel differences, the first of equals.
+Pass nearestColour(int nCols, int nRows, int ax, int ay) {
+    return [=](const ValueAt& in, int x, int y, int c) {
+        auto at = [&](int i, int k) { return in(x + i % nCols - ax, y + i / nCols - ay, k); };
+        double best = 0;
+        int chosen = -1;
+        for (int i = 0; i < nCols * nRows; ++i) {
+            double sum = 0;
+            for (int j = 0; j < nCols * nRows; ++j)
+                for (int k = 0; k < 3; ++k) sum += std::abs(at(i, k) - at(j, k));
+            if (chosen < 0 || sum < best) best = sum, chosen = i;
+        }
+        return at(chosen, c);
+    };
+}
+
+// Windows up to 6 x 6 take both the pairwise sums and the sums from ordered
+// channel values (larger integer windows).
 TEST(ColorMedianFilter, NearestColour) {
     RoundSpec spec{{OZL_DEPTH_8U, OZL_DEPTH_8S, OZL_DEPTH_16U, OZL_DEPTH_16S, OZL_DEPTH_32S, OZL_DEPTH_32F}, 120};
     spec.channels = 3;
     spec.planes = spec.coi = false;
     randomRounds(32, spec, [](OzlImage* s, OzlImage* d, std::mt19937& rng) {
-        const int nCols = 1 + static_cast<int>(rng() % 4), nRows = 1 + static_cast<int>(rng() % 4);
+        const int nCols = 1 + static_cast<int>(rng() % 6), nRows = 1 + static_cast<int>(rng() % 6);
         const int ax = static_cast<int>(rng() % nCols), ay = static_cast<int>(rng() % nRows);
         ozlColorMedianFilter(s, d, nCols, nRows, ax, ay);
-        return std::vector<Pass>{[=](const ValueAt& in, int x, int y, int c) {
-            auto at = [&](int i, int k) { return in(x + i % nCols - ax, y + i / nCols - ay, k); };
-            double best = 0;
-            int chosen = -1;
-            for (int i = 0; i < nCols * nRows; ++i) {
-                double sum = 0;
-                for (int j = 0; j < nCols * nRows; ++j)
-                    for (int k = 0; k < 3; ++k) sum += std::abs(at(i, k) - at(j, k));
-                if (chosen < 0 || sum < best) best = sum, chosen = i;
-            }
-            return at(chosen, c);
-        }};
+        return std::vector<Pass>{nearestColour(nCols, nRows, ax, ay)};
     });
+}
+
+// 32S values over the whole range: keys and sums must not overflow.
+TEST(ColorMedianFilter, WholeRange32S) {
+    ErrorCapture errors;
+    TestImage s(OZL_DEPTH_32S, 11, 6, 3), d(OZL_DEPTH_32S, 11, 6, 3);
+    s.fillRandom(9);
+    ozlSetBorderMode(s, OZL_BORDER_REPLICATE, OZL_SIDE_ALL, 0);
+    const TestImage before = d.clone();
+    ozlColorMedianFilter(s, d, 5, 4, 1, 2);
+    ASSERT_TRUE(errors.empty()) << errors.last();
+    const ValueAt in = [src = SourceView{s, s}](long long x, long long y, int c) { return src.at(x, y, c); };
+    const Pass pass = nearestColour(5, 4, 1, 2);
+    expectFiltered(before, d, 11, 6, [&](int x, int y, int c) { return pass(in, x, y, c); });
 }
 
 TEST(MedianFilter, Refusals) {
