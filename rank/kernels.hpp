@@ -129,6 +129,14 @@ using SlidingMedianFn = void (*)(const uint8_t* blocks, size_t stride, int nCols
 // from rows[y .. y + 2], each readable from byte -1 to byte n.
 using Bits3x3Fn = void (*)(const uint8_t* const* rows, int nOut, uint8_t* out, ptrdiff_t outStride, size_t n);
 
+// The colour median of small windows: for each of n pixels of 3 values, the
+// colour of the window pixel whose summed channel distances to the window's
+// pixels are least (the first of equals, row by row). Windows of nCols x
+// nRows <= kColorPairsArea pixels; rows[0..nRows-1] at the pixel under output
+// 0, valid from `left` pixels before it; out is none of the rows.
+constexpr int kColorPairsArea = 16;
+using ColorPairsFn = void (*)(const void* const* rows, int nCols, int nRows, int left, void* out, size_t n);
+
 struct RankTable {
     FoldFn fold[image::kElemCount][2];  // [type][0: least, 1: greatest]
     Extreme3x3Fn extreme3x3[image::kElemCount][2];
@@ -139,6 +147,7 @@ struct RankTable {
     Median25Fn median25[image::kElemCount];
     SlidingMedianFn slidingMedian[2];  // [0: window counts in bytes, 1: in 16 bits]
     WeightedU8Fn weightedU8;
+    ColorPairsFn colorPairs8[2];  // [0: 8U, 1: 8S]
 };
 
 const RankTable& rankTable(cpu::Level level);
@@ -218,6 +227,34 @@ void bits3x3Ref(const uint8_t* const* rows, int nOut, uint8_t* out, ptrdiff_t ou
             const unsigned c = column(at), west = (c >> 1) | (column(at - 1) << 7), east = (c << 1) | (column(at + 1) >> 7);
             out[i] = static_cast<uint8_t>(Max ? c | west | east : c & west & east);
         }
+    }
+}
+
+// The summed distances of every window pixel to all the others, pair by pair
+// (doubles for 32F, which makes their order part of the result).
+template <class T>
+void colorPairsRef(const void* const* rows, int nCols, int nRows, int left, void* out, size_t n) {
+    using D = std::conditional_t<std::is_same_v<T, float>, double, int64_t>;
+    auto pixel = [&](int r, ptrdiff_t x) { return static_cast<const T*>(rows[r]) + (x - left) * 3; };
+    for (size_t x = 0; x < n; ++x) {
+        const ptrdiff_t at = static_cast<ptrdiff_t>(x);
+        D best = 0;
+        const T* chosen = nullptr;
+        for (int r = 0; r < nRows; ++r)
+            for (int i = 0; i < nCols; ++i) {
+                const T* a = pixel(r, at + i);
+                D sum = 0;
+                for (int r2 = 0; r2 < nRows; ++r2)
+                    for (int i2 = 0; i2 < nCols; ++i2) {
+                        const T* b = pixel(r2, at + i2);
+                        for (int c = 0; c < 3; ++c) {
+                            const D d = static_cast<D>(a[c]) - static_cast<D>(b[c]);
+                            sum += d < 0 ? -d : d;
+                        }
+                    }
+                if (!chosen || sum < best) best = sum, chosen = a;
+            }
+        std::memcpy(static_cast<T*>(out) + x * 3, chosen, 3 * sizeof(T));
     }
 }
 

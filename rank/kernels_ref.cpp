@@ -32,6 +32,8 @@ const RankTable& rankTableRef() {
         t.weightedU8 = &weightedU8Ref;
         t.slidingMedian[0] = &slidingMedianRef<uint8_t>;
         t.slidingMedian[1] = &slidingMedianRef<uint16_t>;
+        t.colorPairs8[0] = &colorPairsRef<uint8_t>;
+        t.colorPairs8[1] = &colorPairsRef<int8_t>;
         return t;
     }();
     return table;

@@ -184,49 +184,19 @@ void medianRow(const core::NbRow& row, const void* context) {
     }
 }
 
-// Color median: sums of absolute channel differences in 64 bits (doubles for
-// 32F); the first pixel (row by row) of the least sum wins. Small windows and
-// 32F sum pair by pair. Larger integer windows split each sum by channel and
-// take every channel's part from the window's values in order: 8-bit values
-// from counts slid along the row, the others from the sorted window. Integer
-// sums are exact in any order, so every form chooses the same pixel.
-// The largest windows summed pair by pair (the other forms cost more below).
-constexpr int kPairwiseArea8 = 16, kPairwiseArea = 25;
+// Color median: the first pixel (row by row) of the least summed channel
+// distances to the window's pixels. Small windows and 32F sum pair by pair
+// (colorPairs8 / colorPairsRef). Larger integer windows split each sum by
+// channel and take every channel's part from the window's values in order:
+// 8-bit values from counts slid along the row, the others from the sorted
+// window. Integer sums are exact in any order, so every form chooses the
+// same pixel. Windows of wider values up to this area cost less pair by pair.
+constexpr int kLargestPairwise = 25;
 
 template <class T>
 const T* windowPixel(const Plan& p, const core::NbRow& row, int x, int index) {
     const int r = index / p.nCols, i = index % p.nCols;
     return static_cast<const T*>(row.src[r]) + static_cast<ptrdiff_t>(x + i - p.left) * 3;
-}
-
-template <class T>
-int pairwiseChoice(const Plan& p, const core::NbRow& row, int x) {
-    using D = std::conditional_t<std::is_same_v<T, float>, double, int64_t>;
-    D best = 0;
-    int chosen = -1;
-    for (int r = 0, j = 0; r < p.nRows; ++r)
-        for (int i = 0; i < p.nCols; ++i, ++j) {
-            const T* a = static_cast<const T*>(row.src[r]) + static_cast<ptrdiff_t>(x + i - p.left) * 3;
-            D sum = 0;
-            for (int r2 = 0; r2 < p.nRows; ++r2)
-                for (int i2 = 0; i2 < p.nCols; ++i2) {
-                    const T* b = static_cast<const T*>(row.src[r2]) + static_cast<ptrdiff_t>(x + i2 - p.left) * 3;
-                    for (int c = 0; c < 3; ++c) {
-                        const D d = static_cast<D>(a[c]) - static_cast<D>(b[c]);
-                        sum += d < 0 ? -d : d;
-                    }
-                }
-            if (chosen < 0 || sum < best) best = sum, chosen = j;
-        }
-    return chosen;
-}
-
-// The first window index of the least sum.
-inline int leastSum(const int64_t* sums, int area) {
-    int chosen = 0;
-    for (int j = 1; j < area; ++j)
-        if (sums[j] < sums[chosen]) chosen = j;
-    return chosen;
 }
 
 // 8-bit values: per channel the window's counts of the 256 values (as
@@ -308,21 +278,27 @@ int orderedChoice(const Plan& p, const core::NbRow& row, int x) {
             k = end;
         }
     }
-    return leastSum(sums, p.area);
+    int chosen = 0;
+    for (int j = 1; j < p.area; ++j)
+        if (sums[j] < sums[chosen]) chosen = j;
+    return chosen;
 }
 
 template <class T>
 void colorRow(const Plan& p, const core::NbRow& row) {
-    T* out = static_cast<T*>(row.dst);
-    for (int x = 0; x < row.width; ++x) {
-        int chosen;
-        if constexpr (sizeof(T) == 1)
-            chosen = p.area <= kPairwiseArea8 ? pairwiseChoice<T>(p, row, x) : countedChoice<T>(p, row, x);
-        else if (std::is_same_v<T, float> || p.area <= kPairwiseArea)
-            chosen = pairwiseChoice<T>(p, row, x);
-        else
-            chosen = orderedChoice<T>(p, row, x);
-        std::memcpy(out + static_cast<size_t>(x) * 3, windowPixel<T>(p, row, x, chosen), 3 * sizeof(T));
+    constexpr bool kBytes = sizeof(T) == 1;
+    if (std::is_same_v<T, float> || p.area <= (kBytes ? kColorPairsArea : kLargestPairwise)) {
+        const ColorPairsFn pairs = kBytes ? p.table->colorPairs8[std::is_signed_v<T>] : &colorPairsRef<T>;
+        return pairs(row.src, p.nCols, p.nRows, p.left, row.dst, static_cast<size_t>(row.width));
+    }
+    if constexpr (!std::is_same_v<T, float>) {
+        T* out = static_cast<T*>(row.dst);
+        for (int x = 0; x < row.width; ++x) {
+            int chosen;
+            if constexpr (kBytes) chosen = countedChoice<T>(p, row, x);
+            else chosen = orderedChoice<T>(p, row, x);
+            std::memcpy(out + static_cast<size_t>(x) * 3, windowPixel<T>(p, row, x, chosen), 3 * sizeof(T));
+        }
     }
 }
 

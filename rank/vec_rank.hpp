@@ -3,6 +3,8 @@
 // simd/sse2.hpp).
 #pragma once
 
+#include <algorithm>
+
 #include "rank/kernels.hpp"
 
 namespace ozl::rank {
@@ -460,6 +462,62 @@ void slidingMedianVec(const uint8_t* blocks, size_t stride, int nCols, int width
         [rank](const C* c) { return rankInCountsVec(c, rank); });
 }
 
+// Colour median of small 8-bit windows, a vector of pixels at a time: the
+// window's pixels split into channel planes, every pair's distance (byte
+// differences summed in 16 bits, at most 765) added to both pixels' sums (at
+// most 16 x 765), then the first least sum picks the colour. Signed values
+// are compared with their sign bits flipped.
+template <class Vx, bool kSigned>
+void colorPairs8Vec(const void* const* rows, int nCols, int nRows, int left, void* out, size_t n) {
+    using V = typename Vx::V;
+    constexpr size_t P = Vx::kBytes;
+    if (n < P) {
+        if constexpr (Vx::kHasNarrower) return colorPairs8Vec<typename Vx::Narrower, kSigned>(rows, nCols, nRows, left, out, n);
+        using T = std::conditional_t<kSigned, int8_t, uint8_t>;
+        return colorPairsRef<T>(rows, nCols, nRows, left, out, n);
+    }
+    const int area = nCols * nRows;
+    const V z = Vx::zero(), flip = Vx::set8(0x80);
+    // The last block ends at n, over pixels the one before may have done.
+    for (size_t x = 0;; x = std::min(x + P, n - P)) {
+        V plane[kColorPairsArea][3], key[kColorPairsArea][3];
+        for (int r = 0, k = 0; r < nRows; ++r)
+            for (int i = 0; i < nCols; ++i, ++k) {
+                const auto* p = static_cast<const uint8_t*>(rows[r]) + (static_cast<ptrdiff_t>(x) + i - left) * 3;
+                Vx::load3x8(p, plane[k][0], plane[k][1], plane[k][2]);
+                for (int c = 0; c < 3; ++c) key[k][c] = kSigned ? Vx::xor_(plane[k][c], flip) : plane[k][c];
+            }
+        V sumLo[kColorPairsArea], sumHi[kColorPairsArea];
+        for (int k = 0; k < area; ++k) sumLo[k] = sumHi[k] = z;
+        for (int j = 0; j < area; ++j)
+            for (int k = j + 1; k < area; ++k) {
+                V lo = z, hi = z;
+                for (int c = 0; c < 3; ++c) {
+                    const V d = Vx::or_(Vx::subsU8(key[j][c], key[k][c]), Vx::subsU8(key[k][c], key[j][c]));
+                    lo = Vx::add16(lo, Vx::unpackLo8(d, z));
+                    hi = Vx::add16(hi, Vx::unpackHi8(d, z));
+                }
+                sumLo[j] = Vx::add16(sumLo[j], lo), sumHi[j] = Vx::add16(sumHi[j], hi);
+                sumLo[k] = Vx::add16(sumLo[k], lo), sumHi[k] = Vx::add16(sumHi[k], hi);
+            }
+        V bestLo = sumLo[0], bestHi = sumHi[0], colourLo[3], colourHi[3];
+        for (int c = 0; c < 3; ++c)
+            colourLo[c] = Vx::unpackLo8(plane[0][c], z), colourHi[c] = Vx::unpackHi8(plane[0][c], z);
+        for (int k = 1; k < area; ++k) {
+            const auto lessLo = Vx::gt16(bestLo, sumLo[k]), lessHi = Vx::gt16(bestHi, sumHi[k]);
+            bestLo = Vx::select16(lessLo, sumLo[k], bestLo);
+            bestHi = Vx::select16(lessHi, sumHi[k], bestHi);
+            for (int c = 0; c < 3; ++c) {
+                colourLo[c] = Vx::select16(lessLo, Vx::unpackLo8(plane[k][c], z), colourLo[c]);
+                colourHi[c] = Vx::select16(lessHi, Vx::unpackHi8(plane[k][c], z), colourHi[c]);
+            }
+        }
+        Vx::store3x8(static_cast<uint8_t*>(out) + x * 3, Vx::packUS16(colourLo[0], colourHi[0]),
+                     Vx::packUS16(colourLo[1], colourHi[1]), Vx::packUS16(colourLo[2], colourHi[2]));
+        if (x + P == n) return;
+    }
+}
+
 template <class Vx>
 RankTable vectorRankTable() {
     // Kernels bound by memory traffic run on 256-bit vectors at the AVX-512
@@ -486,6 +544,8 @@ RankTable vectorRankTable() {
     // from 256-bit stores, measured faster than from 512-bit ones.
     t.slidingMedian[0] = &slidingMedianVec<Vm, uint8_t>;
     t.slidingMedian[1] = &slidingMedianVec<Vm, uint16_t>;
+    t.colorPairs8[0] = &colorPairs8Vec<Vx, false>;
+    t.colorPairs8[1] = &colorPairs8Vec<Vx, true>;
     return t;
 }
 

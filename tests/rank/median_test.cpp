@@ -98,6 +98,20 @@ TEST(ColorMedianFilter, NearestColour) {
     });
 }
 
+// Rows long enough for every vector width: 8-bit windows up to 16 pixels go
+// a vector of pixels at a time (sums up to 16 x 765 in 16-bit lanes, signed
+// values with flipped sign bits), larger ones through sliding counts.
+TEST(ColorMedianFilter, LongRows) {
+    struct Window { int nCols, nRows, ax, ay; };
+    for (unsigned depth : {OZL_DEPTH_8U, OZL_DEPTH_8S})
+        for (const Window& w : {Window{3, 3, 1, 1}, Window{4, 4, 0, 3}, Window{1, 2, 0, 1}, Window{6, 5, 2, 2}}) {
+            SCOPED_TRACE(testing::Message() << depth << ": " << w.nCols << " x " << w.nRows);
+            expectLongRow(depth, 99, 3, 3, 5, false,
+                          [=](OzlImage* s, OzlImage* d) { ozlColorMedianFilter(s, d, w.nCols, w.nRows, w.ax, w.ay); },
+                          nearestColour(w.nCols, w.nRows, w.ax, w.ay));
+        }
+}
+
 // 32S values over the whole range: keys and sums must not overflow.
 TEST(ColorMedianFilter, WholeRange32S) {
     ErrorCapture errors;
