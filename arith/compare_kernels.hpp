@@ -187,51 +187,78 @@ static inline size_t vectorPixels(Channels a, Channels b, int channels, uint8_t*
     return x;
 }
 
+// The one-channel rows of the vector forms, two blocks a step, then one: the
+// fields the loop needs in locals (the result's byte stores may alias
+// anything, and a field read again per row costs as much as a block). Returns
+// the pixels of each row done, whole blocks. Without a second image pb is pa
+// (never read).
+template <class Lanes, Rel rel, class T, Form form, bool kStream>
+static inline size_t singleChannelRows(const T* pa, const T* pb, uint8_t* out, size_t width,
+                                       size_t rows, ptrdiff_t aStep, ptrdiff_t bStep,
+                                       ptrdiff_t outStep, const CompareArgs& args) {
+    constexpr size_t kPixels = Lanes::kPixels;
+    const typename Lanes::template Block<rel, T, form> block(args);
+    const size_t whole = width / kPixels * kPixels;
+    const size_t pairs = width / (2 * kPixels) * (2 * kPixels);
+    auto put = [](uint8_t* o, typename Lanes::Mask m) {
+        if constexpr (kStream) Lanes::stream(o, m);
+        else Lanes::store(o, m);
+    };
+    for (size_t r = 0; r < rows; ++r) {
+        size_t x = 0;
+        for (; x < pairs; x += 2 * kPixels) {
+            const auto m0 = block.at(pa + x, pb + x);
+            const auto m1 = block.at(pa + x + kPixels, pb + x + kPixels);
+            put(out + x / 8, m0);
+            put(out + x / 8 + kPixels / 8, m1);
+        }
+        for (; x < whole; x += kPixels) put(out + x / 8, block.at(pa + x, pb + x));
+        pa = reinterpret_cast<const T*>(reinterpret_cast<const char*>(pa) + aStep);
+        if constexpr (form == Form::Images)
+            pb = reinterpret_cast<const T*>(reinterpret_cast<const char*>(pb) + bStep);
+        out += outStep;
+    }
+    return whole;
+}
+
 // The rows of one relation, value type and form at one level (Lanes void:
 // the scalar reference): `rows` rows, each operand's rowSteps bytes apart.
-// Every field the loops need is in a local: the result's byte stores may
-// alias anything, and a field read again per row costs as much as a block.
 template <class Lanes, Rel rel, class T, Form form, bool kStream>
 static void compareRowsAs(const core::RowView* src, const core::RowView& dst, size_t width,
                           size_t rows, const ptrdiff_t* rowSteps, const CompareArgs& args) {
+    // The one-channel loop first, from the arguments alone: the rest of the
+    // rows' state is set up after it, so that none of it is live in the loop
+    // (spilled, it costs a row as much as a block).
+    auto vectors = [&] {
+        return !std::is_void_v<Lanes> && !std::is_same_v<T, Bits> && packedChannels<T>(src[0]) &&
+               (form == Form::Constant || packedChannels<T>(src[1]));
+    };
+    size_t done = 0;  // pixels of every row the one-channel loop did
+    if constexpr (!std::is_void_v<Lanes> && !std::is_same_v<T, Bits>) {
+        if (src[0].channels == 1 && vectors())
+            done = singleChannelRows<Lanes, rel, T, form, kStream>(
+                reinterpret_cast<const T*>(src[0].data),
+                reinterpret_cast<const T*>(src[form == Form::Images ? 1 : 0].data),
+                reinterpret_cast<uint8_t*>(dst.data), width, rows, rowSteps[0], rowSteps[1],
+                rowSteps[core::kDstOperand], args);
+    }
     core::RowView a = src[0], b = src[1];
     auto* out = reinterpret_cast<uint8_t*>(dst.data);
     const ptrdiff_t aStep = rowSteps[0], bStep = rowSteps[1];
     const ptrdiff_t outStep = rowSteps[core::kDstOperand];
+    const bool vector = vectors();
+    if (done == width) rows = 0;
     for (size_t r = 0; r < rows; ++r, a.data += aStep, b.data += bStep, out += outStep) {
         if constexpr (std::is_same_v<T, Bits>) {
             bitPixels<rel, form>(a, b, out, width, args);
         } else {
-            size_t done = 0;
-            if constexpr (!std::is_void_v<Lanes>) {
-                const bool vector = packedChannels<T>(a) &&
-                                    (form == Form::Constant || packedChannels<T>(b));
-                if (vector && a.channels == 1) {
-                    // The common case: one channel, two blocks a step.
-                    constexpr size_t kPixels = Lanes::kPixels;
-                    const typename Lanes::template Block<rel, T, form> block(args);
-                    const T* pa = reinterpret_cast<const T*>(a.data);
-                    const T* pb = reinterpret_cast<const T*>(b.data);
-                    for (; done + 2 * kPixels <= width; done += 2 * kPixels) {
-                        const auto m0 = block.at(pa + done, form == Form::Images ? pb + done : nullptr);
-                        const auto m1 = block.at(pa + done + kPixels,
-                                                 form == Form::Images ? pb + done + kPixels : nullptr);
-                        uint8_t* o = out + done / 8;
-                        if constexpr (kStream) {
-                            Lanes::stream(o, m0);
-                            Lanes::stream(o + kPixels / 8, m1);
-                        } else {
-                            Lanes::store(o, m0);
-                            Lanes::store(o + kPixels / 8, m1);
-                        }
-                    }
-                }
-                if (vector && done + 8 <= width)
-                    done = vectorPixels<Lanes, rel, T, form>({a.data, a.channelStep},
-                                                             {b.data, b.channelStep},
-                                                             a.channels, out, done, width, args);
-            }
-            if (done < width) scalarPixels<rel, T, form>(a, b, out, done, width, args);
+            size_t x = done;
+            if constexpr (!std::is_void_v<Lanes>)
+                if (vector && x + 8 <= width)
+                    x = vectorPixels<Lanes, rel, T, form>({a.data, a.channelStep},
+                                                          {b.data, b.channelStep}, a.channels,
+                                                          out, x, width, args);
+            if (x < width) scalarPixels<rel, T, form>(a, b, out, x, width, args);
         }
     }
     if constexpr (kStream) Lanes::fence();

@@ -193,6 +193,26 @@ const uint8_t* maskRowBits(const View& m, int y) {
     return m.data ? reinterpret_cast<const uint8_t*>(m.data) + y * m.rowStep : nullptr;
 }
 
+// A fill under a mask over interleaved pixels: its values are computed once,
+// then blended into every row (the general row walk costs about as much per
+// row as a row's blend).
+void uniformMaskedRows(const MapKernel& k, const View& vd, const View& vm, int nCh, size_t size,
+                       Size extent, Chunks& chunks) {
+    const size_t chunk = chunkPixels(nCh);
+    k.run(nullptr, nullptr, chunks.r, chunk * nCh, k.context);
+    const size_t pixelBytes = nCh * size;
+    const size_t width = static_cast<size_t>(extent.width);
+    for (int y = 0; y < extent.height; ++y) {
+        char* d = vd.data + y * vd.rowStep;
+        const uint8_t* m = maskRowBits(vm, y);
+        for (size_t done = 0; done < width; done += chunk) {
+            const size_t bit = static_cast<size_t>(vm.bitOffset) + done;
+            chunks.blend(d + done * pixelBytes, chunks.r, std::min(chunk, width - done), nCh,
+                         m + (bit >> 3), static_cast<int>(bit & 7));
+        }
+    }
+}
+
 void valueRows(const MapOperands& o, const View* views, const View& vm, const MapKernel& k,
                Size size) {
     const OzlImage* a = o.src[0];
@@ -248,6 +268,11 @@ void valueRows(const MapOperands& o, const View* views, const View& vm, const Ma
 
     Chunks chunks;
     if (vm.data) chunks.blend = blendFor(valueBytes(o.dst));
+    if (vm.data && k.uniform && !a && !b && !byChannel && vd.pixelStride == perPass &&
+        perPass <= kGroupChannels) {
+        uniformMaskedRows(k, vd, vm, perPass, valueBytes(o.dst), size, chunks);
+        return;
+    }
     for (int c = 0; c < passes; ++c)
         for (int y = 0; y < rows; ++y)
             valueRow(k, valueRowOf(a, va, c, y), valueRowOf(b, vb, c, y),

@@ -143,8 +143,9 @@ RowView rowIn(std::vector<uint8_t>& buf, size_t offset, int type, int channels, 
 class CompareKernel : public testing::TestWithParam<std::tuple<Level, Rel>> {};
 
 // Every value type and form, one to four channels packed or interleaved, every
-// run width, misaligned rows, 1-bit sources at every bit offset; second
-// operands often equal to the first, floats with NaN.
+// run width, some over two rows (a row's remainder after its blocks taken
+// from the wrong row), misaligned rows, 1-bit sources at every bit offset;
+// second operands often equal to the first, floats with NaN.
 TEST_P(CompareKernel, MatchesScalarTableBitForBit) {
     const auto [level, rel] = GetParam();
     const int r = static_cast<int>(rel);
@@ -154,8 +155,8 @@ TEST_P(CompareKernel, MatchesScalarTableBitForBit) {
         const Elem fillAs = bits ? Elem::U8 : static_cast<Elem>(type);
         const size_t size = sizeOf(type);
         for (int form = 0; form < ozl::arith::kFormCount; ++form) {
-            const auto fv = ozl::arith::compareTable(level).compare[r][type][form].row;
-            const auto fr = ozl::arith::compareTable(Level::Ref).compare[r][type][form].row;
+            const auto fv = ozl::arith::compareTable(level).compare[r][type][form].rows;
+            const auto fr = ozl::arith::compareTable(Level::Ref).compare[r][type][form].rows;
             ASSERT_TRUE(fv && fr);
             if (!bits) ASSERT_NE(fv, fr) << "no vector form of type " << type;
             std::mt19937 rng(9173u ^ (type << 8) ^ (form << 12) ^ (r << 16));
@@ -164,7 +165,10 @@ TEST_P(CompareKernel, MatchesScalarTableBitForBit) {
                     for (bool packed : {true, false}) {
                         if ((bits && !packed) || (width > 200 && channels % 2 == 0)) continue;
                         const size_t bytes = (bits ? width / 8 + 2 : (width + 3) * channels * size) + 8;
-                        std::vector<uint8_t> a(bytes), b(bytes);
+                        const size_t rows = width % 4 == 3 ? 2 : 1, outStep = (width + 7) / 8 + 5;
+                        ptrdiff_t steps[ozl::core::kDstOperand + 1] = {ptrdiff_t(bytes), ptrdiff_t(bytes)};
+                        steps[ozl::core::kDstOperand] = ptrdiff_t(outStep);
+                        std::vector<uint8_t> a(bytes * rows), b(bytes * rows);
                         ozl::test::fillValues(a, fillAs, rng);
                         ozl::test::fillValues(b, fillAs, rng);
                         for (size_t i = 0; !bits && i + size <= b.size(); i += size) {
@@ -176,12 +180,12 @@ TEST_P(CompareKernel, MatchesScalarTableBitForBit) {
                         src[1] = rowIn(b, rng() % 4, type, channels, packed, width);
                         if (bits) src[0].bit = static_cast<int>(rng() % 8), src[1].bit = static_cast<int>(rng() % 8);
                         const CompareArgs args = argsFor(type, a, rng);
-                        std::vector<uint8_t> outV((width + 7) / 8 + 32, 0xA5), outR = outV;
+                        std::vector<uint8_t> outV(outStep * rows + 32, 0xA5), outR = outV;
                         RowView dv, dr;
                         dv.data = reinterpret_cast<char*>(outV.data() + 16);
                         dr.data = reinterpret_cast<char*>(outR.data() + 16);
-                        fv(src, dv, width, &args);
-                        fr(src, dr, width, &args);
+                        fv(src, dv, width, rows, steps, &args);
+                        fr(src, dr, width, rows, steps, &args);
                         ASSERT_EQ(outV, outR) << "rel " << r << " type " << type << " form " << form << " width " << width
                                               << " channels " << channels << (packed ? " packed" : " interleaved");
                     }

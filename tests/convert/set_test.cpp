@@ -44,16 +44,18 @@ TEST(Set, RegionsChannelOfInterestAndMasks) {
     ozlSet(coi, 99999);
     expectPixelwise(coiBefore, coi, nullptr, nullptr, constant(65535));
     // Masked; 1-bit images go through the logic operations, which must leave the mask as it was.
-    for (auto [depth, nCh, order, value, stored] : {std::tuple{U8, 3, 0, 200, 200.0}, {U16, 3, 1, 200, 200.0},
-                                                    {U8, 3, 1, -3, 0.0}, {U1, 1, 0, 0, 0.0}, {U1, 1, 0, 1, 1.0}}) {
-        TestImage image(depth, 70, 5, nCh, order), mask(U1, 75, 5);
-        image.fillRandom(3), mask.fillRandom(4), mask.setRoi(0, 5, 1, 70, 4), image.setRoi(0, 13, 0, 50, 5);
+    // Rows longer than the fill computed once (4096 values) must step its mask bits on.
+    for (auto [depth, nCh, order, value, stored, w] :
+         {std::tuple{U8, 3, 0, 200, 200.0, 70}, {U16, 3, 1, 200, 200.0, 70}, {U8, 3, 1, -3, 0.0, 70},
+          {U1, 1, 0, 0, 0.0, 70}, {U1, 1, 0, 1, 1.0, 70}, {U8, 1, 0, 9, 9.0, 4200}}) {
+        TestImage image(depth, w, 5, nCh, order), mask(U1, w + 5, 5);
+        image.fillRandom(3), mask.fillRandom(4), mask.setRoi(0, 5, 1, w, 4), image.setRoi(0, 13, 0, w - 20, 5);
         image.setMask(&mask);
         const TestImage before = image.clone();
         const auto maskBefore = mask.bytes();
         ozlSetErrStatus(OZL_StsOk);  // a status left negative would add a backtrace
         ozlSet(image, value);
-        expectPixelwise(before, image, nullptr, nullptr, constant(stored), [&](int x, int y) { return mask.at(x + 5, y + 1) != 0; }, 70, 4);
+        expectPixelwise(before, image, nullptr, nullptr, constant(stored), [&](int x, int y) { return mask.at(x + 5, y + 1) != 0; }, w, 4);
         EXPECT_EQ(mask.bytes(), maskBefore);
         EXPECT_EQ(image->maskROI, mask.get());
     }
