@@ -335,6 +335,7 @@ core::NbCode runExtremes(const OzlImage* src, const OzlImage* dst, const Shape& 
         k.margins = core::Margins{shape.anchorX, shape.anchorY, shape.nCols - 1 - shape.anchorX,
                                   shape.nRows - 1 - shape.anchorY};
         k.scratchPerValue = full && !square && !k.packedBits ? 2 * p.valueBytes + 1 : 0;
+        k.independentColumns = !k.packedBits;
         // The square's rows share source rows: bands of them a call.
         if (square && !k.packedBits) k.bandRows = kSquareBand;
     }
