@@ -520,6 +520,29 @@ inline void copySmall(char* dst, const char* src, size_t n) {
     }
 }
 
+// One end's copies of `count` rows, run by run: the size of each run's copy
+// known before its loop over the rows.
+void gatherEnds(const EndPlan& plan, const char* const* rows, char* const* copies, int count,
+                const char (*sideValues)[4], size_t valueBytes) {
+    for (const EndRun* r = plan.runs; r < plan.runs + plan.count; ++r) {
+        const ptrdiff_t at = r->at, from = r->from;
+        const size_t b = r->bytes;
+        if (from == kConstantRun) {
+            for (int i = 0; i < count; ++i)
+                for (size_t v = 0; v < b; v += valueBytes) std::memcpy(copies[i] + at + v, sideValues[r->side], valueBytes);
+        } else if (b == 1) {
+            for (int i = 0; i < count; ++i) copies[i][at] = rows[i][from];
+        } else if (b >= 16 && b <= 32) {
+            for (int i = 0; i < count; ++i) {
+                std::memcpy(copies[i] + at, rows[i] + from, 16);
+                std::memcpy(copies[i] + at + b - 16, rows[i] + from + b - 16, 16);
+            }
+        } else {
+            for (int i = 0; i < count; ++i) copySmall(copies[i] + at, rows[i] + from, b);
+        }
+    }
+}
+
 // Untiled images for a kernel with independent columns: every source row
 // read in place (rows beyond the top and bottom as the rows their modes map
 // them to, or rows of the side's constant), the kernel called per band on
@@ -553,15 +576,6 @@ NbResult runEnds(const Run& run, const OzlImage* src, const Operand& d, const Op
             const size_t values = (static_cast<size_t>(width) + m.left + m.right) * run.channels;
             for (size_t i = 0; i < values; ++i) std::memcpy(constants[side] + i * valueBytes, sideValues[side], valueBytes);
         }
-    auto gatherEnd = [&](const EndPlan& plan, const char* row, char* copy) {
-        for (const EndRun* r = plan.runs; r < plan.runs + plan.count; ++r) {
-            if (r->from != kConstantRun) {
-                copySmall(copy + r->at, row + r->from, r->bytes);
-                continue;
-            }
-            for (size_t v = 0; v < r->bytes; v += valueBytes) std::memcpy(copy + r->at + v, sideValues[r->side], valueBytes);
-        }
-    };
     const int top = m.top, around = m.top + m.bottom, n = run.rowsNeeded;
     const bool direct = d.stride == run.channels && !mask;
     const void** mid = run.rows;
@@ -569,6 +583,7 @@ NbResult runEnds(const Run& run, const OzlImage* src, const Operand& d, const Op
     char* rings[2] = {run.endRing, run.endRing + run.endBytes * n};
     const char* sources[kMaxKernelBand + 2 * kMaxEndMargin];
     int kindOf[kMaxKernelBand + 2 * kMaxEndMargin];
+    char* copies[kMaxKernelBand + 2 * kMaxEndMargin];
     for (int p = 0; p < run.passes; ++p) {
         const char* sBase = passStart(run, s, p);
         char* dBase = passStart(run, d, p);
@@ -601,18 +616,20 @@ NbResult runEnds(const Run& run, const OzlImage* src, const Operand& d, const Op
             // The middle first: the ends' copies then read rows it has
             // just brought into cache.
             for (int part = 0; part < 3; ++part) {
-                if (part == 1)
-                    for (int j = 0, first = ((y - top) % n + n) % n; j < rows + around; ++j) {
-                        const int r = y - top + j;
-                        const size_t slot = static_cast<size_t>(first + j < n ? first + j : first + j - n);
-                        for (int e = 0; e < 2; ++e) {
-                            char* copy = rings[e] + slot * run.endBytes;
-                            if (endTo[e] <= endFrom[e]) continue;
-                            if (r >= gathered) gatherEnd(plans[e][kindOf[j]], sources[j], copy);
-                            ends[e][j] = copy + static_cast<size_t>(m.left) * pb;
-                        }
-                        if (r >= gathered) gathered = r + 1;
+                for (int e = 0; e < 2 && part == 1; ++e) {
+                    if (endTo[e] <= endFrom[e]) continue;
+                    const int first = ((y - top) % n + n) % n;
+                    for (int j = 0; j < rows + around; ++j) {
+                        copies[j] = rings[e] + static_cast<size_t>(first + j < n ? first + j : first + j - n) * run.endBytes;
+                        ends[e][j] = copies[j] + static_cast<size_t>(m.left) * pb;
                     }
+                    // The rows not copied yet, in runs of one kind.
+                    for (int j = std::max(0, gathered - (y - top)), next; j < rows + around; j = next) {
+                        for (next = j + 1; next < rows + around && kindOf[next] == kindOf[j];) ++next;
+                        gatherEnds(plans[e][kindOf[j]], sources + j, copies + j, next - j, sideValues, valueBytes);
+                    }
+                }
+                if (part == 1) gathered = y - top + rows + around;
                 if (to[part] <= from[part]) continue;
                 NbRow row;
                 row.src = srcs[part];
