@@ -577,7 +577,7 @@ NbResult runEnds(const Run& run, const OzlImage* src, const Operand& d, const Op
             for (size_t i = 0; i < values; ++i) std::memcpy(constants[side] + i * valueBytes, sideValues[side], valueBytes);
         }
     const int top = m.top, around = m.top + m.bottom, n = run.rowsNeeded;
-    const bool direct = d.stride == run.channels && !mask;
+    const bool direct = d.valueBytes != 0 && d.stride == run.channels && !mask;
     const void** mid = run.rows;
     const void** ends[2] = {run.rows + n, run.rows + 2 * n};
     char* rings[2] = {run.endRing, run.endRing + run.endBytes * n};
