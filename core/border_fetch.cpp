@@ -304,6 +304,11 @@ void BorderedRows::fill(int first, int count) {
     plan_->fill(block_.data, block_.rowStep, rows_, first, first + std::min(count, rows_), 0);
 }
 
+void sideValue(const OzlImage* image, int side, char* out) {
+    const Constant c = sideConstant(image, side);
+    std::memcpy(out, c.bytes, static_cast<size_t>(std::max(1, image::depthBits(image->depth) / 8)));
+}
+
 long long borderIndex(long long v, long long n, int mode) {
     if (v >= 0 && v < n) return v;
     switch (mode & 3) {

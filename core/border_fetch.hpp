@@ -62,6 +62,10 @@ private:
 void wrapBlock(const OzlImage* image, const FetchedBlock& block, const Rect& rect,
                const Rect& region, OzlImage* header, OzlROI* roi);
 
+// The constant of a side (slot as above) as one value of the image's depth
+// (1-bit images: not for them), its valueBytes bytes into `out`.
+void sideValue(const OzlImage* image, int side, char* out);
+
 // Maps a coordinate outside [0, n) to the one inside that border mode (1, 2
 // or 3) reads; coordinates inside are returned as they are.
 long long borderIndex(long long v, long long n, int mode);

@@ -18,6 +18,15 @@ namespace {
 
 constexpr int64_t kStreamRowBytes = 1024;
 
+// Side strips a few pixels wide would be computed a handful of values at a
+// time: they take at least kMinStrip pixels, the rest of their width from the
+// interior. Ends computed from bordered copies are as wide, with margins of
+// at most kMaxEndMargin pixels.
+constexpr int kMinStrip = 16;
+constexpr int kMaxEndMargin = 16;
+constexpr int kMaxKernelBand = 64;
+constexpr int kEndPixels = kMinStrip > kMaxEndMargin ? kMinStrip : kMaxEndMargin;
+
 // An operand's region as the row loop reads or writes it.
 struct Operand {
     char* data = nullptr;  // region (0, 0), first processed channel
@@ -81,6 +90,10 @@ struct Run {
     uint8_t* packed = nullptr; // 1-bit destination rows
     uint64_t* edgeWords = nullptr;  // packed rows in place: two words a source row
     char* scratch = nullptr;
+    bool ends = false;      // rows in place, the bands' ends from bordered copies
+    size_t endBytes = 0;    // one end copy of a source row
+    char* endRing = nullptr;  // ends: rowsNeeded copies for each end, then two constant rows
+    size_t constantRowBytes = 0;
 
     ~Run() { ozlFree(memory); }
 
@@ -98,7 +111,11 @@ struct Run {
         const int64_t scratch = align(span * static_cast<int64_t>(kernel->scratchPerValue) + 64);
         const int64_t rows = align(static_cast<int64_t>(rowsNeeded) * sizeof(void*));
         const int64_t edgeWords = packedRows ? align(static_cast<int64_t>(rowsNeeded) * 16) : 0;
-        const int64_t total = ring + out + packed + scratch + rows + edgeWords;
+        // The ends: at most kEndPixels output pixels and the margins a copy.
+        const int64_t endBytes = ends ? align((kEndPixels + m.left + m.right) * channels * static_cast<int64_t>(srcBytes)) : 0;
+        const int64_t constantRow = ends ? align(span * static_cast<int64_t>(srcBytes)) : 0;
+        const int64_t endRing = 2 * endBytes * rowsNeeded + 2 * constantRow;
+        const int64_t total = ring + out + packed + scratch + 3 * rows + edgeWords + endRing;
         if (span > INT32_MAX || total > INT32_MAX - 64) return false;
         memory = static_cast<char*>(ozlMalloc(static_cast<int>(total)));
         if (!memory) return false;
@@ -116,8 +133,12 @@ struct Run {
         this->scratch = p;
         p += scratch;
         this->rows = reinterpret_cast<const void**>(p);
-        p += rows;
+        p += 3 * rows;
         this->edgeWords = reinterpret_cast<uint64_t*>(p);
+        p += edgeWords;
+        this->endRing = p;
+        this->endBytes = static_cast<size_t>(endBytes);
+        constantRowBytes = static_cast<size_t>(constantRow);
         return true;
     }
 
@@ -438,13 +459,207 @@ NbResult runFetched(const Run& run, const OzlImage* src, int x, int y, int width
     return NbResult::Done;
 }
 
+// Where the pixels of one end's bordered copy come from: runs of
+// consecutive pixels read from consecutive columns of the row (columns from
+// the piece's pixel 0), or a side's constant.
+struct EndRun {
+    ptrdiff_t at = 0;    // bytes into the copy
+    ptrdiff_t from = 0;  // bytes from the row's pixel 0, or kConstantRun
+    size_t bytes = 0;
+    int side = 0;
+};
+constexpr ptrdiff_t kConstantRun = PTRDIFF_MIN;
+
+struct EndPlan {
+    int count = 0;
+    EndRun runs[kEndPixels + 2 * kMaxEndMargin];
+};
+
+// The copy of pixels [first, last) of a row beside the image (kind 0, the
+// left and right modes), above it (1) or below it (2, their own side's mode
+// over the whole row).
+void planEnd(const OzlImage* image, long long column, int first, int last, int kind, size_t pixelBytes,
+             EndPlan& plan) {
+    plan.count = 0;
+    const long long n = image->width;
+    for (int p = first; p < last; ++p) {
+        const long long c = column + p;
+        const bool inside = c >= 0 && c < n;
+        const int side = kind > 0 ? kind - 1 : c < 0 ? 2 : 3;
+        const int mode = image->borderMode[side] & 3;
+        const bool constant = kind > 0 ? mode == 0 : !inside && mode == 0;
+        const ptrdiff_t pb = static_cast<ptrdiff_t>(pixelBytes);
+        const ptrdiff_t from = constant ? kConstantRun : static_cast<ptrdiff_t>(borderIndex(c, n, mode) - column) * pb;
+        if (plan.count > 0) {
+            EndRun& b = plan.runs[plan.count - 1];
+            if (constant ? b.from == kConstantRun && b.side == side
+                         : b.from != kConstantRun && b.from + static_cast<ptrdiff_t>(b.bytes) == from) {
+                b.bytes += pixelBytes;
+                continue;
+            }
+        }
+        plan.runs[plan.count++] = EndRun{(p - first) * pb, from, pixelBytes, side};
+    }
+}
+
+// Small copies: fixed-size moves that may overlap (src and dst never do).
+inline void copySmall(char* dst, const char* src, size_t n) {
+    if (n >= 16) {
+        for (size_t i = 0; i + 16 < n; i += 16) std::memcpy(dst + i, src + i, 16);
+        std::memcpy(dst + n - 16, src + n - 16, 16);
+    } else if (n >= 8) {
+        std::memcpy(dst, src, 8);
+        std::memcpy(dst + n - 8, src + n - 8, 8);
+    } else if (n >= 4) {
+        std::memcpy(dst, src, 4);
+        std::memcpy(dst + n - 4, src + n - 4, 4);
+    } else if (n > 0) {
+        dst[0] = src[0];
+        dst[n / 2] = src[n / 2];
+        dst[n - 1] = src[n - 1];
+    }
+}
+
+// One end's copies of `count` rows, run by run: the size of each run's copy
+// known before its loop over the rows.
+void gatherEnds(const EndPlan& plan, const char* const* rows, char* const* copies, int count,
+                const char (*sideValues)[4], size_t valueBytes) {
+    for (const EndRun* r = plan.runs; r < plan.runs + plan.count; ++r) {
+        const ptrdiff_t at = r->at, from = r->from;
+        const size_t b = r->bytes;
+        if (from == kConstantRun) {
+            for (int i = 0; i < count; ++i)
+                for (size_t v = 0; v < b; v += valueBytes) std::memcpy(copies[i] + at + v, sideValues[r->side], valueBytes);
+        } else if (b == 1) {
+            for (int i = 0; i < count; ++i) copies[i][at] = rows[i][from];
+        } else if (b >= 16 && b <= 32) {
+            for (int i = 0; i < count; ++i) {
+                std::memcpy(copies[i] + at, rows[i] + from, 16);
+                std::memcpy(copies[i] + at + b - 16, rows[i] + from + b - 16, 16);
+            }
+        } else {
+            for (int i = 0; i < count; ++i) copySmall(copies[i] + at, rows[i] + from, b);
+        }
+    }
+}
+
+// Untiled images for a kernel with independent columns: every source row
+// read in place (rows beyond the top and bottom as the rows their modes map
+// them to, or rows of the side's constant), the kernel called per band on
+// the columns [x0, x1) whose footprint lies inside the image, and on each end
+// from bordered copies of its footprint, each source row's copied once.
+NbResult runEnds(const Run& run, const OzlImage* src, const Operand& d, const Operand* mask, int width,
+                 int height, int x0, int x1) {
+    const NbKernel& k = *run.kernel;
+    const Margins& m = k.margins;
+    const image::Rect region = image::regionRect(src);
+    const Operand s = operandOf(src);
+    const size_t pb = static_cast<size_t>(run.channels) * run.srcBytes;
+    const size_t dpb = static_cast<size_t>(run.channels) * run.dstBytes;
+    // [end][kind]: the copies of the left end (output pixels [0, x0)) and the
+    // right end ([x1, width)).
+    EndPlan plans[2][3];
+    const int endFrom[2] = {0, x1}, endTo[2] = {x0, width};
+    // Rows above and below the image only where the footprint reaches them.
+    const bool kinds[3] = {true, region.y < m.top, static_cast<int64_t>(region.y) + height + m.bottom > src->height};
+    for (int e = 0; e < 2; ++e)
+        for (int kind = 0; kind < 3 && endTo[e] > endFrom[e]; ++kind)
+            if (kinds[kind]) planEnd(src, region.x, endFrom[e] - m.left, endTo[e] + m.right, kind, pb, plans[e][kind]);
+    // Rows of the top and bottom constants, pixels -left .. width + right - 1.
+    char* constants[2] = {run.endRing + 2 * run.endBytes * run.rowsNeeded, nullptr};
+    constants[1] = constants[0] + run.constantRowBytes;
+    char sideValues[4][4];
+    for (int side = 0; side < 4; ++side) sideValue(src, side, sideValues[side]);
+    const size_t valueBytes = run.srcBytes;
+    for (int side = 0; side < 2; ++side)
+        if (kinds[1 + side] && (src->borderMode[side] & 3) == 0) {
+            const size_t values = (static_cast<size_t>(width) + m.left + m.right) * run.channels;
+            for (size_t i = 0; i < values; ++i) std::memcpy(constants[side] + i * valueBytes, sideValues[side], valueBytes);
+        }
+    const int top = m.top, around = m.top + m.bottom, n = run.rowsNeeded;
+    const bool direct = d.valueBytes != 0 && d.stride == run.channels && !mask;
+    const void** mid = run.rows;
+    const void** ends[2] = {run.rows + n, run.rows + 2 * n};
+    char* rings[2] = {run.endRing, run.endRing + run.endBytes * n};
+    const char* sources[kMaxKernelBand + 2 * kMaxEndMargin];
+    int kindOf[kMaxKernelBand + 2 * kMaxEndMargin];
+    char* copies[kMaxKernelBand + 2 * kMaxEndMargin];
+    for (int p = 0; p < run.passes; ++p) {
+        const char* sBase = passStart(run, s, p);
+        char* dBase = passStart(run, d, p);
+        int gathered = -top;
+        for (int y = 0; y < height;) {
+            const int rows = std::min(run.band, height - y);
+            for (int j = 0; j < rows + around; ++j) {
+                const int r = y - top + j;
+                const long long v = static_cast<long long>(region.y) + r;
+                int kind = 0;
+                const char* row;
+                if (v >= 0 && v < src->height) {
+                    row = sBase + r * s.rowStep;
+                } else {
+                    const int side = v < 0 ? 0 : 1;
+                    const int mode = src->borderMode[side] & 3;
+                    kind = 1 + side;
+                    row = mode == 0 ? constants[side] + static_cast<size_t>(m.left) * pb
+                                    : sBase + (borderIndex(v, src->height, mode) - region.y) * s.rowStep;
+                }
+                mid[j] = row + static_cast<ptrdiff_t>(x0) * static_cast<ptrdiff_t>(pb);
+                sources[j] = row;
+                kindOf[j] = kind;
+            }
+            char* dRow = dBase + y * d.rowStep;
+            char* out = direct ? dRow : run.out;
+            const ptrdiff_t outStride = direct ? d.rowStep : static_cast<ptrdiff_t>(run.outRowBytes);
+            const int from[3] = {x0, 0, x1}, to[3] = {x1, x0, width};
+            const void* const* srcs[3] = {mid, ends[0], ends[1]};
+            // The middle first: the ends' copies then read rows it has
+            // just brought into cache.
+            for (int part = 0; part < 3; ++part) {
+                for (int e = 0; e < 2 && part == 1; ++e) {
+                    if (endTo[e] <= endFrom[e]) continue;
+                    const int first = ((y - top) % n + n) % n;
+                    for (int j = 0; j < rows + around; ++j) {
+                        copies[j] = rings[e] + static_cast<size_t>(first + j < n ? first + j : first + j - n) * run.endBytes;
+                        ends[e][j] = copies[j] + static_cast<size_t>(m.left) * pb;
+                    }
+                    // The rows not copied yet, in runs of one kind.
+                    for (int j = std::max(0, gathered - (y - top)), next; j < rows + around; j = next) {
+                        for (next = j + 1; next < rows + around && kindOf[next] == kindOf[j];) ++next;
+                        gatherEnds(plans[e][kindOf[j]], sources + j, copies + j, next - j, sideValues, valueBytes);
+                    }
+                }
+                if (part == 1) gathered = y - top + rows + around;
+                if (to[part] <= from[part]) continue;
+                NbRow row;
+                row.src = srcs[part];
+                row.dst = out + static_cast<size_t>(from[part]) * dpb;
+                row.rows = rows;
+                row.dstStride = outStride;
+                row.scratch = run.scratch;
+                row.width = to[part] - from[part];
+                row.channels = run.channels;
+                row.stream = direct && run.stream && static_cast<int64_t>(row.width) * static_cast<int64_t>(dpb) >= kStreamRowBytes;
+                row.firstRow = y == 0;
+                k.row(row, k.context);
+            }
+            for (int i = 0; i < rows && !direct; ++i) {
+                const uint8_t* maskRow =
+                    mask ? reinterpret_cast<const uint8_t*>(mask->data + (y + i) * mask->rowStep) : nullptr;
+                writeRow(run, d, dRow + i * d.rowStep, run.out + i * run.outRowBytes, width, maskRow,
+                         mask ? mask->bit : 0);
+            }
+            y += rows;
+        }
+    }
+    return NbResult::Done;
+}
+
 // Destinations of at least this many bytes, with their sources, outgrow a
 // typical last-level cache: caching them would only evict the sources.
 constexpr int64_t kStreamFrom = int64_t{16} << 20;
 
-constexpr int kMaxKernelBand = 64;
 
-constexpr int kMinStrip = 16;
 // The middle rows are computed a few rows at a time, the side strips of each
 // group right after its interior, while the group's source and destination
 // rows are still in the core's own cache (otherwise each strip row costs a
@@ -466,9 +681,6 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
     };
     int x0 = clampTo(static_cast<int64_t>(m.left) - region.x, 0, width);
     int x1 = clampTo(static_cast<int64_t>(src->width) - m.right - region.x, x0, width);
-    // Side strips a few pixels wide would be computed a handful of values at
-    // a time: they take at least kMinStrip pixels, the rest of their width
-    // from the interior.
     if (x0 > 0) x0 = std::min(x1, std::max(x0, kMinStrip));
     if (x1 < width) x1 = std::max(x0, std::min(x1, width - kMinStrip));
     // Packed rows take their margins from the border modes as they are
@@ -479,6 +691,8 @@ NbResult runSplit(const Run& run, OzlImage* src, const Operand& d, const Operand
         runPiece(run, operandOf(src), d, mask, width, height, &edges);
         return NbResult::Done;
     }
+    if (run.ends && x0 <= kEndPixels && width - x1 <= kEndPixels)
+        return runEnds(run, src, d, mask, width, height, x0, x1);
     const int y0 = clampTo(static_cast<int64_t>(m.top) - region.y, 0, height);
     const int y1 = clampTo(static_cast<int64_t>(src->height) - m.bottom - region.y, y0, height);
     for (const Rect& s : {Rect{0, 0, width, y0}, Rect{0, y1, width, height - y1}}) {
@@ -594,6 +808,12 @@ NbResult runNeighbourhood(OzlImage* src, OzlImage* dst, const OzlImage* mask, in
     run.stream = static_cast<int64_t>(width) * height * channels * static_cast<int64_t>(run.dstBytes) >=
                  kStreamFrom;
     run.packedRows = kernel.packedBits && src->depth == OZL_DEPTH_1U && dst->depth == OZL_DEPTH_1U;
+    // Rows read in place, the ends apart: an untiled source not shared with
+    // the destination (checked below), pixels of whole values side by side.
+    run.ends = kernel.independentColumns && !run.gathered && !image::isTiled(src) && m.left <= kMaxEndMargin &&
+               m.top + m.bottom <= 2 * kMaxEndMargin &&
+               m.right <= kMaxEndMargin;
+    if (run.ends && shareStorage(src, dst)) run.ends = false;
     if (!run.allocate()) return NbResult::NoMemory;
 
     const Operand maskOp = mask ? operandOf(mask) : Operand{};

@@ -12,7 +12,10 @@
 //   are computed from one bordered copy each of their own footprints, so
 //   the copying costs the margin area only (the side columns a few rows at
 //   a time, right after the interior rows beside them, while the
-//   destination's rows are in cache);
+//   destination's rows are in cache); a kernel with independent columns
+//   reads every row in place (rows beyond the top and bottom as the rows
+//   they map to), only the few columns at each end of a band from small
+//   bordered copies, row by row;
 // - a source sharing its pixels with the destination is copied once, whole,
 //   before anything is written;
 // - a tiled destination is walked tile by tile (fetched for writing,
@@ -91,6 +94,12 @@ struct NbKernel {
     // Packed rows whose source starts on a byte may come in place, their
     // margins (at most 64 pixels a side) apart in NbRow::edges.
     bool packedInPlace = false;
+    // Each call's output depends on its src rows alone (nothing carried in
+    // scratch from call to call): an untiled source may then be read in
+    // place over the whole region, each band's few columns at the left and
+    // right ends computed in calls of their own from small bordered copies
+    // of their footprints, instead of side strips copied apart.
+    bool independentColumns = false;
 };
 
 struct NbOptions {

@@ -232,24 +232,25 @@ void bitsSquareRow(const core::NbRow& row, const void* context) {
         }
     } else {
         auto both = [](uint64_t a, uint64_t b) { return Max ? a | b : a & b; };
-        // Bytes n - 3 .. n, the pixels from `width` on from the right margins.
+        // Each source row's ends in one word: bytes n - 3 .. n in the high
+        // half (the pixels from `width` on from the right margin), byte -1
+        // (from the left margin), 0 and 1 in the low one; an output row's
+        // ends then come from its three rows' words combined.
         const int at = row.width - 8 * static_cast<int>(n - 3);
+        uint64_t ends[kBitsBand + 2];
+        for (int i = 0; i < row.rows + 2; ++i) {
+            const uint8_t* s = src[i];
+            const uint64_t w = uint64_t{s[n - 3]} << 56 | uint64_t{s[n - 2]} << 48 | uint64_t{s[n - 1]} << 40;
+            const uint64_t right = (w & ~(~uint64_t{0} >> at)) | (row.edges[2 * i + 1] >> at);
+            ends[i] = (right & ~uint64_t{0xFFFFFFFF}) | (row.edges[2 * i] & 0xFF) << 16 | uint64_t{s[0]} << 8 | s[1];
+        }
         for (int y = 0; y < row.rows; ++y) {
-            const uint8_t* const* s = src + y;
-            const uint64_t* e = row.edges + 2 * y;
+            const uint64_t t = both(both(ends[y], ends[y + 1]), ends[y + 2]);
+            auto byteOf = [&](int shift) { return static_cast<unsigned>(t >> shift) & 0xFF; };
             uint8_t* o = out + y * row.dstStride;
-            auto column = [&](size_t i) { return both(both(s[0][i], s[1][i]), s[2][i]); };
-            o[0] = bitsSquareByte<Max>(static_cast<unsigned>(column(0)),
-                                       static_cast<unsigned>(both(both(e[0], e[2]), e[4]) & 0xFF),
-                                       static_cast<unsigned>(column(1)));
-            uint64_t t = Max ? 0 : ~uint64_t{0};
-            for (int r = 0; r < 3; ++r) {
-                const uint64_t w = uint64_t{s[r][n - 3]} << 56 | uint64_t{s[r][n - 2]} << 48 | uint64_t{s[r][n - 1]} << 40;
-                t = both(t, (w & ~(~uint64_t{0} >> at)) | (e[2 * r + 1] >> at));
-            }
-            auto byteOf = [&](int k) { return static_cast<unsigned>(t >> (56 - 8 * k)) & 0xFF; };
-            o[n - 2] = bitsSquareByte<Max>(byteOf(1), byteOf(0), byteOf(2));
-            o[n - 1] = bitsSquareByte<Max>(byteOf(2), byteOf(1), byteOf(3));
+            o[0] = bitsSquareByte<Max>(byteOf(8), byteOf(16), byteOf(0));
+            o[n - 2] = bitsSquareByte<Max>(byteOf(48), byteOf(56), byteOf(40));
+            o[n - 1] = bitsSquareByte<Max>(byteOf(40), byteOf(48), byteOf(32));
         }
         const uint8_t* mid[kBitsBand + 2];
         for (int j = 0; j < row.rows + 2; ++j) mid[j] = src[j] + 1;
@@ -335,6 +336,7 @@ core::NbCode runExtremes(const OzlImage* src, const OzlImage* dst, const Shape& 
         k.margins = core::Margins{shape.anchorX, shape.anchorY, shape.nCols - 1 - shape.anchorX,
                                   shape.nRows - 1 - shape.anchorY};
         k.scratchPerValue = full && !square && !k.packedBits ? 2 * p.valueBytes + 1 : 0;
+        k.independentColumns = !k.packedBits;
         // The square's rows share source rows: bands of them a call.
         if (square && !k.packedBits) k.bandRows = kSquareBand;
     }

@@ -126,36 +126,60 @@ void extreme3x3Band(const void* const* rows, char* out, ptrdiff_t outStride, siz
     alignedStores<Vx, T>(out, n, at);
 }
 
-// 1-bit rows: bytes of the three rows combined at i - 1, i and i + 1 (shifted
-// loads), the neighbours' edge pixels moved in by 16-bit shifts whose bits
-// crossing into the next byte are masked off.
+// 1-bit rows, K output rows from K + 2 source rows: bytes of the three rows
+// combined (each pair of output rows sharing the two rows between them) at
+// i - 1, i and i + 1 (shifted loads), the neighbours' edge pixels moved in by
+// 16-bit shifts whose bits crossing into the next byte are masked off.
+template <class Vx, bool Max, int K>
+void bits3x3Band(const uint8_t* const* rows, uint8_t* out, ptrdiff_t outStride, size_t n) {
+    using V = typename Vx::V;
+    auto pick = [](V a, V b) { return Max ? Vx::or_(a, b) : Vx::and_(a, b); };
+    const V low7 = Vx::set8(0x7F), high7 = Vx::set8(0xFE);
+    auto columns = [&](ptrdiff_t c, V* col) {
+        V v[K + 2];
+        for (int j = 0; j < K + 2; ++j) v[j] = Vx::load(rows[j] + c);
+        for (int j = 0; j < K; j += 2) {
+            const V q = pick(v[j + 1], v[j + 2]);
+            col[j] = pick(v[j], q);
+            if (j + 1 < K) col[j + 1] = pick(q, v[j + 3]);
+        }
+    };
+    auto at = [&](size_t i) {
+        const ptrdiff_t c = static_cast<ptrdiff_t>(i);
+        V mid[K], side[K], acc[K];
+        columns(c, mid);
+        columns(c - 1, side);
+        for (int j = 0; j < K; ++j)
+            acc[j] = pick(mid[j], Vx::or_(Vx::and_(Vx::template srli16<1>(mid[j]), low7),
+                                          Vx::andNot(Vx::template slli16<7>(side[j]), low7)));
+        columns(c + 1, side);
+        for (int j = 0; j < K; ++j)
+            Vx::store(out + j * outStride + i,
+                      pick(acc[j], Vx::or_(Vx::and_(Vx::template slli16<1>(mid[j]), high7),
+                                           Vx::andNot(Vx::template srli16<7>(side[j]), high7))));
+    };
+    size_t i = 0;
+    for (; i + Vx::kBytes <= n; i += Vx::kBytes) at(i);
+    if (i < n) at(n - Vx::kBytes);
+}
+
 template <class Vx, bool Max>
 void bits3x3Vec(const uint8_t* const* rows, int nOut, uint8_t* out, ptrdiff_t outStride, size_t n) {
-    using V = typename Vx::V;
     if (n < Vx::kBytes) {
         if constexpr (Vx::kHasNarrower) return bits3x3Vec<typename Vx::Narrower, Max>(rows, nOut, out, outStride, n);
         else return bits3x3Ref<Max>(rows, nOut, out, outStride, n);
     }
-    auto pick = [](V a, V b) { return Max ? Vx::or_(a, b) : Vx::and_(a, b); };
-    const V low7 = Vx::set8(0x7F), high7 = Vx::set8(0xFE);
-    for (int y = 0; y < nOut; ++y, ++rows, out += outStride) {
-        auto column = [&](ptrdiff_t i) {
-            return pick(pick(Vx::load(rows[0] + i), Vx::load(rows[1] + i)), Vx::load(rows[2] + i));
-        };
-        auto at = [&](size_t i) {
-            const ptrdiff_t c = static_cast<ptrdiff_t>(i);
-            const V mid = column(c);
-            const V west = Vx::or_(Vx::and_(Vx::template srli16<1>(mid), low7),
-                                   Vx::andNot(Vx::template slli16<7>(column(c - 1)), low7));
-            const V east = Vx::or_(Vx::and_(Vx::template slli16<1>(mid), high7),
-                                   Vx::andNot(Vx::template srli16<7>(column(c + 1)), high7));
-            Vx::store(out + i, pick(pick(mid, west), east));
-        };
-        size_t i = 0;
-        for (; i + Vx::kBytes <= n; i += Vx::kBytes) at(i);
-        if (i < n) at(n - Vx::kBytes);
+    int y = 0;
+    for (; y + 4 <= nOut; y += 4) bits3x3Band<Vx, Max, 4>(rows + y, out + y * outStride, outStride, n);
+    switch (nOut - y) {
+        case 3: return bits3x3Band<Vx, Max, 3>(rows + y, out + y * outStride, outStride, n);
+        case 2: return bits3x3Band<Vx, Max, 2>(rows + y, out + y * outStride, outStride, n);
+        case 1: return bits3x3Band<Vx, Max, 1>(rows + y, out + y * outStride, outStride, n);
+        default: return;
     }
 }
+
+constexpr size_t kLongRowBytes = 2048;
 
 // Four rows at a time while they last (six source rows stay in the first
 // level cache), then the rest together.
@@ -166,6 +190,13 @@ void extreme3x3Vec(const void* const* rows, int nOut, void* out, ptrdiff_t outSt
             return extreme3x3Vec<typename Vx::Narrower, T, Max>(rows, nOut, out, outStride, n, step);
         else return extreme3x3Ref<T, Max>(rows, nOut, out, outStride, n, step);
     }
+    // 512-bit vectors pay on rows the caches hold; on long rows (of images
+    // too large for the caches, as a rule) the shifted loads, every one of
+    // them splitting a cache line, cost more than the vectors save: 256-bit
+    // ones there (measured on 640 and 3840 values a row).
+    if constexpr (Vx::kBytes == 64)
+        if (n * sizeof(T) >= kLongRowBytes)
+            return extreme3x3Vec<typename Vx::Narrower, T, Max>(rows, nOut, out, outStride, n, step);
     char* o = static_cast<char*>(out);
     int y = 0;
     for (; y + 4 <= nOut; y += 4) extreme3x3Band<Vx, T, Max, 4>(rows + y, o + y * outStride, outStride, n, step);
@@ -530,8 +561,8 @@ RankTable vectorRankTable() {
         constexpr int e = static_cast<int>(image::ElemOf<T>::value);
         t.fold[e][0] = &foldVec<Vx, T, false>;
         t.fold[e][1] = &foldVec<Vx, T, true>;
-        t.extreme3x3[e][0] = &extreme3x3Vec<Vm, T, false>;
-        t.extreme3x3[e][1] = &extreme3x3Vec<Vm, T, true>;
+        t.extreme3x3[e][0] = &extreme3x3Vec<Vx, T, false>;
+        t.extreme3x3[e][1] = &extreme3x3Vec<Vx, T, true>;
         t.median9[e] = &median9Vec<Vm, T>;
         t.network[e] = &networkVec<Vx, T>;
         t.median25[e] = &median25Vec<Vx, T>;

@@ -51,14 +51,14 @@ TEST(ExtremeKernels, LevelsMatchReference) {
                     ASSERT_EQ(in, c);
                 }
         // Packed 1-bit rows: every byte count through the vectors' heads and
-        // tails, bands of one to three rows, exactly n bytes a row written.
+        // tails, bands of one to six rows, exactly n bytes a row written.
         for (size_t n : widths)
             for (int g = 0; g < 2; ++g) {
-                const int nOut = 1 + static_cast<int>(n % 3);
+                const int nOut = 1 + static_cast<int>(n % 6);
                 std::vector<uint8_t> in((nOut + 2) * (n + 2) + 16);
                 for (auto& v : in) v = static_cast<uint8_t>(rng());
                 const size_t skew = rng() % 16;
-                const uint8_t* rows[5];
+                const uint8_t* rows[8];
                 for (int r = 0; r < nOut + 2; ++r) rows[r] = &in[skew + 1 + r * (n + 2)];
                 std::vector<uint8_t> a(nOut * (n + 2), 0xA5), b = a;
                 vec.bits3x3[g](rows, nOut, a.data() + 1, static_cast<ptrdiff_t>(n + 2), n);
