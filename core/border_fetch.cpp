@@ -117,27 +117,6 @@ void putConstant(char* dst, long long dstCol, const Constant& c, const Geometry&
     for (size_t v = 0; v < values; ++v) std::memcpy(p + v * valueBytes, c.bytes, valueBytes);
 }
 
-// memcpy for the few bytes of a side strip's row or an edge pixel, where the
-// library call costs more than the copy: two fixed-size copies that may
-// overlap (src and dst never do).
-inline void copyBytes(char* dst, const char* src, size_t n) {
-    if (n > 32) return static_cast<void>(std::memcpy(dst, src, n));
-    if (n >= 16) {
-        std::memcpy(dst, src, 16);
-        std::memcpy(dst + n - 16, src + n - 16, 16);
-    } else if (n >= 8) {
-        std::memcpy(dst, src, 8);
-        std::memcpy(dst + n - 8, src + n - 8, 8);
-    } else if (n >= 4) {
-        std::memcpy(dst, src, 4);
-        std::memcpy(dst + n - 4, src + n - 4, 4);
-    } else if (n > 0) {
-        dst[0] = src[0];
-        dst[n / 2] = src[n / 2];
-        dst[n - 1] = src[n - 1];
-    }
-}
-
 // Copies `n` pixels of one plane-row from column `col` of `src` to column
 // `at` of `dst`.
 void copySpan(const char* src, long long col, char* dst, long long at, long long n,

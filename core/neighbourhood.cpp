@@ -372,6 +372,16 @@ void writeRow(const Run& run, const Operand& d, char* row, const char* computed,
             std::memcpy(row + i * step, computed + i * pixelBytes, pixelBytes);
 }
 
+// Writes a band's computed rows, from destination row y on (dRow its start).
+void writeBand(const Run& run, const Operand& d, char* dRow, int y, int rows, int width, const Operand* mask) {
+    for (int i = 0; i < rows; ++i) {
+        const uint8_t* maskRow =
+            mask ? reinterpret_cast<const uint8_t*>(mask->data + (y + i) * mask->rowStep) : nullptr;
+        writeRow(run, d, dRow + i * d.rowStep, run.out + i * run.outRowBytes, width, maskRow,
+                 mask ? mask->bit : 0);
+    }
+}
+
 // One piece: its source rows with their margins all readable through `s`.
 void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand* mask, int width,
               int height, const Edges* edges = nullptr) {
@@ -427,12 +437,7 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             row.firstRow = y == 0;
             row.edges = inPlace ? run.edgeWords : nullptr;
             k.row(row, k.context);
-            for (int i = 0; i < rows && !direct; ++i) {
-                const uint8_t* maskRow =
-                    mask ? reinterpret_cast<const uint8_t*>(mask->data + (y + i) * mask->rowStep) : nullptr;
-                writeRow(run, d, dRow + i * d.rowStep, run.out + i * run.outRowBytes, width, maskRow,
-                         mask ? mask->bit : 0);
-            }
+            if (!direct) writeBand(run, d, dRow, y, rows, width, mask);
             y += rows;
         }
     }
@@ -502,24 +507,6 @@ void planEnd(const OzlImage* image, long long column, int first, int last, int k
     }
 }
 
-// Small copies: fixed-size moves that may overlap (src and dst never do).
-inline void copySmall(char* dst, const char* src, size_t n) {
-    if (n >= 16) {
-        for (size_t i = 0; i + 16 < n; i += 16) std::memcpy(dst + i, src + i, 16);
-        std::memcpy(dst + n - 16, src + n - 16, 16);
-    } else if (n >= 8) {
-        std::memcpy(dst, src, 8);
-        std::memcpy(dst + n - 8, src + n - 8, 8);
-    } else if (n >= 4) {
-        std::memcpy(dst, src, 4);
-        std::memcpy(dst + n - 4, src + n - 4, 4);
-    } else if (n > 0) {
-        dst[0] = src[0];
-        dst[n / 2] = src[n / 2];
-        dst[n - 1] = src[n - 1];
-    }
-}
-
 // One end's copies of `count` rows, run by run: the size of each run's copy
 // known before its loop over the rows.
 void gatherEnds(const EndPlan& plan, const char* const* rows, char* const* copies, int count,
@@ -538,7 +525,7 @@ void gatherEnds(const EndPlan& plan, const char* const* rows, char* const* copie
                 std::memcpy(copies[i] + at + b - 16, rows[i] + from + b - 16, 16);
             }
         } else {
-            for (int i = 0; i < count; ++i) copySmall(copies[i] + at, rows[i] + from, b);
+            for (int i = 0; i < count; ++i) copyBytes(copies[i] + at, rows[i] + from, b);
         }
     }
 }
@@ -643,12 +630,7 @@ NbResult runEnds(const Run& run, const OzlImage* src, const Operand& d, const Op
                 row.firstRow = y == 0;
                 k.row(row, k.context);
             }
-            for (int i = 0; i < rows && !direct; ++i) {
-                const uint8_t* maskRow =
-                    mask ? reinterpret_cast<const uint8_t*>(mask->data + (y + i) * mask->rowStep) : nullptr;
-                writeRow(run, d, dRow + i * d.rowStep, run.out + i * run.outRowBytes, width, maskRow,
-                         mask ? mask->bit : 0);
-            }
+            if (!direct) writeBand(run, d, dRow, y, rows, width, mask);
             y += rows;
         }
     }
