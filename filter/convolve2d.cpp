@@ -315,6 +315,9 @@ core::NbCode engine(OzlImage* srcImage, OzlImage* dstImage, Record* const* kerne
     kernel.scratchPerValue = 24;
     // One 32F kernel takes bands of rows (sharing their source rows' loads).
     kernel.bandRows = plan.realPath ? plan.table->realBandRows : 1;
+    // Nothing is carried from call to call: the ends of the rows may come
+    // from small copies while every source row is read in place.
+    kernel.independentColumns = true;
     const core::NbPass pass{&kernel, 1};
     return core::runPasses(setup, &pass, 1);
 }
