@@ -507,8 +507,7 @@ void planEnd(const OzlImage* image, long long column, int first, int last, int k
     }
 }
 
-// One end's copies of `count` rows, run by run: the size of each run's copy
-// known before its loop over the rows.
+// One end's copies of `count` rows, run by run over the rows.
 void gatherEnds(const EndPlan& plan, const char* const* rows, char* const* copies, int count,
                 const char (*sideValues)[4], size_t valueBytes) {
     for (const EndRun* r = plan.runs; r < plan.runs + plan.count; ++r) {
@@ -519,11 +518,6 @@ void gatherEnds(const EndPlan& plan, const char* const* rows, char* const* copie
                 for (size_t v = 0; v < b; v += valueBytes) std::memcpy(copies[i] + at + v, sideValues[r->side], valueBytes);
         } else if (b == 1) {
             for (int i = 0; i < count; ++i) copies[i][at] = rows[i][from];
-        } else if (b >= 16 && b <= 32) {
-            for (int i = 0; i < count; ++i) {
-                std::memcpy(copies[i] + at, rows[i] + from, 16);
-                std::memcpy(copies[i] + at + b - 16, rows[i] + from + b - 16, 16);
-            }
         } else {
             for (int i = 0; i < count; ++i) copyBytes(copies[i] + at, rows[i] + from, b);
         }
