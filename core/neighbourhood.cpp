@@ -122,8 +122,6 @@ struct Run {
         char* p = memory;
         this->ring = p;
         ringRowBytes = static_cast<size_t>(slotBytes);
-        // Packed slots keep zero bits beyond what each gather writes.
-        if (packedRows) std::memset(this->ring, 0, static_cast<size_t>(ring));
         p += ring;
         this->out = p;
         outRowBytes = static_cast<size_t>(outRow);
@@ -166,6 +164,15 @@ struct Edges {
     long long inLo = 0, inHi = 0;   // the piece's pixels inside the image
     // [rows beside, above, below][left, right]: pixels -left .. inLo - 1, inHi .. width + right - 1.
     long long reads[3][2][64];
+    // Rows read in place: each margin pixel (-left .. -1, width .. width +
+    // right - 1) as a bit of the row it is read with, or a constant. Only the
+    // margins' entries are set (the arrays are left unset: a piece's set-up
+    // would otherwise cost more than a short image's rows).
+    struct Pixel {
+        ptrdiff_t byte;
+        int shift;
+        int fixed;  // 0 or 1 for a constant, -1 to read the bit
+    } pixels[3][2][64];
 };
 
 void edgesOf(const OzlImage* image, const Margins& m, int width, Edges& e) {
@@ -188,6 +195,16 @@ void edgesOf(const OzlImage* image, const Margins& m, int width, Edges& e) {
             for (long long p = from; p < to; ++p)
                 e.reads[kind][s][p - from] = mode != 0 ? borderIndex(column + p, n, mode) - column
                                              : image->borderConst[side] & 1 ? kOn : kOff;
+            const int count = s == 0 ? m.left : m.right;
+            for (int k = 0; k < count; ++k) {
+                const long long p = s == 0 ? k - m.left : static_cast<long long>(width) + k;
+                const long long c = p >= e.inLo && p < e.inHi ? p : e.reads[kind][s][p - from];
+                Edges::Pixel& px = e.pixels[kind][s][k];
+                const bool fixed = c == kOn || c == kOff;
+                px.fixed = fixed ? c == kOn : -1;
+                px.byte = fixed ? 0 : static_cast<ptrdiff_t>(c >> 3);
+                px.shift = fixed ? 0 : 7 - static_cast<int>(c & 7);
+            }
         }
 }
 
@@ -259,38 +276,63 @@ void gatherPacked(const uint8_t* row, int bit, int lo, int hi, uint8_t* slot, si
     if (!clipped && written < end) std::memset(slot + written, 0, end - written);
 }
 
-// Packed source row `r` (relative to the piece) in place, the piece's pixel 0
-// on a byte: the row it reads (or one of the constant rows `constants`, all
-// zeros then all ones) and its margin pixels as two words (NbRow::edges).
-const char* packedInPlace(const Run& run, const Operand& s, const char* base, int r, int width, const Edges& e,
-                          const char* constants, uint64_t* words) {
+// A margin pixel of a packed row read in place.
+inline uint64_t marginBit(const char* row, const Edges::Pixel& px) {
+    return static_cast<uint64_t>(px.fixed >= 0 ? px.fixed : static_cast<uint8_t>(row[px.byte]) >> px.shift & 1);
+}
+
+// `count` packed source rows from row `first` (relative to the piece) in
+// place, the piece's pixel 0 on a byte: the rows they read (or one of the
+// constant rows `constants`, all zeros then all ones) and their margin pixels
+// as two words a row (NbRow::edges).
+void packedInPlace(const Run& run, const Operand& s, const char* base, int first, int count, const Edges& e,
+                   const char* constants, const void** rows, uint64_t* words) {
     const Margins& m = run.kernel->margins;
-    const long long v = e.row + r;
-    int kind = 0;
-    if (v < 0 || v >= e.height) {
+    auto margins = [&](const char* row, int kind, uint64_t* w) {
+        uint64_t left = 0, right = 0;
+        for (int k = 0; k < m.left; ++k) left = left << 1 | marginBit(row, e.pixels[kind][0][k]);
+        for (int k = 0; k < m.right; ++k) right = right << 1 | marginBit(row, e.pixels[kind][1][k]);
+        w[0] = left;
+        w[1] = m.right ? right << (64 - m.right) : 0;
+    };
+    for (int j = 0; j < count;) {
+        int r = first + j;
+        const long long v = e.row + r;
+        if (v >= 0 && v < e.height) {
+            // A run of rows inside the image; one pixel a side (3 x 3) is the
+            // common case, worth a loop of its own.
+            const int inside = static_cast<int>(std::min<long long>(count - j, e.height - v));
+            const char* row = base + static_cast<ptrdiff_t>(r) * s.rowStep;
+            if (m.left == 1 && m.right == 1) {
+                const Edges::Pixel left = e.pixels[0][0][0], right = e.pixels[0][1][0];
+                for (int i = 0; i < inside; ++i, row += s.rowStep) {
+                    rows[j + i] = row;
+                    words[2 * (j + i)] = marginBit(row, left);
+                    words[2 * (j + i) + 1] = marginBit(row, right) << 63;
+                }
+            } else {
+                for (int i = 0; i < inside; ++i, row += s.rowStep) {
+                    rows[j + i] = row;
+                    margins(row, 0, words + 2 * (j + i));
+                }
+            }
+            j += inside;
+            continue;
+        }
         const int side = v < 0 ? 0 : 1;
+        uint64_t* w = words + 2 * j;
         if (e.mode[side] == 0) {
             const bool on = e.constant[side];
-            words[0] = on && m.left ? ~uint64_t{0} >> (64 - m.left) : 0;
-            words[1] = on && m.right ? ~(~uint64_t{0} >> m.right) : 0;
-            return constants + (on ? run.ringRowBytes : 0);
+            w[0] = on && m.left ? ~uint64_t{0} >> (64 - m.left) : 0;
+            w[1] = on && m.right ? ~(~uint64_t{0} >> m.right) : 0;
+            rows[j++] = constants + (on ? run.ringRowBytes : 0);
+            continue;
         }
         r += static_cast<int>(borderIndex(v, e.height, e.mode[side]) - v);
-        kind = 1 + side;
+        const char* row = base + static_cast<ptrdiff_t>(r) * s.rowStep;
+        margins(row, 1 + side, w);
+        rows[j++] = row;
     }
-    const char* row = base + static_cast<ptrdiff_t>(r) * s.rowStep;
-    const long long rightFrom = std::max(e.inHi, e.inLo);
-    auto pixel = [&](long long p) {
-        const bool inside = p >= e.inLo && p < e.inHi;
-        const long long c = inside ? p : p < 0 ? e.reads[kind][0][p + m.left] : e.reads[kind][1][p - rightFrom];
-        return c == kOn || (c != kOff && bitAt(row, c));
-    };
-    uint64_t left = 0, right = 0;
-    for (long long p = -m.left; p < 0; ++p) left = left << 1 | static_cast<uint64_t>(pixel(p));
-    for (int i = 0; i < m.right; ++i) right |= static_cast<uint64_t>(pixel(static_cast<long long>(width) + i)) << (63 - i);
-    words[0] = left;
-    words[1] = right;
-    return row;
 }
 
 // Source row `r` (relative to the piece) laid out densely into `dst`, from
@@ -394,8 +436,14 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
     const size_t leftBytes = static_cast<size_t>(k.margins.left) * run.channels * run.srcBytes;
     // Packed rows starting on a byte are read in place, their margins apart;
     // rows of a constant come from the first two slots (zeros, ones).
+    // Gathered packed slots keep zero bits beyond what each gather writes.
     const bool inPlace = run.packedRows && k.packedInPlace && edges && s.bit == 0;
-    if (inPlace && around > 0) std::memset(run.ring + run.ringRowBytes, 0xFF, run.ringRowBytes);
+    if (inPlace && around > 0) {
+        std::memset(run.ring, 0, run.ringRowBytes);
+        std::memset(run.ring + run.ringRowBytes, 0xFF, run.ringRowBytes);
+    } else if (run.packedRows && gather && !inPlace) {
+        std::memset(run.ring, 0, run.ringRowBytes * static_cast<size_t>(n));
+    }
     // Stores past the caches pay on long rows only: a side strip's few bytes
     // a row share their cache lines with the interior's, and writing a line
     // in parts that way costs a trip to memory for each part.
@@ -406,12 +454,9 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
         int gathered = -top;  // the next source row the ring lacks
         for (int y = 0; y < height;) {
             const int rows = std::min(run.band, height - y);
-            for (int j = 0; j < rows + around; ++j) {
+            if (inPlace) packedInPlace(run, s, sBase, y - top, rows + around, *edges, run.ring, run.rows, run.edgeWords);
+            for (int j = 0; j < rows + around && !inPlace; ++j) {
                 const int r = y - top + j;
-                if (inPlace) {
-                    run.rows[j] = packedInPlace(run, s, sBase, r, width, *edges, run.ring, run.edgeWords + 2 * j);
-                    continue;
-                }
                 if (!gather) {
                     run.rows[j] = sBase + r * s.rowStep;
                     continue;
@@ -441,8 +486,6 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             y += rows;
         }
     }
-    // Gathered packed rows rely on zero bits beyond what they write.
-    if (inPlace && around > 0) std::memset(run.ring + run.ringRowBytes, 0, run.ringRowBytes);
 }
 
 // A bordered copy of a piece's footprint, and the piece run from it.

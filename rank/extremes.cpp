@@ -182,84 +182,24 @@ void bitsRectangleRow(const core::NbRow& row, const void* context) {
 }
 
 // Packed rows a call: the driver's per-call cost spread over a few rows.
-constexpr int kBitsBand = 16;
+constexpr int kBitsBand = 64;
 
-// One byte of pixels with its west and east neighbour bytes, all three the
-// rows combined.
-template <bool Max>
-uint8_t bitsSquareByte(unsigned c, unsigned west, unsigned east) {
-    const unsigned w = (c >> 1) | (west << 7), e = (c << 1) | (east >> 7);
-    return static_cast<uint8_t>(Max ? c | w | e : c & w & e);
-}
-
-// Bytes -1 .. n of three rows in place (pixels 0 .. width - 1 only) with
-// their margins put in, for rows too short to split.
-void copyWithMargins(const uint8_t* row, const uint64_t* edges, size_t n, int width, uint8_t* copy) {
-    std::memset(copy, 0, n + 9);
-    std::memcpy(copy + 1, row, n);
-    copy[0] = static_cast<uint8_t>(edges[0]);
-    uint8_t* w = copy + 1 + width / 8;
-    const int o = width & 7;
-    image::storeBitWord(w, (image::loadBitWord(w) & ~(~uint64_t{0} >> o)) | (edges[1] >> o));
-}
-
-// Rows in place: the first byte and the last two, whose neighbourhoods reach
-// the margins, one at a time; the others in the level's vectors, the band
-// in one call.
+// Rows in place come with their margin words; gathered rows hold their
+// margins beside them, and the same words are read from there.
 template <bool Max>
 void bitsSquareRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
-    const size_t n = (static_cast<size_t>(row.width) + 7) / 8;
     const auto* src = reinterpret_cast<const uint8_t* const*>(row.src);
     auto* out = static_cast<uint8_t*>(row.dst);
-    const int tail = row.width & 7;
-    const uint8_t keep = static_cast<uint8_t>(0xFFu >> tail);
-    uint8_t kept[kBitsBand];
-    for (int y = 0; y < row.rows && tail; ++y) kept[y] = out[y * row.dstStride + n - 1] & keep;
-    if (!row.edges || n < 4) {
-        if (!row.edges) {
-            p.bitsSquare(src, row.rows, out, row.dstStride, n);
-        } else {
-            for (int y = 0; y < row.rows; ++y) {
-                uint8_t copies[3][4 + 9];
-                const uint8_t* rows[3];
-                for (int r = 0; r < 3; ++r) {
-                    copyWithMargins(src[y + r], row.edges + 2 * (y + r), n, row.width, copies[r]);
-                    rows[r] = copies[r] + 1;
-                }
-                p.bitsSquare(rows, 1, out + y * row.dstStride, 0, n);
-            }
-        }
-    } else {
-        auto both = [](uint64_t a, uint64_t b) { return Max ? a | b : a & b; };
-        // Each source row's ends in one word: bytes n - 3 .. n in the high
-        // half (the pixels from `width` on from the right margin), byte -1
-        // (from the left margin), 0 and 1 in the low one; an output row's
-        // ends then come from its three rows' words combined.
-        const int at = row.width - 8 * static_cast<int>(n - 3);
-        uint64_t ends[kBitsBand + 2];
-        for (int i = 0; i < row.rows + 2; ++i) {
-            const uint8_t* s = src[i];
-            const uint64_t w = uint64_t{s[n - 3]} << 56 | uint64_t{s[n - 2]} << 48 | uint64_t{s[n - 1]} << 40;
-            const uint64_t right = (w & ~(~uint64_t{0} >> at)) | (row.edges[2 * i + 1] >> at);
-            ends[i] = (right & ~uint64_t{0xFFFFFFFF}) | (row.edges[2 * i] & 0xFF) << 16 | uint64_t{s[0]} << 8 | s[1];
-        }
-        for (int y = 0; y < row.rows; ++y) {
-            const uint64_t t = both(both(ends[y], ends[y + 1]), ends[y + 2]);
-            auto byteOf = [&](int shift) { return static_cast<unsigned>(t >> shift) & 0xFF; };
-            uint8_t* o = out + y * row.dstStride;
-            o[0] = bitsSquareByte<Max>(byteOf(8), byteOf(16), byteOf(0));
-            o[n - 2] = bitsSquareByte<Max>(byteOf(48), byteOf(56), byteOf(40));
-            o[n - 1] = bitsSquareByte<Max>(byteOf(40), byteOf(48), byteOf(32));
-        }
-        const uint8_t* mid[kBitsBand + 2];
-        for (int j = 0; j < row.rows + 2; ++j) mid[j] = src[j] + 1;
-        p.bitsSquare(mid, row.rows, out + 1, row.dstStride, n - 3);
+    if (row.edges) return p.bitsSquare(src, row.edges, row.rows, out, row.dstStride, row.width);
+    uint64_t edges[2 * (kBitsBand + 2)];
+    const size_t at = static_cast<size_t>(row.width) / 8;
+    const int o = row.width & 7;
+    for (int i = 0; i < row.rows + 2; ++i) {
+        edges[2 * i] = src[i][-1];
+        edges[2 * i + 1] = uint64_t{((unsigned{src[i][at]} << 8 | src[i][at + 1]) << o & 0xFF00u) >> 8} << 56;
     }
-    for (int y = 0; y < row.rows && tail; ++y) {
-        uint8_t& last = out[y * row.dstStride + n - 1];
-        last = static_cast<uint8_t>((last & ~keep) | kept[y]);
-    }
+    p.bitsSquare(src, edges, row.rows, out, row.dstStride, row.width);
 }
 
 template <bool Max>

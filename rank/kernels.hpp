@@ -123,11 +123,16 @@ constexpr size_t kWideCounts = 288;
 using SlidingMedianFn = void (*)(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
                                  uint8_t* work, uint8_t* out, int outStep);
 
-// 1-bit rows, 8 pixels a byte, the first in the most significant bit: bytes
-// i < n of nOut output rows (row y at out + y * outStride) hold the AND
-// (greatest: OR) of the 3 x 3 neighbourhood of each of their 8 pixels, row y
-// from rows[y .. y + 2], each readable from byte -1 to byte n.
-using Bits3x3Fn = void (*)(const uint8_t* const* rows, int nOut, uint8_t* out, ptrdiff_t outStride, size_t n);
+// 1-bit rows, 8 pixels a byte, the first in the most significant bit: each
+// of nOut output rows (row y at out + y * outStride) gets the AND (greatest:
+// OR) of the 3 x 3 neighbourhood of each of its `width` pixels, the bits past
+// the width in its last byte kept. Row y reads rows[y .. y + 2], each
+// readable over its own (width + 7) / 8 bytes only (the bits past the width
+// any), its margin pixels in two words edges[2 r], edges[2 r + 1]: the pixel
+// before pixel 0 in the lowest bit of the first, pixel `width` in the highest
+// bit of the second.
+using Bits3x3Fn = void (*)(const uint8_t* const* rows, const uint64_t* edges, int nOut, uint8_t* out,
+                           ptrdiff_t outStride, int width);
 
 // The colour median of small windows: for each of n pixels of 3 values, the
 // colour of the window pixel whose summed channel distances to the window's
@@ -214,20 +219,53 @@ void extreme3x3Ref(const void* const* rows, int nOut, void* out, ptrdiff_t outSt
     }
 }
 
-// A byte of the three rows combined, then each pixel with its west and east
-// neighbours (the pixels of bytes i - 1 and i + 1 next to it moved in).
+// The bytes a 3 x 3 neighbourhood reads beyond a packed row's own (see
+// Bits3x3Fn): byte -1 (the left margin pixel in its lowest bit), byte n - 1
+// with the bits past the width replaced by the right margin's, byte n (the
+// rest of that margin).
+struct BitsEnds {
+    unsigned before, last, after;
+};
+inline BitsEnds bitsEnds(const uint8_t* row, const uint64_t* edges, size_t n, int width) {
+    const int valid = width & 7 ? width & 7 : 8;  // pixels in the last byte
+    const unsigned both = ((unsigned{row[n - 1]} << 8) & ~(0xFFFFu >> valid) & 0xFFFFu) |
+                          static_cast<unsigned>(edges[1] >> (48 + valid));
+    return {static_cast<unsigned>(edges[0] & 0xFF), both >> 8, both & 0xFF};
+}
+
+// Output bytes [from, to) of the rows: each source byte with its west and east
+// neighbours (the pixels of bytes i - 1 and i + 1 next to it moved in), then
+// three rows of those combined.
 template <bool Max>
-void bits3x3Ref(const uint8_t* const* rows, int nOut, uint8_t* out, ptrdiff_t outStride, size_t n) {
-    for (int y = 0; y < nOut; ++y, ++rows, out += outStride) {
-        auto column = [&](ptrdiff_t i) -> unsigned {
-            return Max ? rows[0][i] | rows[1][i] | rows[2][i] : rows[0][i] & rows[1][i] & rows[2][i];
+void bits3x3Bytes(const uint8_t* const* rows, const uint64_t* edges, int nOut, uint8_t* out, ptrdiff_t outStride,
+                  int width, size_t from, size_t to) {
+    const size_t n = (static_cast<size_t>(width) + 7) / 8;
+    const unsigned keep = width & 7 ? 0xFFu >> (width & 7) : 0;
+    auto pick = [](unsigned a, unsigned b, unsigned c) { return Max ? a | b | c : a & b & c; };
+    auto across = [&](int r, size_t i) {
+        const BitsEnds e = bitsEnds(rows[r], edges + 2 * r, n, width);
+        auto byteAt = [&](ptrdiff_t k) -> unsigned {
+            if (k < 0) return e.before;
+            if (k == static_cast<ptrdiff_t>(n) - 1) return e.last;
+            return k == static_cast<ptrdiff_t>(n) ? e.after : rows[r][k];
         };
-        for (size_t i = 0; i < n; ++i) {
-            const ptrdiff_t at = static_cast<ptrdiff_t>(i);
-            const unsigned c = column(at), west = (c >> 1) | (column(at - 1) << 7), east = (c << 1) | (column(at + 1) >> 7);
-            out[i] = static_cast<uint8_t>(Max ? c | west | east : c & west & east);
+        const ptrdiff_t at = static_cast<ptrdiff_t>(i);
+        const unsigned c = byteAt(at);
+        return pick(c, (c >> 1) | (byteAt(at - 1) << 7 & 0x80), (c << 1 & 0xFE) | byteAt(at + 1) >> 7);
+    };
+    for (int y = 0; y < nOut; ++y) {
+        uint8_t* o = out + y * outStride;
+        for (size_t i = from; i < to; ++i) {
+            const unsigned v = pick(across(y, i), across(y + 1, i), across(y + 2, i));
+            o[i] = static_cast<uint8_t>(i == n - 1 ? (v & ~keep) | (o[i] & keep) : v);
         }
     }
+}
+
+template <bool Max>
+void bits3x3Ref(const uint8_t* const* rows, const uint64_t* edges, int nOut, uint8_t* out, ptrdiff_t outStride,
+                int width) {
+    bits3x3Bytes<Max>(rows, edges, nOut, out, outStride, width, 0, (static_cast<size_t>(width) + 7) / 8);
 }
 
 // The summed distances of every window pixel to all the others, pair by pair

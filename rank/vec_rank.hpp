@@ -126,56 +126,114 @@ void extreme3x3Band(const void* const* rows, char* out, ptrdiff_t outStride, siz
     alignedStores<Vx, T>(out, n, at);
 }
 
-// 1-bit rows, K output rows from K + 2 source rows: bytes of the three rows
-// combined (each pair of output rows sharing the two rows between them) at
-// i - 1, i and i + 1 (shifted loads), the neighbours' edge pixels moved in by
-// 16-bit shifts whose bits crossing into the next byte are masked off.
-template <class Vx, bool Max, int K>
-void bits3x3Band(const uint8_t* const* rows, uint8_t* out, ptrdiff_t outStride, size_t n) {
+// 1-bit rows, 3 x 3: each source row's bytes first combined with their west
+// and east neighbours (the edge pixels of the bytes before and after moved in
+// by 16-bit shifts, the bits crossing into the next byte masked off), then
+// each output row from three of those, a strip of bytes at a time down the
+// band, so that each source row is combined across once.
+template <class Vx, bool Max>
+typename Vx::V bitsAcross(typename Vx::V x, typename Vx::V before, typename Vx::V after) {
     using V = typename Vx::V;
-    auto pick = [](V a, V b) { return Max ? Vx::or_(a, b) : Vx::and_(a, b); };
-    const V low7 = Vx::set8(0x7F), high7 = Vx::set8(0xFE);
-    auto columns = [&](ptrdiff_t c, V* col) {
-        V v[K + 2];
-        for (int j = 0; j < K + 2; ++j) v[j] = Vx::load(rows[j] + c);
-        for (int j = 0; j < K; j += 2) {
-            const V q = pick(v[j + 1], v[j + 2]);
-            col[j] = pick(v[j], q);
-            if (j + 1 < K) col[j + 1] = pick(q, v[j + 3]);
-        }
-    };
-    auto at = [&](size_t i) {
-        const ptrdiff_t c = static_cast<ptrdiff_t>(i);
-        V mid[K], side[K], acc[K];
-        columns(c, mid);
-        columns(c - 1, side);
-        for (int j = 0; j < K; ++j)
-            acc[j] = pick(mid[j], Vx::or_(Vx::and_(Vx::template srli16<1>(mid[j]), low7),
-                                          Vx::andNot(Vx::template slli16<7>(side[j]), low7)));
-        columns(c + 1, side);
-        for (int j = 0; j < K; ++j)
-            Vx::store(out + j * outStride + i,
-                      pick(acc[j], Vx::or_(Vx::and_(Vx::template slli16<1>(mid[j]), high7),
-                                           Vx::andNot(Vx::template srli16<7>(side[j]), high7))));
-    };
-    size_t i = 0;
-    for (; i + Vx::kBytes <= n; i += Vx::kBytes) at(i);
-    if (i < n) at(n - Vx::kBytes);
+    const V west = Vx::bitSelect(Vx::set8(0x7F), Vx::template srli16<1>(x), Vx::template slli16<7>(before));
+    const V east = Vx::bitSelect(Vx::set8(0xFE), Vx::template slli16<1>(x), Vx::template srli16<7>(after));
+    return Max ? Vx::or3(x, west, east) : Vx::and3(x, west, east);
+}
+
+// across(r): source row r of the strip across; put(y, v): output row y.
+template <class Vx, bool Max, class Across, class Put>
+void bitsDown(int nOut, Across&& across, Put&& put) {
+    using V = typename Vx::V;
+    V a = across(0), b = across(1);
+    for (int y = 0; y < nOut; ++y) {
+        const V c = across(y + 2);
+        put(y, Max ? Vx::or3(a, b, c) : Vx::and3(a, b, c));
+        a = b;
+        b = c;
+    }
 }
 
 template <class Vx, bool Max>
-void bits3x3Vec(const uint8_t* const* rows, int nOut, uint8_t* out, ptrdiff_t outStride, size_t n) {
-    if (n < Vx::kBytes) {
-        if constexpr (Vx::kHasNarrower) return bits3x3Vec<typename Vx::Narrower, Max>(rows, nOut, out, outStride, n);
-        else return bits3x3Ref<Max>(rows, nOut, out, outStride, n);
-    }
-    int y = 0;
-    for (; y + 4 <= nOut; y += 4) bits3x3Band<Vx, Max, 4>(rows + y, out + y * outStride, outStride, n);
-    switch (nOut - y) {
-        case 3: return bits3x3Band<Vx, Max, 3>(rows + y, out + y * outStride, outStride, n);
-        case 2: return bits3x3Band<Vx, Max, 2>(rows + y, out + y * outStride, outStride, n);
-        case 1: return bits3x3Band<Vx, Max, 1>(rows + y, out + y * outStride, outStride, n);
-        default: return;
+void bits3x3Vec(const uint8_t* const* rows, const uint64_t* edges, int nOut, uint8_t* out, ptrdiff_t outStride,
+                int width) {
+    using V = typename Vx::V;
+    constexpr size_t B = Vx::kBytes;
+    const size_t n = (static_cast<size_t>(width) + 7) / 8;
+    if constexpr (Vx::kMaskedBytes) {
+        // Strips from byte 0, the last one ending on byte n - 1. The end
+        // strips read only the row's own bytes (masked loads) and take the
+        // margin bytes into their lanes.
+        const size_t lastAt = n > B ? n - B : 0;
+        const uint64_t lastLane = uint64_t{1} << (n - 1 - lastAt);
+        const uint64_t lanes = lastLane | (lastLane - 1);  // of the last strip
+        const unsigned keep = width & 7 ? 0xFFu >> (width & 7) : 0;
+        const bool whole = keep == 0;  // the last byte all pixels
+        auto strip = [&](size_t i, auto firstTag, auto lastTag) {
+            constexpr bool first = decltype(firstTag)::value, last = decltype(lastTag)::value;
+            auto across = [&](int r) {
+                const uint8_t* s = rows[r] + i;
+                V x, after;
+                if constexpr (last) {
+                    if (whole) {
+                        // Byte n is the right margin word's top byte (read as a byte, x86 being little-endian).
+                        x = Vx::loadBytes(s, lanes, Vx::zero());
+                        after = Vx::loadBytes(s + 1, lastLane - 1,
+                                              Vx::set8(reinterpret_cast<const uint8_t*>(edges + 2 * r + 1)[7]));
+                    } else {
+                        const BitsEnds e = bitsEnds(rows[r], edges + 2 * r, n, width);
+                        x = Vx::setBytes(Vx::loadBytes(s, lastLane - 1, Vx::zero()), lastLane, static_cast<int>(e.last));
+                        after = Vx::loadBytes(s + 1, lastLane - 1, Vx::set8(static_cast<int>(e.after)));
+                    }
+                } else {
+                    x = Vx::load(s);
+                    after = Vx::load(s + 1);
+                    _mm_prefetch(reinterpret_cast<const char*>(s) + 2 * B, _MM_HINT_T0);
+                }
+                V before;
+                if constexpr (first)
+                    before = Vx::loadBytes(s - 1, (last ? lanes : ~uint64_t{0}) & ~uint64_t{1},
+                                           Vx::set8(reinterpret_cast<const uint8_t*>(edges + 2 * r)[0]));
+                else
+                    before = Vx::load(s - 1);
+                return bitsAcross<Vx, Max>(x, before, after);
+            };
+            const V kept = Vx::setBytes(Vx::zero(), lastLane, static_cast<int>(keep));
+            bitsDown<Vx, Max>(nOut, across, [&](int y, V v) {
+                uint8_t* o = out + y * outStride + i;
+                if constexpr (last) {
+                    if (keep) v = Vx::bitSelect(kept, Vx::loadBytes(o, lastLane, Vx::zero()), v);
+                    Vx::storeBytes(o, lanes, v);
+                } else {
+                    Vx::store(o, v);
+                }
+            });
+        };
+        using Yes = std::true_type;
+        using No = std::false_type;
+        if (n <= B) return strip(0, Yes{}, Yes{});
+        strip(0, Yes{}, No{});
+        for (size_t i = B; i + B < n; i += B) strip(i, No{}, No{});
+        strip(lastAt, No{}, Yes{});
+    } else {
+        // Bytes 1 .. n - 2 in place, strips from byte 1 (the last one ending
+        // on byte n - 2); bytes 0 and n - 1, which read the margins, apart.
+        if (n < B + 2) {
+            if constexpr (Vx::kHasNarrower) return bits3x3Vec<typename Vx::Narrower, Max>(rows, edges, nOut, out, outStride, width);
+            else return bits3x3Ref<Max>(rows, edges, nOut, out, outStride, width);
+        }
+        auto strip = [&](size_t i) {
+            bitsDown<Vx, Max>(
+                nOut,
+                [&](int r) {
+                    const uint8_t* s = rows[r] + i;
+                    return bitsAcross<Vx, Max>(Vx::load(s), Vx::load(s - 1), Vx::load(s + 1));
+                },
+                [&](int y, V v) { Vx::store(out + y * outStride + i, v); });
+        };
+        size_t i = 1;
+        for (; i + B <= n - 1; i += B) strip(i);
+        if (i < n - 1) strip(n - 1 - B);
+        bits3x3Bytes<Max>(rows, edges, nOut, out, outStride, width, 0, 1);
+        bits3x3Bytes<Max>(rows, edges, nOut, out, outStride, width, n - 1, n);
     }
 }
 
@@ -567,8 +625,8 @@ RankTable vectorRankTable() {
         t.network[e] = &networkVec<Vx, T>;
         t.median25[e] = &median25Vec<Vx, T>;
     });
-    t.bits3x3[0] = &bits3x3Vec<Vm, false>;
-    t.bits3x3[1] = &bits3x3Vec<Vm, true>;
+    t.bits3x3[0] = &bits3x3Vec<Vx, false>;
+    t.bits3x3[1] = &bits3x3Vec<Vx, true>;
     t.boxU8 = &boxU8Vec<Vx>;
     t.weightedU8 = &weightedU8Vec<Vx>;
     // The search reads 16 counts out of the ones the slide has just stored:

@@ -55,6 +55,16 @@ struct Avx512 {
     static V or_(V a, V b) { return _mm512_or_si512(a, b); }
     static V xor_(V a, V b) { return _mm512_xor_si512(a, b); }
     static V andNot(V a, V b) { return _mm512_andnot_si512(b, a); }  // a & ~b
+    static V and3(V a, V b, V c) { return _mm512_ternarylogic_epi64(a, b, c, 0x80); }
+    static V or3(V a, V b, V c) { return _mm512_ternarylogic_epi64(a, b, c, 0xFE); }
+    static V bitSelect(V m, V a, V b) { return _mm512_ternarylogic_epi64(m, a, b, 0xCA); }  // a where m, else b
+    // Byte lanes chosen by a bit mask (lane i by bit i): loads read only the
+    // chosen lanes' bytes (the others can't fault) and take the rest from
+    // `fill`; stores write only the chosen bytes.
+    static constexpr bool kMaskedBytes = true;
+    static V loadBytes(const void* p, uint64_t lanes, V fill) { return _mm512_mask_loadu_epi8(fill, lanes, p); }
+    static V setBytes(V v, uint64_t lanes, int value) { return _mm512_mask_set1_epi8(v, lanes, static_cast<char>(value)); }
+    static void storeBytes(void* p, uint64_t lanes, V v) { _mm512_mask_storeu_epi8(p, lanes, v); }
     // m ? x : y, m all-ones or all-zero per byte.
     static V select(V m, V x, V y) { return _mm512_mask_blend_epi8(_mm512_movepi8_mask(m), y, x); }
 

@@ -42,6 +42,11 @@ struct Sse2 {
     static V or_(V a, V b) { return _mm_or_si128(a, b); }
     static V xor_(V a, V b) { return _mm_xor_si128(a, b); }
     static V andNot(V a, V b) { return _mm_andnot_si128(b, a); }  // a & ~b
+    static V and3(V a, V b, V c) { return and_(and_(a, b), c); }
+    static V or3(V a, V b, V c) { return or_(or_(a, b), c); }
+    static V bitSelect(V m, V a, V b) { return or_(and_(a, m), andNot(b, m)); }  // a where m, else b
+    // Byte lanes are loaded and stored whole (see Avx512::kMaskedBytes).
+    static constexpr bool kMaskedBytes = false;
     // m ? x : y, m all-ones or all-zero per byte.
     static V select(V m, V x, V y) {
         return _mm_or_si128(_mm_and_si128(m, x), _mm_andnot_si128(m, y));

@@ -50,20 +50,27 @@ TEST(ExtremeKernels, LevelsMatchReference) {
                     ref.fold[e][g](inPlace, 2, &c[skew], n);
                     ASSERT_EQ(in, c);
                 }
-        // Packed 1-bit rows: every byte count through the vectors' heads and
-        // tails, bands of one to six rows, exactly n bytes a row written.
-        for (size_t n : widths)
+        // Packed 1-bit rows: every width through the vectors' heads and tails
+        // (each row its own allocation of exactly its bytes), random margin
+        // words, bands of one to six rows, the bits past the width and the
+        // bytes around each output row kept.
+        for (int width = 1; width <= 8 * 200 + 7; width += 1 + width / 64)
             for (int g = 0; g < 2; ++g) {
-                const int nOut = 1 + static_cast<int>(n % 6);
-                std::vector<uint8_t> in((nOut + 2) * (n + 2) + 16);
-                for (auto& v : in) v = static_cast<uint8_t>(rng());
-                const size_t skew = rng() % 16;
+                const size_t n = (static_cast<size_t>(width) + 7) / 8;
+                const int nOut = 1 + width % 6;
+                std::vector<std::vector<uint8_t>> in(nOut + 2, std::vector<uint8_t>(n));
                 const uint8_t* rows[8];
-                for (int r = 0; r < nOut + 2; ++r) rows[r] = &in[skew + 1 + r * (n + 2)];
+                uint64_t edges[16];
+                for (int r = 0; r < nOut + 2; ++r) {
+                    for (auto& v : in[r]) v = static_cast<uint8_t>(rng());
+                    rows[r] = in[r].data();
+                    edges[2 * r] = rng() & 1;
+                    edges[2 * r + 1] = uint64_t{rng() & 1} << 63;
+                }
                 std::vector<uint8_t> a(nOut * (n + 2), 0xA5), b = a;
-                vec.bits3x3[g](rows, nOut, a.data() + 1, static_cast<ptrdiff_t>(n + 2), n);
-                ref.bits3x3[g](rows, nOut, b.data() + 1, static_cast<ptrdiff_t>(n + 2), n);
-                ASSERT_EQ(a, b) << cpu::name(level) << " bits, greatest " << g << " n " << n;
+                vec.bits3x3[g](rows, edges, nOut, a.data() + 1, static_cast<ptrdiff_t>(n + 2), width);
+                ref.bits3x3[g](rows, edges, nOut, b.data() + 1, static_cast<ptrdiff_t>(n + 2), width);
+                ASSERT_EQ(a, b) << cpu::name(level) << " bits, greatest " << g << " width " << width;
             }
     }
 }

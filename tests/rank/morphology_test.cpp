@@ -154,7 +154,9 @@ TEST(Morphology, BitsMatchBytes) {
     ErrorCapture errors;
     std::mt19937 rng(3);
     for (int round = 0; round < 32; ++round) {
-        const int width = 1 + static_cast<int>(rng() % 300), height = 1 + static_cast<int>(rng() % 40);
+        // Rows of several vectors, and more than one band of them.
+        const int width = static_cast<int>(round & 2 ? 520 + rng() % 1100 : 1 + rng() % 300);
+        const int height = 1 + static_cast<int>(rng() % 150);
         TestImage bits(OZL_DEPTH_1U, width, height), bytes(OZL_DEPTH_8U, width, height), mask(OZL_DEPTH_1U, width, height);
         mask.fillRandom(rng());
         // Dense and sparse pictures too: the edges of an erosion of noise are all zeros.
