@@ -159,10 +159,10 @@ void bits3x3Vec(const uint8_t* const* rows, const uint64_t* edges, int nOut, uin
     constexpr size_t B = Vx::kBytes;
     const size_t n = (static_cast<size_t>(width) + 7) / 8;
     if constexpr (Vx::kMaskedBytes) {
-        // Strips from byte 0, the last one ending on byte n - 1. The end
+        // Strips from byte 0 on, the last one holding byte n - 1. The end
         // strips read only the row's own bytes (masked loads) and take the
         // margin bytes into their lanes.
-        const size_t lastAt = n > B ? n - B : 0;
+        const size_t lastAt = (n - 1) / B * B;
         const uint64_t lastLane = uint64_t{1} << (n - 1 - lastAt);
         const uint64_t lanes = lastLane | (lastLane - 1);  // of the last strip
         const unsigned keep = width & 7 ? 0xFFu >> (width & 7) : 0;
@@ -192,6 +192,8 @@ void bits3x3Vec(const uint8_t* const* rows, const uint64_t* edges, int nOut, uin
                 if constexpr (first)
                     before = Vx::loadBytes(s - 1, (last ? lanes : ~uint64_t{0}) & ~uint64_t{1},
                                            Vx::set8(reinterpret_cast<const uint8_t*>(edges + 2 * r)[0]));
+                else if constexpr (last)
+                    before = Vx::loadBytes(s - 1, lanes, Vx::zero());
                 else
                     before = Vx::load(s - 1);
                 return bitsAcross<Vx, Max>(x, before, after);
