@@ -185,8 +185,8 @@ void bitsRectangleRow(const core::NbRow& row, const void* context) {
 constexpr int kBitsBand = 64;
 
 // Rows in place come with their margin words; gathered rows hold their
-// margins beside them, and the same words are read from there.
-template <bool Max>
+// margins beside them, and the same words are read from there. (The plan's
+// kernel is the least or greatest one already.)
 void bitsSquareRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
     const auto* src = reinterpret_cast<const uint8_t* const*>(row.src);
@@ -269,8 +269,8 @@ core::NbCode runExtremes(const OzlImage* src, const OzlImage* dst, const Shape& 
         if (k.packedBits) {
             k.bandRows = kBitsBand;
             k.packedInPlace = square;
-            const core::NbRowFn bits[2][3] = {{&bitsSquareRow<false>, &bitsRectangleRow<false>, &bitsShapedRow<false>},
-                                              {&bitsSquareRow<true>, &bitsRectangleRow<true>, &bitsShapedRow<true>}};
+            const core::NbRowFn bits[2][3] = {{&bitsSquareRow, &bitsRectangleRow<false>, &bitsShapedRow<false>},
+                                              {&bitsSquareRow, &bitsRectangleRow<true>, &bitsShapedRow<true>}};
             k.row = bits[g][square ? 0 : full ? 1 : 2];
         }
         k.margins = core::Margins{shape.anchorX, shape.anchorY, shape.nCols - 1 - shape.anchorX,
