@@ -1,6 +1,7 @@
 #include "core/neighbourhood.hpp"
 
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 
@@ -173,6 +174,11 @@ struct Edges {
         int shift;
         int fixed;  // 0 or 1 for a constant, -1 to read the bit
     } pixels[3][2][64];
+    // One pixel a side read from the rows' own columns (the same ones for the
+    // rows beside the image and for rows [1] above and [2] below it, when
+    // those map to image rows): rows in place then need no margin words.
+    int columns[2] = {0, 0};
+    bool ownColumns[3] = {false, false, false};
 };
 
 void edgesOf(const OzlImage* image, const Margins& m, int width, Edges& e) {
@@ -206,6 +212,16 @@ void edgesOf(const OzlImage* image, const Margins& m, int width, Edges& e) {
                 px.shift = fixed ? 0 : 7 - static_cast<int>(c & 7);
             }
         }
+    auto readColumn = [&](int kind, int s) {
+        const Edges::Pixel& px = e.pixels[kind][s][0];
+        return px.fixed >= 0 ? INT_MIN : static_cast<int>(px.byte * 8 + 7 - px.shift);
+    };
+    if (m.left != 1 || m.right != 1) return;
+    e.columns[0] = readColumn(0, 0);
+    e.columns[1] = readColumn(0, 1);
+    for (int kind = 0; kind < 3; ++kind)
+        e.ownColumns[kind] = e.columns[0] != INT_MIN && e.columns[1] != INT_MIN && readColumn(kind, 0) == e.columns[0] &&
+                             readColumn(kind, 1) == e.columns[1];
 }
 
 // Bits [from, to) of a packed row set.
@@ -283,11 +299,14 @@ inline uint64_t marginBit(const char* row, const Edges::Pixel& px) {
 
 // `count` packed source rows from row `first` (relative to the piece) in
 // place, the piece's pixel 0 on a byte: the rows they read (or one of the
-// constant rows `constants`, all zeros then all ones) and their margin pixels
-// as two words a row (NbRow::edges).
-void packedInPlace(const Run& run, const Operand& s, const char* base, int first, int count, const Edges& e,
+// constant rows `constants`, all zeros then all ones). Returns whether
+// every row reads its margins from its own columns (Edges::columns);
+// otherwise their margin pixels go to two words a row (NbRow::edges).
+bool packedInPlace(const Run& run, const Operand& s, const char* base, int first, int count, const Edges& e,
                    const char* constants, const void** rows, uint64_t* words) {
     const Margins& m = run.kernel->margins;
+    const long long top = e.row + first, bottom = top + count;
+    const bool own = e.ownColumns[0] && (top >= 0 || e.ownColumns[1]) && (bottom <= e.height || e.ownColumns[2]);
     auto margins = [&](const char* row, int kind, uint64_t* w) {
         uint64_t left = 0, right = 0;
         for (int k = 0; k < m.left; ++k) left = left << 1 | marginBit(row, e.pixels[kind][0][k]);
@@ -303,7 +322,9 @@ void packedInPlace(const Run& run, const Operand& s, const char* base, int first
             // common case, worth a loop of its own.
             const int inside = static_cast<int>(std::min<long long>(count - j, e.height - v));
             const char* row = base + static_cast<ptrdiff_t>(r) * s.rowStep;
-            if (m.left == 1 && m.right == 1) {
+            if (own) {
+                for (int i = 0; i < inside; ++i, row += s.rowStep) rows[j + i] = row;
+            } else if (m.left == 1 && m.right == 1) {
                 const Edges::Pixel left = e.pixels[0][0][0], right = e.pixels[0][1][0];
                 for (int i = 0; i < inside; ++i, row += s.rowStep) {
                     rows[j + i] = row;
@@ -330,9 +351,10 @@ void packedInPlace(const Run& run, const Operand& s, const char* base, int first
         }
         r += static_cast<int>(borderIndex(v, e.height, e.mode[side]) - v);
         const char* row = base + static_cast<ptrdiff_t>(r) * s.rowStep;
-        margins(row, 1 + side, w);
+        if (!own) margins(row, 1 + side, w);
         rows[j++] = row;
     }
+    return own;
 }
 
 // Source row `r` (relative to the piece) laid out densely into `dst`, from
@@ -454,7 +476,8 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
         int gathered = -top;  // the next source row the ring lacks
         for (int y = 0; y < height;) {
             const int rows = std::min(run.band, height - y);
-            if (inPlace) packedInPlace(run, s, sBase, y - top, rows + around, *edges, run.ring, run.rows, run.edgeWords);
+            const bool ownColumns = inPlace && packedInPlace(run, s, sBase, y - top, rows + around, *edges,
+                                                             run.ring, run.rows, run.edgeWords);
             for (int j = 0; j < rows + around && !inPlace; ++j) {
                 const int r = y - top + j;
                 if (!gather) {
@@ -480,7 +503,13 @@ void runPiece(const Run& run, const Operand& s, const Operand& d, const Operand*
             row.channels = run.channels;
             row.stream = direct && run.stream && streamed;
             row.firstRow = y == 0;
-            row.edges = inPlace ? run.edgeWords : nullptr;
+            row.edges = inPlace && !ownColumns ? run.edgeWords : nullptr;
+            if (ownColumns) {
+                row.edgeColumns[0] = edges->columns[0];
+                row.edgeColumns[1] = edges->columns[1];
+            } else {
+                row.edgeColumns[1] = width;
+            }
             k.row(row, k.context);
             if (!direct) writeBand(run, d, dRow, y, rows, width, mask);
             y += rows;

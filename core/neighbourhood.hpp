@@ -67,8 +67,14 @@ struct NbRow {
     // pixels 0 .. width - 1 only (whole bytes, the bits past the width any);
     // edges[2 * i] holds its `left` pixels before pixel 0 (the last in the
     // least significant bit), edges[2 * i + 1] its `right` pixels from pixel
-    // `width` on (the first in the most significant bit). nullptr otherwise.
+    // `width` on (the first in the most significant bit). nullptr when the
+    // rows need no words (below), or for gathered rows.
     const uint64_t* edges = nullptr;
+    // Packed rows without `edges`, one pixel of margin a side: every row's
+    // pixel -1 is its own pixel edgeColumns[0], its pixel `width` its pixel
+    // edgeColumns[1], each in a byte the row may read. (Gathered rows hold
+    // their margins beside them: -1 and `width`.)
+    int edgeColumns[2] = {-1, 0};
 };
 
 using NbRowFn = void (*)(const NbRow& row, const void* context);

@@ -184,22 +184,17 @@ void bitsRectangleRow(const core::NbRow& row, const void* context) {
 // Packed rows a call: the driver's per-call cost spread over a few rows.
 constexpr int kBitsBand = 64;
 
-// Rows in place come with their margin words; gathered rows hold their
-// margins beside them, and the same words are read from there. (The plan's
-// kernel is the least or greatest one already.)
+// The driver says where each row's margin pixels are: in words apart, or at
+// columns of the rows themselves (beside gathered rows, or where the border
+// mode reads them). (The plan's kernel is the least or greatest one already.)
 void bitsSquareRow(const core::NbRow& row, const void* context) {
     const Plan& p = *static_cast<const Plan*>(context);
-    const auto* src = reinterpret_cast<const uint8_t* const*>(row.src);
-    auto* out = static_cast<uint8_t*>(row.dst);
-    if (row.edges) return p.bitsSquare(src, row.edges, row.rows, out, row.dstStride, row.width);
-    uint64_t edges[2 * (kBitsBand + 2)];
-    const size_t at = static_cast<size_t>(row.width) / 8;
-    const int o = row.width & 7;
-    for (int i = 0; i < row.rows + 2; ++i) {
-        edges[2 * i] = src[i][-1];
-        edges[2 * i + 1] = uint64_t{((unsigned{src[i][at]} << 8 | src[i][at + 1]) << o & 0xFF00u) >> 8} << 56;
-    }
-    p.bitsSquare(src, edges, row.rows, out, row.dstStride, row.width);
+    BitsMargins margins;
+    margins.words = row.edges;
+    margins.columns[0] = row.edgeColumns[0];
+    margins.columns[1] = row.edgeColumns[1];
+    p.bitsSquare(reinterpret_cast<const uint8_t* const*>(row.src), margins, row.rows, static_cast<uint8_t*>(row.dst),
+                 row.dstStride, row.width);
 }
 
 template <bool Max>

@@ -123,15 +123,23 @@ constexpr size_t kWideCounts = 288;
 using SlidingMedianFn = void (*)(const uint8_t* blocks, size_t stride, int nCols, int width, int rank,
                                  uint8_t* work, uint8_t* out, int outStep);
 
+// Where a packed row's two margin pixels come from: two words a row
+// (words[2 r]: the pixel before pixel 0 in its lowest bit; words[2 r + 1]:
+// pixel `width` in its highest bit), or, without words, each row's own
+// pixels at columns[0] (for pixel -1) and columns[1] (for pixel `width`),
+// the same for every row, their bytes readable.
+struct BitsMargins {
+    const uint64_t* words = nullptr;
+    int columns[2] = {-1, 0};
+};
+
 // 1-bit rows, 8 pixels a byte, the first in the most significant bit: each
 // of nOut output rows (row y at out + y * outStride) gets the AND (greatest:
 // OR) of the 3 x 3 neighbourhood of each of its `width` pixels, the bits past
 // the width in its last byte kept. Row y reads rows[y .. y + 2], each
-// readable over its own (width + 7) / 8 bytes only (the bits past the width
-// any), its margin pixels in two words edges[2 r], edges[2 r + 1]: the pixel
-// before pixel 0 in the lowest bit of the first, pixel `width` in the highest
-// bit of the second.
-using Bits3x3Fn = void (*)(const uint8_t* const* rows, const uint64_t* edges, int nOut, uint8_t* out,
+// readable over its own (width + 7) / 8 bytes (the bits past the width any)
+// and where its margins say.
+using Bits3x3Fn = void (*)(const uint8_t* const* rows, const BitsMargins& margins, int nOut, uint8_t* out,
                            ptrdiff_t outStride, int width);
 
 // The colour median of small windows: for each of n pixels of 3 values, the
@@ -219,31 +227,45 @@ void extreme3x3Ref(const void* const* rows, int nOut, void* out, ptrdiff_t outSt
     }
 }
 
-// The bytes a 3 x 3 neighbourhood reads beyond a packed row's own (see
-// Bits3x3Fn): byte -1 (the left margin pixel in its lowest bit), byte n - 1
-// with the bits past the width replaced by the right margin's, byte n (the
-// rest of that margin).
+// Pixel `column` of a packed row (0 or 1).
+inline unsigned rowBit(const uint8_t* row, int column) {
+    return row[column >> 3] >> (7 - (column & 7)) & 1u;
+}
+
+// Row r's margin pixels: pixel -1, pixel `width`.
+struct BitsEdge {
+    unsigned before, after;
+};
+inline BitsEdge bitsEdge(const uint8_t* row, const BitsMargins& m, int r) {
+    if (m.words) return {static_cast<unsigned>(m.words[2 * r] & 1), static_cast<unsigned>(m.words[2 * r + 1] >> 63)};
+    return {rowBit(row, m.columns[0]), rowBit(row, m.columns[1])};
+}
+
+// The bytes a 3 x 3 neighbourhood reads beyond a packed row's own: byte -1
+// (the left margin pixel in its lowest bit), byte n - 1 with the pixel after
+// the width replaced by the right margin's, byte n (that margin in its
+// highest bit, when the width fills the last byte).
 struct BitsEnds {
     unsigned before, last, after;
 };
-inline BitsEnds bitsEnds(const uint8_t* row, const uint64_t* edges, size_t n, int width) {
+inline BitsEnds bitsEnds(const uint8_t* row, const BitsMargins& m, int r, size_t n, int width) {
+    const BitsEdge e = bitsEdge(row, m, r);
     const int valid = width & 7 ? width & 7 : 8;  // pixels in the last byte
-    const unsigned both = ((unsigned{row[n - 1]} << 8) & ~(0xFFFFu >> valid) & 0xFFFFu) |
-                          static_cast<unsigned>(edges[1] >> (48 + valid));
-    return {static_cast<unsigned>(edges[0] & 0xFF), both >> 8, both & 0xFF};
+    const unsigned both = ((unsigned{row[n - 1]} << 8) & ~(0xFFFFu >> valid) & 0xFFFFu) | e.after << (15 - valid);
+    return {e.before, both >> 8, both & 0xFF};
 }
 
 // Output bytes [from, to) of the rows: each source byte with its west and east
 // neighbours (the pixels of bytes i - 1 and i + 1 next to it moved in), then
 // three rows of those combined.
 template <bool Max>
-void bits3x3Bytes(const uint8_t* const* rows, const uint64_t* edges, int nOut, uint8_t* out, ptrdiff_t outStride,
-                  int width, size_t from, size_t to) {
+void bits3x3Bytes(const uint8_t* const* rows, const BitsMargins& margins, int nOut, uint8_t* out,
+                  ptrdiff_t outStride, int width, size_t from, size_t to) {
     const size_t n = (static_cast<size_t>(width) + 7) / 8;
     const unsigned keep = width & 7 ? 0xFFu >> (width & 7) : 0;
     auto pick = [](unsigned a, unsigned b, unsigned c) { return Max ? a | b | c : a & b & c; };
     auto across = [&](int r, size_t i) {
-        const BitsEnds e = bitsEnds(rows[r], edges + 2 * r, n, width);
+        const BitsEnds e = bitsEnds(rows[r], margins, r, n, width);
         auto byteAt = [&](ptrdiff_t k) -> unsigned {
             if (k < 0) return e.before;
             if (k == static_cast<ptrdiff_t>(n) - 1) return e.last;
@@ -263,9 +285,9 @@ void bits3x3Bytes(const uint8_t* const* rows, const uint64_t* edges, int nOut, u
 }
 
 template <bool Max>
-void bits3x3Ref(const uint8_t* const* rows, const uint64_t* edges, int nOut, uint8_t* out, ptrdiff_t outStride,
-                int width) {
-    bits3x3Bytes<Max>(rows, edges, nOut, out, outStride, width, 0, (static_cast<size_t>(width) + 7) / 8);
+void bits3x3Ref(const uint8_t* const* rows, const BitsMargins& margins, int nOut, uint8_t* out,
+                ptrdiff_t outStride, int width) {
+    bits3x3Bytes<Max>(rows, margins, nOut, out, outStride, width, 0, (static_cast<size_t>(width) + 7) / 8);
 }
 
 // The summed distances of every window pixel to all the others, pair by pair

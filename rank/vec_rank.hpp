@@ -152,75 +152,154 @@ void bitsDown(int nOut, Across&& across, Put&& put) {
     }
 }
 
+// What the end strips of a packed row take into their margin lanes (see
+// bits3x3Vec), the same for every row of the call.
+template <class Vx>
+struct BitsEndPlan {
+    using V = typename Vx::V;
+    uint64_t lanes = 0;        // of the last strip
+    uint64_t lastLane = 0;     // byte n - 1's
+    uint64_t beforeLanes = 0;  // read from byte -1 on in the first strip
+    uint64_t afterLanes = 0;   // read from byte 1 on in the last strip
+    V neutral, afterLast, kept;
+    bool whole = false;        // the width fills byte n - 1
+    bool mergeLast = false;    // the pixel after the last one set in byte n - 1
+    unsigned keep = 0;         // the output's bits past the width
+    int valid = 8;             // pixels in byte n - 1
+    const uint8_t* wordBytes = nullptr;
+};
+
+// One vector-wide strip of bytes from byte i, down the rows; the first and
+// last strips read only the row's own bytes (masked loads) and take the
+// margin pixels into their lanes: from the margin words, or (without words)
+// a value that changes nothing or the bytes next to the row, as the plan's
+// lanes say.
+template <class Vx, bool Max, bool First, bool Last, bool Words>
+void bitsStrip(const uint8_t* const* rows, const BitsEndPlan<Vx>& plan, size_t i, int nOut, uint8_t* out,
+               ptrdiff_t outStride) {
+    using V = typename Vx::V;
+    constexpr size_t B = Vx::kBytes;
+    const uint64_t lanes = plan.lanes, lastLane = plan.lastLane;
+    const uint64_t beforeLanes = (Last ? lanes : ~uint64_t{0}) & plan.beforeLanes, afterLanes = plan.afterLanes;
+    const V neutral = plan.neutral, afterLast = plan.afterLast, kept = plan.kept;
+    const bool whole = plan.whole, mergeLast = plan.mergeLast, keep = plan.keep != 0;
+    const int valid = plan.valid;
+    const uint8_t* wordBytes = plan.wordBytes;
+    auto across = [&](int r) {
+        const uint8_t* s = rows[r] + i;
+        V x, after;
+        if constexpr (Last) {
+            x = Vx::loadBytes(s, lanes, Vx::zero());
+            V fill = neutral;
+            if constexpr (Words) {
+                fill = Vx::set8(wordBytes[16 * r + 15]);  // the pixel in bit 7
+                if (!whole) fill = Vx::rotateRight32(fill, valid);
+            }
+            if (mergeLast) x = Vx::bitSelect(afterLast, fill, x);
+            after = Vx::loadBytes(s + 1, afterLanes, fill);
+        } else {
+            x = Vx::load(s);
+            after = Vx::load(s + 1);
+            // Walking down a strip misses on every line of a long row: the
+            // next strip's lines are fetched meanwhile.
+            _mm_prefetch(reinterpret_cast<const char*>(s) + 2 * B, _MM_HINT_T0);
+        }
+        V before;
+        if constexpr (First)
+            before = Vx::loadBytes(s - 1, beforeLanes, Words ? Vx::set8(wordBytes[16 * r]) : neutral);
+        else if constexpr (Last)
+            before = Vx::loadBytes(s - 1, lanes, Vx::zero());
+        else
+            before = Vx::load(s - 1);
+        return bitsAcross<Vx, Max>(x, before, after);
+    };
+    bitsDown<Vx, Max>(nOut, across, [&](int y, V v) {
+        uint8_t* o = out + y * outStride + i;
+        if constexpr (Last) {
+            if (keep) v = Vx::bitSelect(kept, Vx::loadBytes(o, lastLane, Vx::zero()), v);
+            Vx::storeBytes(o, lanes, v);
+        } else {
+            Vx::store(o, v);
+        }
+    });
+}
+
+template <class Vx, bool Max, bool Words>
+void bitsStrips(const uint8_t* const* rows, const BitsEndPlan<Vx>& plan, size_t n, int nOut, uint8_t* out,
+                ptrdiff_t outStride) {
+    constexpr size_t B = Vx::kBytes;
+    if (n <= B) return bitsStrip<Vx, Max, true, true, Words>(rows, plan, 0, nOut, out, outStride);
+    bitsStrip<Vx, Max, true, false, Words>(rows, plan, 0, nOut, out, outStride);
+    size_t i = B;
+    for (; i + B < n; i += B) bitsStrip<Vx, Max, false, false, Words>(rows, plan, i, nOut, out, outStride);
+    bitsStrip<Vx, Max, false, true, Words>(rows, plan, i, nOut, out, outStride);
+}
+
 template <class Vx, bool Max>
-void bits3x3Vec(const uint8_t* const* rows, const uint64_t* edges, int nOut, uint8_t* out, ptrdiff_t outStride,
+void bits3x3Vec(const uint8_t* const* rows, const BitsMargins& margins, int nOut, uint8_t* out, ptrdiff_t outStride,
+                int width);
+
+// Margins read from columns away from the rows' ends: their pixels as words,
+// a band of up to 64 output rows at a time.
+template <class Vx, bool Max>
+void bitsWithWords(const uint8_t* const* rows, const BitsMargins& margins, int nOut, uint8_t* out,
+                   ptrdiff_t outStride, int width) {
+    constexpr int kBand = 64;
+    uint64_t words[2 * (kBand + 2)];
+    for (int y = 0; y < nOut; y += kBand) {
+        const int m = std::min(kBand, nOut - y);
+        for (int r = 0; r < m + 2; ++r) {
+            const BitsEdge e = bitsEdge(rows[y + r], margins, y + r);
+            words[2 * r] = e.before;
+            words[2 * r + 1] = uint64_t{e.after} << 63;
+        }
+        BitsMargins band;
+        band.words = words;
+        bits3x3Vec<Vx, Max>(rows + y, band, m, out + y * outStride, outStride, width);
+    }
+}
+
+template <class Vx, bool Max>
+void bits3x3Vec(const uint8_t* const* rows, const BitsMargins& margins, int nOut, uint8_t* out, ptrdiff_t outStride,
                 int width) {
     using V = typename Vx::V;
     constexpr size_t B = Vx::kBytes;
     const size_t n = (static_cast<size_t>(width) + 7) / 8;
     if constexpr (Vx::kMaskedBytes) {
-        // Strips from byte 0 on, the last one holding byte n - 1. The end
-        // strips read only the row's own bytes (masked loads) and take the
-        // margin bytes into their lanes.
+        // Strips from byte 0 on, the last one holding byte n - 1. Without
+        // words, a margin pixel that repeats the row's end pixel changes
+        // nothing; one lying next to the row is read with it; others are
+        // made words.
+        const int c0 = margins.columns[0], c1 = margins.columns[1];
+        const bool words = margins.words != nullptr;
+        const bool leftNext = !words && c0 == -1, rightNext = !words && c1 == width;
+        const bool leftSame = !words && c0 == 0, rightSame = !words && c1 == width - 1;
+        if (!words && !((leftNext || leftSame) && (rightNext || rightSame)))
+            return bitsWithWords<Vx, Max>(rows, margins, nOut, out, outStride, width);
+        BitsEndPlan<Vx> plan;
         const size_t lastAt = (n - 1) / B * B;
-        const uint64_t lastLane = uint64_t{1} << (n - 1 - lastAt);
-        const uint64_t lanes = lastLane | (lastLane - 1);  // of the last strip
-        const unsigned keep = width & 7 ? 0xFFu >> (width & 7) : 0;
-        const bool whole = keep == 0;  // the last byte all pixels
-        auto strip = [&](size_t i, auto firstTag, auto lastTag) {
-            constexpr bool first = decltype(firstTag)::value, last = decltype(lastTag)::value;
-            auto across = [&](int r) {
-                const uint8_t* s = rows[r] + i;
-                V x, after;
-                if constexpr (last) {
-                    if (whole) {
-                        // Byte n is the right margin word's top byte (read as a byte, x86 being little-endian).
-                        x = Vx::loadBytes(s, lanes, Vx::zero());
-                        after = Vx::loadBytes(s + 1, lastLane - 1,
-                                              Vx::set8(reinterpret_cast<const uint8_t*>(edges + 2 * r + 1)[7]));
-                    } else {
-                        const BitsEnds e = bitsEnds(rows[r], edges + 2 * r, n, width);
-                        x = Vx::setBytes(Vx::loadBytes(s, lastLane - 1, Vx::zero()), lastLane, static_cast<int>(e.last));
-                        after = Vx::loadBytes(s + 1, lastLane - 1, Vx::set8(static_cast<int>(e.after)));
-                    }
-                } else {
-                    x = Vx::load(s);
-                    after = Vx::load(s + 1);
-                    _mm_prefetch(reinterpret_cast<const char*>(s) + 2 * B, _MM_HINT_T0);
-                }
-                V before;
-                if constexpr (first)
-                    before = Vx::loadBytes(s - 1, (last ? lanes : ~uint64_t{0}) & ~uint64_t{1},
-                                           Vx::set8(reinterpret_cast<const uint8_t*>(edges + 2 * r)[0]));
-                else if constexpr (last)
-                    before = Vx::loadBytes(s - 1, lanes, Vx::zero());
-                else
-                    before = Vx::load(s - 1);
-                return bitsAcross<Vx, Max>(x, before, after);
-            };
-            const V kept = Vx::setBytes(Vx::zero(), lastLane, static_cast<int>(keep));
-            bitsDown<Vx, Max>(nOut, across, [&](int y, V v) {
-                uint8_t* o = out + y * outStride + i;
-                if constexpr (last) {
-                    if (keep) v = Vx::bitSelect(kept, Vx::loadBytes(o, lastLane, Vx::zero()), v);
-                    Vx::storeBytes(o, lanes, v);
-                } else {
-                    Vx::store(o, v);
-                }
-            });
-        };
-        using Yes = std::true_type;
-        using No = std::false_type;
-        if (n <= B) return strip(0, Yes{}, Yes{});
-        strip(0, Yes{}, No{});
-        for (size_t i = B; i + B < n; i += B) strip(i, No{}, No{});
-        strip(lastAt, No{}, Yes{});
+        plan.lastLane = uint64_t{1} << (n - 1 - lastAt);
+        plan.lanes = plan.lastLane | (plan.lastLane - 1);
+        plan.valid = width & 7 ? width & 7 : 8;
+        plan.whole = plan.valid == 8;
+        plan.neutral = Max ? Vx::zero() : Vx::set8(0xFF);
+        // The right margin pixel goes to bit 7 of byte n when the width
+        // fills byte n - 1, else to the bit after the last pixel.
+        plan.mergeLast = !plan.whole && !rightNext;
+        plan.afterLast = Vx::setBytes(Vx::zero(), plan.lastLane, 0x80 >> plan.valid);
+        plan.beforeLanes = leftNext ? ~uint64_t{0} : ~uint64_t{1};
+        plan.afterLanes = rightNext && plan.whole ? plan.lanes : plan.lastLane - 1;
+        plan.keep = 0xFFu >> plan.valid;
+        plan.kept = Vx::setBytes(Vx::zero(), plan.lastLane, static_cast<int>(plan.keep));
+        plan.wordBytes = reinterpret_cast<const uint8_t*>(margins.words);
+        if (words) return bitsStrips<Vx, Max, true>(rows, plan, n, nOut, out, outStride);
+        return bitsStrips<Vx, Max, false>(rows, plan, n, nOut, out, outStride);
     } else {
         // Bytes 1 .. n - 2 in place, strips from byte 1 (the last one ending
         // on byte n - 2); bytes 0 and n - 1, which read the margins, apart.
         if (n < B + 2) {
-            if constexpr (Vx::kHasNarrower) return bits3x3Vec<typename Vx::Narrower, Max>(rows, edges, nOut, out, outStride, width);
-            else return bits3x3Ref<Max>(rows, edges, nOut, out, outStride, width);
+            if constexpr (Vx::kHasNarrower) return bits3x3Vec<typename Vx::Narrower, Max>(rows, margins, nOut, out, outStride, width);
+            else return bits3x3Ref<Max>(rows, margins, nOut, out, outStride, width);
         }
         auto strip = [&](size_t i) {
             bitsDown<Vx, Max>(
@@ -234,8 +313,8 @@ void bits3x3Vec(const uint8_t* const* rows, const uint64_t* edges, int nOut, uin
         size_t i = 1;
         for (; i + B <= n - 1; i += B) strip(i);
         if (i < n - 1) strip(n - 1 - B);
-        bits3x3Bytes<Max>(rows, edges, nOut, out, outStride, width, 0, 1);
-        bits3x3Bytes<Max>(rows, edges, nOut, out, outStride, width, n - 1, n);
+        bits3x3Bytes<Max>(rows, margins, nOut, out, outStride, width, 0, 1);
+        bits3x3Bytes<Max>(rows, margins, nOut, out, outStride, width, n - 1, n);
     }
 }
 

@@ -8,10 +8,11 @@
 #pragma once
 
 // GCC 12 warns that the undefined pass-through operand inside several of its
-// 512-bit intrinsics may be used uninitialised; it never is.
+// 512-bit intrinsics may be (or is) used uninitialised; it never is.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #include <immintrin.h>
 #pragma GCC diagnostic pop
 #else
@@ -65,6 +66,9 @@ struct Avx512 {
     static V loadBytes(const void* p, uint64_t lanes, V fill) { return _mm512_mask_loadu_epi8(fill, lanes, p); }
     static V setBytes(V v, uint64_t lanes, int value) { return _mm512_mask_set1_epi8(v, lanes, static_cast<char>(value)); }
     static void storeBytes(void* p, uint64_t lanes, V v) { _mm512_mask_storeu_epi8(p, lanes, v); }
+    // Each 32-bit lane rotated right by `count` (0..31): bit i of every byte
+    // goes to bit i - count of the same byte when count < 8 and i >= count.
+    static V rotateRight32(V a, int count) { return _mm512_rorv_epi32(a, _mm512_set1_epi32(count)); }
     // m ? x : y, m all-ones or all-zero per byte.
     static V select(V m, V x, V y) { return _mm512_mask_blend_epi8(_mm512_movepi8_mask(m), y, x); }
 

@@ -1,7 +1,8 @@
 // The least and greatest kernels of every vector level against the scalar
 // ones, bit for bit: every value type, run lengths through each vector
 // width's head and tail, one and three values a pixel, rows at any alignment,
-// the output's guard bytes untouched, folds in place; the packed 1-bit 3 x 3.
+// the output's guard bytes untouched, folds in place; the packed 1-bit 3 x 3
+// with its margins in words or in the rows.
 #include <gtest/gtest.h>
 
 #include "rank/kernels.hpp"
@@ -50,27 +51,42 @@ TEST(ExtremeKernels, LevelsMatchReference) {
                     ref.fold[e][g](inPlace, 2, &c[skew], n);
                     ASSERT_EQ(in, c);
                 }
-        // Packed 1-bit rows: every width through the vectors' heads and tails
-        // (each row its own allocation of exactly its bytes), random margin
-        // words, bands of one to six rows, the bits past the width and the
-        // bytes around each output row kept.
+        // Packed 1-bit rows: every width through the vectors' heads and tails,
+        // bands of one to six rows, the bits past the width and the bytes
+        // around each output row kept. The margins come as random words, or
+        // as columns of the rows themselves: next to the row, repeating its
+        // end pixels, or anywhere in it. Each row is its own allocation of
+        // exactly the bytes it may be read at.
         for (int width = 1; width <= 8 * 200 + 7; width += 1 + width / 64)
             for (int g = 0; g < 2; ++g) {
-                const size_t n = (static_cast<size_t>(width) + 7) / 8;
+                const int n = (width + 7) / 8;
                 const int nOut = 1 + width % 6;
-                std::vector<std::vector<uint8_t>> in(nOut + 2, std::vector<uint8_t>(n));
+                const int kind = (width + g) % 4;  // 0: words; columns 1: next to, 2: the ends, 3: anywhere
+                const int any0 = static_cast<int>(rng() % width), any1 = static_cast<int>(rng() % width);
+                const int columns[4][2] = {{0, 0}, {-1, width}, {0, width - 1}, {any0, any1}};
+                rank::BitsMargins margins;
+                margins.columns[0] = columns[kind][0];
+                margins.columns[1] = columns[kind][1];
+                const int from = std::min(0, margins.columns[0] >> 3), to = std::max(n, (margins.columns[1] >> 3) + 1);
+                std::vector<std::vector<uint8_t>> in(nOut + 2, std::vector<uint8_t>(to - from));
                 const uint8_t* rows[8];
-                uint64_t edges[16];
+                uint64_t words[16];
                 for (int r = 0; r < nOut + 2; ++r) {
                     for (auto& v : in[r]) v = static_cast<uint8_t>(rng());
-                    rows[r] = in[r].data();
-                    edges[2 * r] = rng() & 1;
-                    edges[2 * r + 1] = uint64_t{rng() & 1} << 63;
+                    rows[r] = in[r].data() - from;
+                    auto bit = [&](int c) { return uint64_t{rows[r][c >> 3] >> (7 - (c & 7)) & 1u}; };
+                    words[2 * r] = kind ? bit(margins.columns[0]) : rng() & 1;
+                    words[2 * r + 1] = (kind ? bit(margins.columns[1]) : rng() & 1) << 63;
                 }
-                std::vector<uint8_t> a(nOut * (n + 2), 0xA5), b = a;
-                vec.bits3x3[g](rows, edges, nOut, a.data() + 1, static_cast<ptrdiff_t>(n + 2), width);
-                ref.bits3x3[g](rows, edges, nOut, b.data() + 1, static_cast<ptrdiff_t>(n + 2), width);
-                ASSERT_EQ(a, b) << cpu::name(level) << " bits, greatest " << g << " width " << width;
+                rank::BitsMargins asWords;
+                asWords.words = words;
+                if (kind == 0) margins = asWords;
+                std::vector<uint8_t> a(nOut * (n + 2), 0xA5), b = a, c = a;
+                vec.bits3x3[g](rows, margins, nOut, a.data() + 1, n + 2, width);
+                ref.bits3x3[g](rows, asWords, nOut, b.data() + 1, n + 2, width);
+                ref.bits3x3[g](rows, margins, nOut, c.data() + 1, n + 2, width);
+                ASSERT_EQ(a, b) << cpu::name(level) << " bits, greatest " << g << " width " << width << " kind " << kind;
+                ASSERT_EQ(c, b);
             }
     }
 }
