@@ -15,7 +15,7 @@
 namespace ozl::rank {
 namespace {
 
-constexpr int kSquareBand = 8;
+constexpr int kSquareBand = 16;
 
 struct Place {
     int row;     // source row index in the kernel's rows

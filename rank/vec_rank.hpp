@@ -224,6 +224,60 @@ void bitsStrip(const uint8_t* const* rows, const BitsEndPlan<Vx>& plan, size_t i
     });
 }
 
+// The last strip when the bytes past the last whole strip fit a quarter or
+// a half vector: R rows share one vector, each in its own block of B / R
+// lanes (masked loads and stores place them), so each row's part of the work
+// is an R-th. Output rows are R rows of it combined: the vector, and the
+// next one's first rows moved in. Margins without words only.
+template <class Vx, bool Max, int R>
+void bitsPackedTail(const uint8_t* const* rows, const BitsEndPlan<Vx>& plan, size_t i, int nOut, uint8_t* out,
+                    ptrdiff_t outStride) {
+    using V = typename Vx::V;
+    constexpr int kBlock = static_cast<int>(Vx::kBytes) / R;
+    // Row k of a vector is read and written from k blocks before its bytes.
+    auto back = [](const uint8_t* p, int k) {
+        return reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(p) - static_cast<uintptr_t>(k * kBlock));
+    };
+    uint64_t lanes[R], afterLanes[R], lastLanes[R], allLast = 0;
+    for (int k = 0; k < R; ++k) {
+        lanes[k] = plan.lanes << (k * kBlock);
+        afterLanes[k] = plan.afterLanes << (k * kBlock);
+        lastLanes[k] = plan.lastLane << (k * kBlock);
+        allLast |= lastLanes[k];
+    }
+    const V neutral = plan.neutral;
+    const V afterLast = Vx::setBytes(Vx::zero(), allLast, 0x80 >> plan.valid);
+    const V kept = Vx::setBytes(Vx::zero(), allLast, static_cast<int>(plan.keep));
+    const bool mergeLast = plan.mergeLast, keep = plan.keep != 0;
+    const int available = nOut + 2;
+    auto across = [&](int first) {
+        V x = Vx::zero(), before = Vx::zero(), after = neutral;
+        for (int k = 0; k < R && first + k < available; ++k) {
+            const uint8_t* s = rows[first + k] + i;
+            x = Vx::loadBytes(back(s, k), lanes[k], x);
+            before = Vx::loadBytes(back(s - 1, k), lanes[k], before);
+            after = Vx::loadBytes(back(s + 1, k), afterLanes[k], after);
+        }
+        if (mergeLast) x = Vx::bitSelect(afterLast, neutral, x);
+        return bitsAcross<Vx, Max>(x, before, after);
+    };
+    V now = across(0);
+    for (int y = 0; y < nOut; y += R) {
+        const V next = across(y + R);
+        const V second = Vx::template alignLanes64<R == 4 ? 2 : 4>(next, now);
+        const V third = R == 4 ? Vx::template alignLanes64<4>(next, now) : next;
+        V v = Max ? Vx::or3(now, second, third) : Vx::and3(now, second, third);
+        const int m = std::min(R, nOut - y);
+        if (keep) {
+            V old = Vx::zero();
+            for (int k = 0; k < m; ++k) old = Vx::loadBytes(back(out + (y + k) * outStride + i, k), lastLanes[k], old);
+            v = Vx::bitSelect(kept, old, v);
+        }
+        for (int k = 0; k < m; ++k) Vx::storeBytes(back(out + (y + k) * outStride + i, k), lanes[k], v);
+        now = next;
+    }
+}
+
 template <class Vx, bool Max, bool Words>
 void bitsStrips(const uint8_t* const* rows, const BitsEndPlan<Vx>& plan, size_t n, int nOut, uint8_t* out,
                 ptrdiff_t outStride) {
@@ -232,6 +286,10 @@ void bitsStrips(const uint8_t* const* rows, const BitsEndPlan<Vx>& plan, size_t 
     bitsStrip<Vx, Max, true, false, Words>(rows, plan, 0, nOut, out, outStride);
     size_t i = B;
     for (; i + B < n; i += B) bitsStrip<Vx, Max, false, false, Words>(rows, plan, i, nOut, out, outStride);
+    if constexpr (!Words) {
+        if (n - i <= B / 4) return bitsPackedTail<Vx, Max, 4>(rows, plan, i, nOut, out, outStride);
+        if (n - i <= B / 2) return bitsPackedTail<Vx, Max, 2>(rows, plan, i, nOut, out, outStride);
+    }
     bitsStrip<Vx, Max, false, true, Words>(rows, plan, i, nOut, out, outStride);
 }
 

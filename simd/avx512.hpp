@@ -66,6 +66,8 @@ struct Avx512 {
     static V loadBytes(const void* p, uint64_t lanes, V fill) { return _mm512_mask_loadu_epi8(fill, lanes, p); }
     static V setBytes(V v, uint64_t lanes, int value) { return _mm512_mask_set1_epi8(v, lanes, static_cast<char>(value)); }
     static void storeBytes(void* p, uint64_t lanes, V v) { _mm512_mask_storeu_epi8(p, lanes, v); }
+    // The 64-bit lanes q .. q + 7 of hi:lo (lo's first).
+    template <int q> static V alignLanes64(V hi, V lo) { return _mm512_alignr_epi64(hi, lo, q); }
     // Each 32-bit lane rotated right by `count` (0..31): bit i of every byte
     // goes to bit i - count of the same byte when count < 8 and i >= count.
     static V rotateRight32(V a, int count) { return _mm512_rorv_epi32(a, _mm512_set1_epi32(count)); }
