@@ -16,20 +16,23 @@ if(OZL_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
-# Instruction-set flags by file-name suffix (_avx512vbmi: the AVX-512 level
-# with the byte permutes, used only where the processor has them). On Windows
+# Instruction-set flags by file-name suffix (_avx512vbmi, _avx512gfni: the
+# AVX-512 level with the byte permutes or the bit-matrix instructions, used
+# only where the processor has them). On Windows
 # the toolchain cannot align the stack to 32 bytes, so 256-bit spills must use
 # unaligned moves. The AVX-512 files hold explicit vector code; the compiler's
 # own vectorizer stays off there, since it turns scalar complex products into
 # fused multiply-adds (which AVX-512 offers) whatever -ffp-contract says.
 function(ozl_set_isa_flags sources)
   foreach(src ${sources})
-    if(src MATCHES "_avx2\\.cpp$" OR src MATCHES "_avx512(vbmi)?\\.cpp$")
+    if(src MATCHES "_avx2\\.cpp$" OR src MATCHES "_avx512(vbmi|gfni)?\\.cpp$")
       set(flags "-mavx2")
       if(src MATCHES "_avx512\\.cpp$")
         set(flags "-mavx512f -mavx512bw -mavx512dq -mavx512vl -fno-tree-vectorize")
       elseif(src MATCHES "_avx512vbmi\\.cpp$")
         set(flags "-mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi -fno-tree-vectorize")
+      elseif(src MATCHES "_avx512gfni\\.cpp$")
+        set(flags "-mavx512f -mavx512bw -mavx512dq -mavx512vl -mgfni -fno-tree-vectorize")
       endif()
       if(WIN32)
         set(flags "${flags} -Wa,-muse-unaligned-vector-move")

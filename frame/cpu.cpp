@@ -40,9 +40,16 @@ bool probeVbmi() {
     if (probe() != Level::Avx512 || !__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx)) return false;
     return (ecx & bit_AVX512VBMI) != 0;
 }
+
+bool probeGfni() {
+    unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
+    if (probe() != Level::Avx512 || !__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx)) return false;
+    return (ecx & (1u << 8)) != 0;  // GFNI
+}
 #else
 Level probe() { return Level::Ref; }
 bool probeVbmi() { return false; }
+bool probeGfni() { return false; }
 #endif
 
 std::atomic<int> g_cap{static_cast<int>(kTopLevel)};
@@ -57,6 +64,11 @@ Level detected() {
 bool hasAvx512Vbmi() {
     static const bool vbmi = probeVbmi();
     return vbmi;
+}
+
+bool hasAvx512Gfni() {
+    static const bool gfni = probeGfni();
+    return gfni;
 }
 
 Level active() {

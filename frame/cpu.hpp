@@ -23,6 +23,10 @@ void force(Level level);
 // family may keep a variant of its AVX-512 table for them. Computed once.
 bool hasAvx512Vbmi();
 
+// Whether the AVX-512 level also has the bit-matrix byte instructions
+// (GFNI). Computed once.
+bool hasAvx512Gfni();
+
 // "ref", "sse2", "avx2" or "avx512".
 const char* name(Level level);
 

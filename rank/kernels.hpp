@@ -164,6 +164,12 @@ struct RankTable {
 };
 
 const RankTable& rankTable(cpu::Level level);
+// The AVX-512 table as built for every AVX-512 processor (the level's table
+// takes the variants below where the processor has them).
+const RankTable& rankTableAvx512();
+// The packed 1-bit 3 x 3 kernels with the bit-matrix byte instructions;
+// nullptr where the processor lacks them.
+const Bits3x3Fn* bits3x3Gfni();
 inline const RankTable& activeRankTable() { return rankTable(cpu::active()); }
 
 // ---------------------------------------------------------------------------

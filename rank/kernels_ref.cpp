@@ -1,4 +1,5 @@
 // The scalar rank kernels and the choice of table by instruction-set level.
+#include <algorithm>
 #include <numeric>
 
 #include "rank/kernels.hpp"
@@ -8,7 +9,6 @@ namespace ozl::rank {
 
 const RankTable& rankTableSse2();
 const RankTable& rankTableAvx2();
-const RankTable& rankTableAvx512();
 
 namespace {
 
@@ -39,7 +39,17 @@ const RankTable& rankTableRef() {
     return table;
 }
 
-constexpr simd::PerLevel<RankTable> kTables{&rankTableRef, &rankTableSse2, &rankTableAvx2, &rankTableAvx512};
+// The AVX-512 level takes the bit-matrix 1-bit kernels where the processor has them.
+const RankTable& rankTableAvx512Best() {
+    static const RankTable table = [] {
+        RankTable t = rankTableAvx512();
+        if (const Bits3x3Fn* bits = bits3x3Gfni()) std::copy(bits, bits + 2, t.bits3x3);
+        return t;
+    }();
+    return table;
+}
+
+constexpr simd::PerLevel<RankTable> kTables{&rankTableRef, &rankTableSse2, &rankTableAvx2, &rankTableAvx512Best};
 
 }  // namespace
 

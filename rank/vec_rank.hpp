@@ -134,6 +134,16 @@ void extreme3x3Band(const void* const* rows, char* out, ptrdiff_t outStride, siz
 template <class Vx, bool Max>
 typename Vx::V bitsAcross(typename Vx::V x, typename Vx::V before, typename Vx::V after) {
     using V = typename Vx::V;
+    if constexpr (Vx::kBitMatrix) {
+        // Each byte's bits moved by a matrix: no masks needed, and no shifts.
+        constexpr uint64_t kDown = 0x0204081020408000, kUp = 0x0001020408102040;  // >> 1, << 1
+        constexpr uint64_t kLowToHigh = 0x01, kHighToLow = uint64_t{0x80} << 56;  // bit 0 to 7, 7 to 0
+        const V a = Vx::bitMatrix(x, kDown), b = Vx::bitMatrix(before, kLowToHigh);
+        const V c = Vx::bitMatrix(x, kUp), d = Vx::bitMatrix(after, kHighToLow);
+        // x & (a | b) & (c | d), or x | a | b | c | d.
+        if constexpr (Max) return Vx::or3(Vx::or3(x, a, b), c, d);
+        else return Vx::andEither(Vx::andEither(x, a, b), c, d);
+    }
     const V west = Vx::bitSelect(Vx::set8(0x7F), Vx::template srli16<1>(x), Vx::template slli16<7>(before));
     const V east = Vx::bitSelect(Vx::set8(0xFE), Vx::template slli16<1>(x), Vx::template srli16<7>(after));
     return Max ? Vx::or3(x, west, east) : Vx::and3(x, west, east);

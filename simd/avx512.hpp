@@ -59,10 +59,12 @@ struct Avx512 {
     static V and3(V a, V b, V c) { return _mm512_ternarylogic_epi64(a, b, c, 0x80); }
     static V or3(V a, V b, V c) { return _mm512_ternarylogic_epi64(a, b, c, 0xFE); }
     static V bitSelect(V m, V a, V b) { return _mm512_ternarylogic_epi64(m, a, b, 0xCA); }  // a where m, else b
+    static V andEither(V x, V a, V b) { return _mm512_ternarylogic_epi64(x, a, b, 0xE0); }  // x & (a | b)
     // Byte lanes chosen by a bit mask (lane i by bit i): loads read only the
     // chosen lanes' bytes (the others can't fault) and take the rest from
     // `fill`; stores write only the chosen bytes.
     static constexpr bool kMaskedBytes = true;
+    static constexpr bool kBitMatrix = false;  // see avx512_gfni.hpp
     static V loadBytes(const void* p, uint64_t lanes, V fill) { return _mm512_mask_loadu_epi8(fill, lanes, p); }
     static V setBytes(V v, uint64_t lanes, int value) { return _mm512_mask_set1_epi8(v, lanes, static_cast<char>(value)); }
     static void storeBytes(void* p, uint64_t lanes, V v) { _mm512_mask_storeu_epi8(p, lanes, v); }

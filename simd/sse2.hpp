@@ -47,6 +47,7 @@ struct Sse2 {
     static V bitSelect(V m, V a, V b) { return or_(and_(a, m), andNot(b, m)); }  // a where m, else b
     // Byte lanes are loaded and stored whole (see Avx512::kMaskedBytes).
     static constexpr bool kMaskedBytes = false;
+    static constexpr bool kBitMatrix = false;  // see avx512_gfni.hpp
     // m ? x : y, m all-ones or all-zero per byte.
     static V select(V m, V x, V y) {
         return _mm_or_si128(_mm_and_si128(m, x), _mm_andnot_si128(m, y));

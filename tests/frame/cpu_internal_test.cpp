@@ -16,6 +16,7 @@ TEST(Cpu, DetectionMatchesTheCompilersViewAndForceCapsIt) {
     EXPECT_EQ(found, avx512 ? Level::Avx512 : __builtin_cpu_supports("avx2") ? Level::Avx2
                      : __builtin_cpu_supports("sse2") ? Level::Sse2 : Level::Ref);
     EXPECT_EQ(ozl::cpu::hasAvx512Vbmi(), avx512 && __builtin_cpu_supports("avx512vbmi"));
+    EXPECT_EQ(ozl::cpu::hasAvx512Gfni(), avx512 && __builtin_cpu_supports("gfni"));
 #else
     EXPECT_EQ(found, Level::Ref);
 #endif

@@ -2,7 +2,7 @@
 // ones, bit for bit: every value type, run lengths through each vector
 // width's head and tail, one and three values a pixel, rows at any alignment,
 // the output's guard bytes untouched, folds in place; the packed 1-bit 3 x 3
-// with its margins in words or in the rows.
+// (every variant) with its margins in words or in the rows.
 #include <gtest/gtest.h>
 
 #include "rank/kernels.hpp"
@@ -51,6 +51,23 @@ TEST(ExtremeKernels, LevelsMatchReference) {
                     ref.fold[e][g](inPlace, 2, &c[skew], n);
                     ASSERT_EQ(in, c);
                 }
+    }
+}
+
+// The packed 1-bit 3 x 3 of every level, and of the AVX-512 variants the
+// processor has, against the scalar one.
+TEST(ExtremeKernels, BitsLevelsMatchReference) {
+    std::mt19937 rng(9);
+    const rank::RankTable& ref = rank::rankTable(cpu::Level::Ref);
+    struct Variant {
+        std::string name;
+        const rank::Bits3x3Fn* kernels;
+    };
+    std::vector<Variant> variants;
+    for (cpu::Level level : test::vectorLevels()) variants.push_back({cpu::name(level), rank::rankTable(level).bits3x3});
+    if (cpu::detected() >= cpu::Level::Avx512) variants.push_back({"avx512 plain", rank::rankTableAvx512().bits3x3});
+    if (const rank::Bits3x3Fn* gfni = rank::bits3x3Gfni()) variants.push_back({"avx512 gfni", gfni});
+    for (const Variant& v : variants) {
         // Packed 1-bit rows: every width through the vectors' heads and tails,
         // bands of one to six rows, the bits past the width and the bytes
         // around each output row kept. The margins come as random words, or
@@ -72,7 +89,7 @@ TEST(ExtremeKernels, LevelsMatchReference) {
                 const uint8_t* rows[8];
                 uint64_t words[16];
                 for (int r = 0; r < nOut + 2; ++r) {
-                    for (auto& v : in[r]) v = static_cast<uint8_t>(rng());
+                    for (auto& byte : in[r]) byte = static_cast<uint8_t>(rng());
                     rows[r] = in[r].data() - from;
                     auto bit = [&](int c) { return uint64_t{rows[r][c >> 3] >> (7 - (c & 7)) & 1u}; };
                     words[2 * r] = kind ? bit(margins.columns[0]) : rng() & 1;
@@ -82,10 +99,10 @@ TEST(ExtremeKernels, LevelsMatchReference) {
                 asWords.words = words;
                 if (kind == 0) margins = asWords;
                 std::vector<uint8_t> a(nOut * (n + 2), 0xA5), b = a, c = a;
-                vec.bits3x3[g](rows, margins, nOut, a.data() + 1, n + 2, width);
+                v.kernels[g](rows, margins, nOut, a.data() + 1, n + 2, width);
                 ref.bits3x3[g](rows, asWords, nOut, b.data() + 1, n + 2, width);
                 ref.bits3x3[g](rows, margins, nOut, c.data() + 1, n + 2, width);
-                ASSERT_EQ(a, b) << cpu::name(level) << " bits, greatest " << g << " width " << width << " kind " << kind;
+                ASSERT_EQ(a, b) << v.name << ", greatest " << g << " width " << width << " kind " << kind;
                 ASSERT_EQ(c, b);
             }
     }
