@@ -173,7 +173,10 @@ const Bits3x3Fn* bits3x3Gfni();
 inline const RankTable& activeRankTable() { return rankTable(cpu::active()); }
 
 // ---------------------------------------------------------------------------
-// Scalar forms.
+// Scalar forms. Internal linkage: the vector files include them too (for
+// their short runs), and each must keep the copy compiled for its own target
+// rather than share one with a file built for another.
+namespace {
 
 // The key a 32F value sorts by, and back (the map is its own inverse).
 inline int32_t floatKey(int32_t bits) { return bits ^ ((bits >> 31) & 0x7fffffff); }
@@ -502,4 +505,5 @@ inline void boxU8Ref(const BoxU8& box, const void* const* rows, uint8_t* out, si
     }
 }
 
+}  // namespace
 }  // namespace ozl::rank
