@@ -80,11 +80,16 @@ struct BitMaskLanes {
                     const W<T> vb = form == Form::Images ? load(b + k * perVector) : c;
                     return relation(load(a + k * perVector), vb);
                 };
-                if constexpr (sizeof(T) == 2)
-                    return Avx512::msbFirstBits(part(0) | part(1) << 32);
-                else
-                    return Avx512::msbFirstBits(part(0) | part(1) << 16 | part(2) << 32 |
-                                                part(3) << 48);
+                if constexpr (sizeof(T) == 2) {
+                    return Avx512::msbFirstBits(Avx512::joinMasks32(
+                        static_cast<uint32_t>(part(0)), static_cast<uint32_t>(part(1))));
+                } else {
+                    auto half = [&](size_t k) {
+                        return Avx512::joinMasks16(static_cast<uint16_t>(part(k)),
+                                                   static_cast<uint16_t>(part(k + 1)));
+                    };
+                    return Avx512::msbFirstBits(Avx512::joinMasks32(half(0), half(2)));
+                }
             }
         }
     };

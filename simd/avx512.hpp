@@ -98,6 +98,12 @@ struct Avx512 {
     static uint32_t cmpeq16(V a, V b) { return _mm512_cmpeq_epi16_mask(a, b); }
     static uint16_t cmpgtS32(V a, V b) { return _mm512_cmpgt_epi32_mask(a, b); }
     static uint16_t cmpeq32(V a, V b) { return _mm512_cmpeq_epi32_mask(a, b); }
+    // Masks of narrower compares side by side, the first in the low bits.
+    // Joined in the mask registers: GCC 12 building for 32-bit x86 gets
+    // `uint64_t{lo} | uint64_t{hi} << 32` wrong (it ORs a stale register into
+    // the high word).
+    static uint32_t joinMasks16(uint16_t lo, uint16_t hi) { return _mm512_kunpackw(hi, lo); }
+    static uint64_t joinMasks32(uint32_t lo, uint32_t hi) { return _mm512_kunpackd(hi, lo); }
     // Ordered: false where either operand is NaN.
     static uint16_t cmpltF(VF a, VF b) { return _mm512_cmp_ps_mask(a, b, _CMP_LT_OQ); }
     static uint16_t cmpgtF(VF a, VF b) { return _mm512_cmp_ps_mask(a, b, _CMP_GT_OQ); }
