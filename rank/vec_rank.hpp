@@ -386,8 +386,6 @@ void bits3x3Vec(const uint8_t* const* rows, const BitsMargins& margins, int nOut
     }
 }
 
-constexpr size_t kLongRowBytes = 2048;
-
 // Four rows at a time while they last (six source rows stay in the first
 // level cache), then the rest together.
 template <class Vx, class T, bool Max>
@@ -397,13 +395,6 @@ void extreme3x3Vec(const void* const* rows, int nOut, void* out, ptrdiff_t outSt
             return extreme3x3Vec<typename Vx::Narrower, T, Max>(rows, nOut, out, outStride, n, step);
         else return extreme3x3Ref<T, Max>(rows, nOut, out, outStride, n, step);
     }
-    // 512-bit vectors pay on rows the caches hold; on long rows (of images
-    // too large for the caches, as a rule) the shifted loads, every one of
-    // them splitting a cache line, cost more than the vectors save: 256-bit
-    // ones there (measured on 640 and 3840 values a row).
-    if constexpr (Vx::kBytes == 64)
-        if (n * sizeof(T) >= kLongRowBytes)
-            return extreme3x3Vec<typename Vx::Narrower, T, Max>(rows, nOut, out, outStride, n, step);
     char* o = static_cast<char*>(out);
     int y = 0;
     for (; y + 4 <= nOut; y += 4) extreme3x3Band<Vx, T, Max, 4>(rows + y, o + y * outStride, outStride, n, step);
@@ -758,9 +749,9 @@ void colorPairs8Vec(const void* const* rows, int nCols, int nRows, int left, voi
 
 template <class Vx>
 RankTable vectorRankTable() {
-    // Kernels bound by memory traffic run on 256-bit vectors at the AVX-512
-    // level: 512-bit ones measured slower on large images (their shifted
-    // loads split cache lines).
+    // Kernels of shifted loads run on 256-bit vectors at the AVX-512 level:
+    // 512-bit ones measured slower (every shifted load splits a cache line),
+    // the 3 x 3 extremes by 4 to 10% at widths of 160 to 1280 pixels.
     using Vm = std::conditional_t<(Vx::kBytes > 32), typename Vx::Narrower, Vx>;
     RankTable t{};
     image::forEachValueType([&](auto v) {
@@ -768,8 +759,8 @@ RankTable vectorRankTable() {
         constexpr int e = static_cast<int>(image::ElemOf<T>::value);
         t.fold[e][0] = &foldVec<Vx, T, false>;
         t.fold[e][1] = &foldVec<Vx, T, true>;
-        t.extreme3x3[e][0] = &extreme3x3Vec<Vx, T, false>;
-        t.extreme3x3[e][1] = &extreme3x3Vec<Vx, T, true>;
+        t.extreme3x3[e][0] = &extreme3x3Vec<Vm, T, false>;
+        t.extreme3x3[e][1] = &extreme3x3Vec<Vm, T, true>;
         t.median9[e] = &median9Vec<Vm, T>;
         t.network[e] = &networkVec<Vx, T>;
         t.median25[e] = &median25Vec<Vx, T>;
