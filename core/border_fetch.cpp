@@ -114,7 +114,7 @@ void putConstant(char* dst, long long dstCol, const Constant& c, const Geometry&
     }
     const size_t values = g.pixelBits / 8 / valueBytes;
     char* p = dst + dstCol * (g.pixelBits / 8);
-    for (size_t v = 0; v < values; ++v) std::memcpy(p + v * valueBytes, c.bytes, valueBytes);
+    repeatValue(p, c.bytes, valueBytes, values);
 }
 
 // Copies `n` pixels of one plane-row from column `col` of `src` to column

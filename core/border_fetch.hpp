@@ -40,6 +40,21 @@ inline void copyBytes(char* dst, const char* src, size_t n) {
     }
 }
 
+// `count` copies of a value of `valueBytes` bytes (a constant border's
+// pixels): the value copied once, then the part already filled doubled, so
+// a row of them costs a few calls rather than one a value.
+inline void repeatValue(void* dst, const void* value, size_t valueBytes, size_t count) {
+    if (count == 0) return;
+    char* d = static_cast<char*>(dst);
+    std::memcpy(d, value, valueBytes);
+    const size_t total = valueBytes * count;
+    for (size_t done = valueBytes; done < total;) {
+        const size_t n = done < total - done ? done : total - done;
+        std::memcpy(d + done, d, n);
+        done += n;
+    }
+}
+
 struct FetchedBlock {
     enum Status { Done, NoMemory, TileFailed };
     Status status = NoMemory;

@@ -586,8 +586,7 @@ void gatherEnds(const EndPlan& plan, const char* const* rows, char* const* copie
         const ptrdiff_t at = r->at, from = r->from;
         const size_t b = r->bytes;
         if (from == kConstantRun) {
-            for (int i = 0; i < count; ++i)
-                for (size_t v = 0; v < b; v += valueBytes) std::memcpy(copies[i] + at + v, sideValues[r->side], valueBytes);
+            for (int i = 0; i < count; ++i) repeatValue(copies[i] + at, sideValues[r->side], valueBytes, b / valueBytes);
         } else if (b == 1) {
             for (int i = 0; i < count; ++i) copies[i][at] = rows[i][from];
         } else {
@@ -627,7 +626,7 @@ NbResult runEnds(const Run& run, const OzlImage* src, const Operand& d, const Op
     for (int side = 0; side < 2; ++side)
         if (kinds[1 + side] && (src->borderMode[side] & 3) == 0) {
             const size_t values = (static_cast<size_t>(width) + m.left + m.right) * run.channels;
-            for (size_t i = 0; i < values; ++i) std::memcpy(constants[side] + i * valueBytes, sideValues[side], valueBytes);
+            repeatValue(constants[side], sideValues[side], valueBytes, values);
         }
     const int top = m.top, around = m.top + m.bottom, n = run.rowsNeeded;
     const bool direct = d.valueBytes != 0 && d.stride == run.channels && !mask;
