@@ -10,6 +10,9 @@
 namespace ozl::cpu {
 namespace {
 
+// The AVX-512 extensions a family may keep variants for.
+enum class Extension { Vbmi, Gfni };
+
 #if defined(OZL_X86)
 // XCR0 through the raw instruction: the intrinsic needs XSAVE enabled at compile time.
 unsigned long long readXcr0() {
@@ -35,21 +38,15 @@ Level probe() {
     return Level::Avx512;
 }
 
-bool probeVbmi() {
+// Both are reported in leaf 7's ECX.
+bool probeAvx512Extension(Extension which) {
     unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
     if (probe() != Level::Avx512 || !__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx)) return false;
-    return (ecx & bit_AVX512VBMI) != 0;
-}
-
-bool probeGfni() {
-    unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
-    if (probe() != Level::Avx512 || !__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx)) return false;
-    return (ecx & (1u << 8)) != 0;  // GFNI
+    return (ecx & (which == Extension::Vbmi ? bit_AVX512VBMI : bit_GFNI)) != 0;
 }
 #else
 Level probe() { return Level::Ref; }
-bool probeVbmi() { return false; }
-bool probeGfni() { return false; }
+bool probeAvx512Extension(Extension) { return false; }
 #endif
 
 std::atomic<int> g_cap{static_cast<int>(kTopLevel)};
@@ -62,12 +59,12 @@ Level detected() {
 }
 
 bool hasAvx512Vbmi() {
-    static const bool vbmi = probeVbmi();
+    static const bool vbmi = probeAvx512Extension(Extension::Vbmi);
     return vbmi;
 }
 
 bool hasAvx512Gfni() {
-    static const bool gfni = probeGfni();
+    static const bool gfni = probeAvx512Extension(Extension::Gfni);
     return gfni;
 }
 
